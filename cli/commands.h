@@ -1,0 +1,24 @@
+// Subcommands of the xebruk tool.  Each takes the arguments after its name
+// and returns the process exit code.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+using Args = std::vector<std::string>;
+
+struct Command {
+    const char* name;
+    const char* summary;
+    int (*run)(const Args& args);
+};
+
+int demo(const Args& args);
+int info(const Args& args);
+
+// Reports a usage error on stderr (one line) and returns the exit code 2.
+int usage_error(const std::string& message);
+
+}  // namespace cli

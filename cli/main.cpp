@@ -1,0 +1,42 @@
+// xebruk: the command-line face of the library.
+#include <cstdio>
+#include <cstring>
+
+#include "commands.h"
+
+namespace cli {
+
+int usage_error(const std::string& message) {
+    std::fprintf(stderr, "xebruk: %s\n", message.c_str());
+    return 2;
+}
+
+namespace {
+
+const Command kCommands[] = {
+    {"demo", "evaluate the kernels on a few arrays and show an event being reported", demo},
+    {"info", "version, processor features and the kernels this build exports", info},
+};
+
+int help() {
+    std::printf("usage: xebruk <command> [arguments]\n\ncommands:\n");
+    for (const Command& c : kCommands) std::printf("  %-8s %s\n", c.name, c.summary);
+    return 0;
+}
+
+}  // namespace
+}  // namespace cli
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        cli::help();
+        return 2;
+    }
+    const char* name = argv[1];
+    if (!std::strcmp(name, "help") || !std::strcmp(name, "--help") || !std::strcmp(name, "-h"))
+        return cli::help();
+    cli::Args args(argv + 2, argv + argc);
+    for (const cli::Command& c : cli::kCommands)
+        if (!std::strcmp(c.name, name)) return c.run(args);
+    return cli::usage_error(std::string("unknown command '") + name + "' (try 'xebruk help')");
+}

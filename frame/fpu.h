@@ -1,0 +1,75 @@
+// Direct access to the x87 and SSE control and status words.  Every kernel
+// that changes a control word goes through these, so a port to another
+// unit replaces this one header.
+#pragma once
+
+#include <cstdint>
+
+namespace xeb::fpu {
+
+// x87 control word fields.
+constexpr uint16_t kX87PrecRoundMask = 0x0F00;  // precision (8-9) and rounding (10-11)
+constexpr uint16_t kX87Prec64Nearest = 0x0300;
+constexpr uint16_t kX87Prec53Nearest = 0x0200;
+constexpr uint16_t kX87Default = 0x037F;         // what fninit / fnsave leave behind
+constexpr uint16_t kX87ExceptionFlags = 0x003F;  // IE DE ZE OE UE PE in the status word
+
+// MXCSR fields.
+constexpr uint32_t kMxcsrRoundFtz = 0xE000;      // rounding control and flush-to-zero
+constexpr uint32_t kMxcsrRound = 0x6000;
+
+inline uint16_t x87_control() {
+    uint16_t cw;
+    asm volatile("fnstcw %0" : "=m"(cw));
+    return cw;
+}
+
+inline void set_x87_control(uint16_t cw) {
+    asm volatile("fldcw %0" : : "m"(cw) : "memory");
+}
+
+inline uint16_t x87_status() {
+    uint16_t sw;
+    asm volatile("fnstsw %0" : "=m"(sw));
+    return sw;
+}
+
+inline void x87_clear_exceptions() { asm volatile("fnclex" ::: "memory"); }
+
+inline uint32_t mxcsr() {
+    uint32_t v;
+    asm volatile("stmxcsr %0" : "=m"(v));
+    return v;
+}
+
+inline void set_mxcsr(uint32_t v) { asm volatile("ldmxcsr %0" : : "m"(v) : "memory"); }
+
+// Full x87 environment and register image in the 108-byte protected-mode
+// layout: control word at byte 0, status word at byte 4.
+struct X87Image {
+    unsigned char bytes[108];
+};
+
+// fnsave also reinitialises the unit (control word 0x037F, empty stack, all
+// exceptions masked).  Callers must hold no live x87 values across the pair,
+// so they are only used inside non-inlined helpers.
+inline void x87_save(X87Image& img) { asm volatile("fnsave %0" : "=m"(img) : : "memory"); }
+inline void x87_restore(const X87Image& img) { asm volatile("frstor %0" : : "m"(img) : "memory"); }
+
+inline void or_image_status(X87Image& img, uint16_t flags) {
+    img.bytes[4] = static_cast<unsigned char>(img.bytes[4] | (flags & 0xFF));
+}
+
+// The double-precision operations that raise an exception on the x87 and
+// store the result, so that the operation can neither be folded nor dropped.
+inline void x87_divide_store(double num, double den) {
+    double out;
+    asm volatile("fldl %1\n\tfdivl %2\n\tfstpl %0" : "=m"(out) : "m"(num), "m"(den) : "st", "memory");
+}
+
+inline void x87_square_store(double x) {
+    double out;
+    asm volatile("fldl %1\n\tfmul %%st(0), %%st\n\tfstpl %0" : "=m"(out) : "m"(x) : "st", "memory");
+}
+
+}  // namespace xeb::fpu

@@ -1,0 +1,8 @@
+/* The whole public interface of xebruk. */
+#ifndef XEBRUK_XEBRUK_H
+#define XEBRUK_XEBRUK_H
+
+#include "frame.h"
+#include "vm_div.h"
+
+#endif

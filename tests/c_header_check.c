@@ -1,0 +1,21 @@
+/* The public headers are plain C: this program includes them all, calls a
+ * kernel and reads the status word. */
+#include <stdio.h>
+
+#include "xebruk/xebruk.h"
+
+int main(void) {
+    double a[5] = {1.0, 2.0, 4.0, 0.0, 8.0};
+    double r[5];
+    uint32_t old = xebSetMode(XEB_REPORT_NONE);
+    xebClearErrStatus();
+    xebdInv_HA(5, a, r);
+    int32_t status = xebGetErrStatus();
+    xebSetMode(old);
+    if (r[0] != 1.0 || r[1] != 0.5 || r[2] != 0.25 || r[4] != 0.125 || status != XEB_STATUS_POLE) {
+        printf("unexpected: %g %g %g %g status %d\n", r[0], r[1], r[2], r[4], (int)status);
+        return 1;
+    }
+    printf("C interface works: 1/a and pole status %d\n", (int)status);
+    return 0;
+}

@@ -1,0 +1,137 @@
+#include "support/accuracy.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+#include "support/ulp.h"
+#include "xebruk/frame.h"
+
+namespace xt {
+
+const Range kAllDoubles{DBL_TRUE_MIN, DBL_MAX, true};
+const Range kAllFloats{FLT_TRUE_MIN, FLT_MAX, true};
+
+namespace {
+
+std::vector<KernelAccuracy>& rows() {
+    static std::vector<KernelAccuracy> table;
+    return table;
+}
+
+KernelAccuracy entry(const char* name, char precision, const char* form, double bound) {
+    KernelAccuracy k;
+    k.name = name;
+    k.precision = precision;
+    k.form = form;
+    k.bound_ulp = bound;
+    return k;
+}
+
+template <class T>
+void keep_worst(Measurement& m, T got, long double ref, double a, double b) {
+    const double e = ulp_error(got, ref);
+    if (e > m.max_ulp || std::isnan(e)) {
+        m.max_ulp = e;
+        m.worst_a = a;
+        m.worst_b = b;
+    }
+}
+
+template <class T>
+void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, std::size_t count,
+                   std::mt19937_64& rng, Measurement& m) {
+    constexpr bool is_double = sizeof(T) == sizeof(double);
+    auto draw = [&](const Range& r) {
+        if constexpr (is_double) return sample(r, count, rng);
+        else return sample_float(r, count, rng);
+    };
+    const bool binary = k.ref2 != nullptr;
+    std::vector<T> a = draw(ra), b = draw(rb), r(count);
+    const int n = static_cast<int>(count);
+    if constexpr (is_double) {
+        if (k.d1) k.d1(n, a.data(), r.data());
+        else k.d2(n, a.data(), b.data(), r.data());
+    } else {
+        if (k.s1) k.s1(n, a.data(), r.data());
+        else k.s2(n, a.data(), b.data(), r.data());
+    }
+    const long double top = is_double ? DBL_MAX : FLT_MAX;
+    for (std::size_t i = 0; i < count; ++i) {
+        const long double ref = binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]);
+        // A reference beyond the format's range is met by an infinity.
+        if (std::fabs(ref) > top && std::isinf(r[i])) continue;
+        keep_worst(m, r[i], ref, a[i], binary ? b[i] : a[i]);
+    }
+    m.count += count;
+}
+
+}  // namespace
+
+AccuracyRows::AccuracyRows(std::vector<KernelAccuracy> (*make)()) {
+    for (auto& k : make()) rows().push_back(std::move(k));
+    std::sort(rows().begin(), rows().end(), [](const KernelAccuracy& x, const KernelAccuracy& y) {
+        return std::strcmp(x.name, y.name) < 0;
+    });
+}
+
+const std::vector<KernelAccuracy>& accuracy_table() { return rows(); }
+
+KernelAccuracy unary_row(const char* name, const char* form, double bound,
+                         void (*f)(int, const double*, double*), RefUnary ref, std::vector<Range> a) {
+    KernelAccuracy k = entry(name, 'd', form, bound);
+    k.d1 = f;
+    k.ref1 = ref;
+    k.a_ranges = std::move(a);
+    return k;
+}
+
+KernelAccuracy unary_row(const char* name, const char* form, double bound,
+                         void (*f)(int, const float*, float*), RefUnary ref, std::vector<Range> a) {
+    KernelAccuracy k = entry(name, 's', form, bound);
+    k.s1 = f;
+    k.ref1 = ref;
+    k.a_ranges = std::move(a);
+    return k;
+}
+
+KernelAccuracy binary_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, const double*, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<Range> b) {
+    KernelAccuracy k = entry(name, 'd', form, bound);
+    k.d2 = f;
+    k.ref2 = ref;
+    k.a_ranges = std::move(a);
+    k.b_ranges = std::move(b);
+    return k;
+}
+
+KernelAccuracy binary_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const float*, const float*, float*), RefBinary ref,
+                          std::vector<Range> a, std::vector<Range> b) {
+    KernelAccuracy k = entry(name, 's', form, bound);
+    k.s2 = f;
+    k.ref2 = ref;
+    k.a_ranges = std::move(a);
+    k.b_ranges = std::move(b);
+    return k;
+}
+
+Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {
+    Measurement m;
+    std::mt19937_64 rng = seeded(seed);
+    const uint32_t old_mode = xebSetMode(XEB_REPORT_NONE);
+    const int32_t old_status = xebGetErrStatus();
+    for (std::size_t ri = 0; ri < k.a_ranges.size(); ++ri) {
+        const Range& ra = k.a_ranges[ri];
+        const Range& rb = k.b_ranges.empty() ? ra : k.b_ranges[ri % k.b_ranges.size()];
+        if (k.precision == 'd') measure_range<double>(k, ra, rb, count, rng, m);
+        else measure_range<float>(k, ra, rb, count, rng, m);
+    }
+    xebSetMode(old_mode & XEB_REPORT_MASK);
+    xebSetErrStatus(old_status);
+    return m;
+}
+
+}  // namespace xt

@@ -1,0 +1,71 @@
+// The one declarative table of kernel accuracy: for every exported kernel
+// with code of its own (and every forwarder, which must measure the same),
+// its precision, form, the bound the tests enforce and the intervals it is
+// measured on.  The accuracy tests and tools/accuracy_report (which writes
+// docs/accuracy.md) both run from it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "support/args.h"
+
+namespace xt {
+
+using RefUnary = long double (*)(long double);
+using RefBinary = long double (*)(long double, long double);
+
+struct KernelAccuracy {
+    const char* name = "";    // exported name
+    char precision = 'd';     // 'd' or 's'
+    const char* form = "HA";  // "HA", "50", "21", "11"
+    double bound_ulp = 0;     // the bound the tests enforce (and the kernel's comment states)
+    // Exactly one kernel pointer is set, matching the shape.
+    void (*d1)(int, const double*, double*) = nullptr;
+    void (*d2)(int, const double*, const double*, double*) = nullptr;
+    void (*s1)(int, const float*, float*) = nullptr;
+    void (*s2)(int, const float*, const float*, float*) = nullptr;
+    RefUnary ref1 = nullptr;
+    RefBinary ref2 = nullptr;
+    std::vector<Range> a_ranges;  // first argument
+    std::vector<Range> b_ranges;  // second argument (binary kernels)
+};
+
+// The whole table, sorted by name.  Each family adds its rows from its own
+// file, tests/support/accuracy_<family>.cpp, with a static AccuracyRows.
+const std::vector<KernelAccuracy>& accuracy_table();
+
+struct AccuracyRows {
+    explicit AccuracyRows(std::vector<KernelAccuracy> (*rows)());
+};
+
+// Row builders.
+KernelAccuracy unary_row(const char* name, const char* form, double bound,
+                         void (*f)(int, const double*, double*), RefUnary ref, std::vector<Range> a);
+KernelAccuracy unary_row(const char* name, const char* form, double bound,
+                         void (*f)(int, const float*, float*), RefUnary ref, std::vector<Range> a);
+KernelAccuracy binary_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, const double*, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<Range> b);
+KernelAccuracy binary_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const float*, const float*, float*), RefBinary ref,
+                          std::vector<Range> a, std::vector<Range> b);
+
+// Ranges used by many families.
+extern const Range kAllDoubles;  // every finite nonzero double magnitude, both signs
+extern const Range kAllFloats;
+
+struct Measurement {
+    double max_ulp = 0;
+    double worst_a = 0;
+    double worst_b = 0;
+    std::size_t count = 0;
+};
+
+// Measures a kernel over `count` arguments from each of its ranges (pairs
+// drawn independently for binary kernels), with events silenced.
+Measurement measure(const KernelAccuracy& k, std::size_t count_per_range, uint64_t seed);
+
+}  // namespace xt
