@@ -44,4 +44,25 @@ KernelEntry binary(const char* s, const char* e, void (*f)(int, const float*, co
     return k;
 }
 
+KernelEntry scalar_binary(const char* s, const char* e, void (*f)(int, const double*, double, double*)) {
+    KernelEntry k{s, e, 'd', Shape::ScalarBinary};
+    k.d_scalar = f;
+    return k;
+}
+KernelEntry scalar_binary(const char* s, const char* e, void (*f)(int, const float*, float, float*)) {
+    KernelEntry k{s, e, 's', Shape::ScalarBinary};
+    k.s_scalar = f;
+    return k;
+}
+KernelEntry two_outputs(const char* s, const char* e, void (*f)(int, const double*, double*, double*)) {
+    KernelEntry k{s, e, 'd', Shape::TwoOutputs};
+    k.d_two = f;
+    return k;
+}
+KernelEntry two_outputs(const char* s, const char* e, void (*f)(int, const float*, float*, float*)) {
+    KernelEntry k{s, e, 's', Shape::TwoOutputs};
+    k.s_two = f;
+    return k;
+}
+
 }  // namespace cli

@@ -44,5 +44,13 @@ KernelEntry binary(const char* short_name, const char* exported,
                    void (*f)(int, const double*, const double*, double*));
 KernelEntry binary(const char* short_name, const char* exported,
                    void (*f)(int, const float*, const float*, float*));
+KernelEntry scalar_binary(const char* short_name, const char* exported,
+                          void (*f)(int, const double*, double, double*));
+KernelEntry scalar_binary(const char* short_name, const char* exported,
+                          void (*f)(int, const float*, float, float*));
+KernelEntry two_outputs(const char* short_name, const char* exported,
+                        void (*f)(int, const double*, double*, double*));
+KernelEntry two_outputs(const char* short_name, const char* exported,
+                        void (*f)(int, const float*, float*, float*));
 
 }  // namespace cli
