@@ -4,5 +4,8 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "rng_stream.h"
+#include "rng_modular.h"
+#include "rng_generators.h"
 
 #endif
