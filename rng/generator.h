@@ -38,9 +38,10 @@ int32_t init_stream(int32_t method, RukStream* stream, int32_t n, const uint32_t
 }
 
 // A 32-bit output word as a number: converted as a signed integer, plus
-// 2^32 when its top bit is set.  Exact.
+// 2^32 when its top bit is set.  Exact.  (The table holds doubles: an
+// 80-bit load costs several times a 64-bit one.)
 inline long double word_value(uint32_t w) {
-    static constexpr long double kTopBitTerm[2] = {0.0L, 4294967296.0L};
+    static constexpr double kTopBitTerm[2] = {0.0, 4294967296.0};
     return static_cast<long double>(static_cast<int32_t>(w)) + kTopBitTerm[w >> 31];
 }
 

@@ -88,8 +88,10 @@ int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, doubl
     // rounded once at the store.
     const double c = static_cast<double>((static_cast<long double>(b) - a) * kInverseModulus);
     const long double ca = c, aa = a;
-    fill_scaled(state_of<Mcg31m1::State>(stream), n, r,
-                [ca, aa](uint32_t x) { return static_cast<double>(word_value(x) * ca + aa); });
+    // x is below 2^31: the top-bit term of the word conversion is always 0.
+    fill_scaled(state_of<Mcg31m1::State>(stream), n, r, [ca, aa](uint32_t x) {
+        return static_cast<double>(static_cast<int32_t>(x) * ca + aa);
+    });
     return RUK_OK;
 }
 

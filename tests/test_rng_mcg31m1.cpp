@@ -14,6 +14,7 @@
 #include "support/scale.h"
 #include "support/streams.h"
 #include "support/ulp.h"
+#include "rng/generator.h"
 #include "xebruk/xebruk.h"
 
 namespace {
@@ -298,6 +299,11 @@ TEST(Mcg31m1, SkipAheadEqualsDrawing) {
     rukLeapfrogStream(lf.get(), 2, 5);
     rukSkipAheadStream(lf.get(), 4);
     EXPECT_EQ(next_x(lf.get()), mcg31m1_sequence(9, 23)[22]);
+}
+
+TEST(GeneratorWords, ConvertAsUnsigned) {
+    for (uint32_t w : {0u, 1u, 0x7FFFFFFFu, 0x80000000u, 0x80000001u, 0xFFFFFFFFu})
+        EXPECT_EQ(xeb::rng::word_value(w), static_cast<long double>(w)) << w;
 }
 
 TEST(Mcg31m1, RefusedSplitsAndMethodsLeaveTheState) {
