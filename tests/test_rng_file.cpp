@@ -199,6 +199,29 @@ TEST_F(StreamFile, EveryLoadFailure) {
     EXPECT_EQ(load_fails(torn), RUK_ERROR_READ_FAILED);
 }
 
+TEST_F(StreamFile, RegisteredGeneratorLoadsOnceRegistered) {
+    const int32_t id = (rukGetNumRegBrngs() + 1) << 20;
+    Bytes b = {'R', 'N', 'G', 0, 0, 0, 0, 0, 20, 0, 4, 0, 0, 0, 0, 0};
+    put32(b, static_cast<uint32_t>(id));
+    put32(b, 1000);
+    EXPECT_EQ(load_fails(b), RUK_ERROR_BAD_STREAM_FILE);  // not registered yet
+
+    const RukBrngEntry row = xt::counter_row();
+    ASSERT_EQ(rukRegisterBrng(&row), id);
+    const std::string p = path("registered");
+    write_file(p, b);
+    StreamHandle h;
+    ASSERT_EQ(rukLoadStreamF(h.out(), p.c_str()), RUK_OK);
+    uint32_t r[2];
+    xt::counter_ikernel(h.get(), 2, r);
+    EXPECT_EQ(r[1], 1001u);
+    ASSERT_EQ(rukSaveStreamF(h.get(), p.c_str(), -1), RUK_OK);
+    Bytes want = b;
+    want[20] = 0xEA;  // 1002 = 0x3EA
+    want[21] = 0x03;
+    EXPECT_EQ(read_file(p), want);
+}
+
 TEST_F(StreamFile, MissingPathAndTheCallersPointer) {
     const std::string missing = temp_path("no/such/dir/file");
     RukStream* s = nullptr;
@@ -225,6 +248,15 @@ TEST_F(StreamFile, SaveFailures) {
     // An empty chunk writes no item: a short write.
     ASSERT_EQ(rukAddChunk(h.get(), 4, std::malloc(1), 0), RUK_OK);
     EXPECT_EQ(rukSaveStreamF(h.get(), path("empty-chunk").c_str(), -1), RUK_ERROR_WRITE_FAILED);
+}
+
+TEST_F(StreamFile, EmptyStateIsAShortWrite) {
+    const RukBrngEntry row = xt::counter_row(16);
+    const int32_t id = rukRegisterBrng(&row);
+    ASSERT_GT(id, 0);
+    StreamHandle h;
+    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
+    EXPECT_EQ(rukSaveStreamF(h.get(), path("empty-state").c_str(), -1), RUK_ERROR_WRITE_FAILED);
 }
 
 }  // namespace

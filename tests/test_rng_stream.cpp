@@ -10,6 +10,7 @@
 
 namespace {
 
+using xt::counter_row;
 using xt::StreamHandle;
 
 struct Sizes {
@@ -103,25 +104,6 @@ TEST(Registry, Validity) {
     EXPECT_EQ(rukGetBrngProperties(0x500000 + 17, &e), RUK_OK);
     expect_sizes(e, kWh, "WH sub-id 17");
 }
-
-// A user generator: a counter that hands out start, start + 1, ... and
-// keeps its state in the one word after the header.
-int32_t counter_init(int32_t method, RukStream* s, int32_t n, const uint32_t* params) {
-    auto* x = reinterpret_cast<uint32_t*>(reinterpret_cast<unsigned char*>(s) + 16);
-    if (method == RUK_INIT_NEW) *x = n > 0 ? params[0] : 0;
-    else if (method == RUK_INIT_SKIPAHEAD) *x += static_cast<uint32_t>(n);
-    else return RUK_ERROR_NO_LEAPFROG;
-    return RUK_OK;
-}
-int32_t counter_i(RukStream* s, int32_t n, void* r) {
-    auto* x = reinterpret_cast<uint32_t*>(reinterpret_cast<unsigned char*>(s) + 16);
-    for (int32_t i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = (*x)++;
-    return RUK_OK;
-}
-int32_t counter_d(RukStream*, int32_t, double*, double, double) { return RUK_OK; }
-int32_t counter_s(RukStream*, int32_t, float*, float, float) { return RUK_OK; }
-
-RukBrngEntry counter_row() { return {20, 1, 1, 4, 32, counter_init, counter_s, counter_d, counter_i}; }
 
 TEST(Registry, RegistrationChecksInOrder) {
     const int32_t before = rukGetNumRegBrngs();

@@ -45,4 +45,31 @@ inline std::vector<uint32_t> mcg31m1_sequence(uint32_t x0, std::size_t n) {
     return v;
 }
 
+// A user generator for registration tests: a counter that hands out
+// start, start + 1, ... from the one word after the header.  It skips ahead
+// and has no leapfrog; its real kernels do nothing.
+inline uint32_t& counter_word(RukStream* s) {
+    return *reinterpret_cast<uint32_t*>(reinterpret_cast<unsigned char*>(s) + 16);
+}
+inline int32_t counter_init(int32_t method, RukStream* s, int32_t n, const uint32_t* params) {
+    if (method == RUK_INIT_NEW)
+        counter_word(s) = n > 0 ? params[0] : 0;
+    else if (method == RUK_INIT_SKIPAHEAD)
+        counter_word(s) += static_cast<uint32_t>(n);
+    else
+        return RUK_ERROR_NO_LEAPFROG;
+    return RUK_OK;
+}
+inline int32_t counter_ikernel(RukStream* s, int32_t n, void* r) {
+    for (int32_t i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = counter_word(s)++;
+    return RUK_OK;
+}
+inline int32_t counter_dkernel(RukStream*, int32_t, double*, double, double) { return RUK_OK; }
+inline int32_t counter_skernel(RukStream*, int32_t, float*, float, float) { return RUK_OK; }
+// Its row, with a stream of streamSize bytes.
+inline RukBrngEntry counter_row(int32_t streamSize = 20) {
+    return {streamSize, 1, 1, 4, 32, counter_init, counter_skernel, counter_dkernel,
+            counter_ikernel};
+}
+
 }  // namespace xt
