@@ -186,6 +186,21 @@ TEST(Mcg31m1, OneCallEqualsAnySplit) {
     rukdBRngMCG31M1(whole_d.get(), n, dbl.data(), -2.0, 3.0);
     ruksBRngMCG31M1(whole_s.get(), n, flt.data(), -2.0f, 3.0f);
     EXPECT_EQ(ints, mcg31m1_sequence(42, static_cast<std::size_t>(n)));
+    // All three kernels leave x at the same next value.
+    const uint32_t next = mcg31m1_sequence(42, static_cast<std::size_t>(n) + 1).back();
+    {
+        StreamHandle i, d, s;
+        for (StreamHandle* h : {&i, &d, &s}) new_stream(*h, 42);
+        std::vector<uint32_t> ri(static_cast<std::size_t>(n));
+        std::vector<double> rd(ri.size());
+        std::vector<float> rf(ri.size());
+        rukiBRngMCG31M1(i.get(), n, ri.data());
+        rukdBRngMCG31M1(d.get(), n, rd.data(), -2.0, 3.0);
+        ruksBRngMCG31M1(s.get(), n, rf.data(), -2.0f, 3.0f);
+        EXPECT_EQ(next_x(i.get()), next);
+        EXPECT_EQ(next_x(d.get()), next);
+        EXPECT_EQ(next_x(s.get()), next);
+    }
 
     for (int trial = 0; trial < 5; ++trial) {
         StreamHandle pi, pd, ps;
