@@ -1,0 +1,15 @@
+// The continuous laws offered by `xebruk rng`.
+#include "rng_choices.h"
+
+#include "xebruk/rng_continuous.h"
+
+namespace cli {
+namespace {
+
+const RngRegistration continuous_laws(std::vector<LawChoice>{
+    {"uniform", {"a", "b"}, {0.0, 1.0}, "uniform on the interval from a to b",
+     law2<double, rukdRngUniform>, law2<float, ruksRngUniform>},
+});
+
+}  // namespace
+}  // namespace cli
