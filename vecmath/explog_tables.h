@@ -1,0 +1,67 @@
+// Tables of the exponential and logarithm kernels, written by
+// tools/explog_tables into exp_tables.inc and log_tables.inc.
+#pragma once
+
+namespace xeb::explog {
+
+// One row of a logarithm table for c = 1 + i/256: hi + lo = log(c), with
+// about 106 bits between them, and rcp = 1/c rounded to double.
+struct LogRow {
+    double hi;
+    double lo;
+    double rcp;
+};
+
+// c0 + c1 m + c2 m^2 + c3 m^3, a cubic in the significand m in [1, 2).
+struct CubicRow {
+    double c0;
+    double c1;
+    double c2;
+    double c3;
+};
+
+extern const long double expFine[16];    // C * 2^(i/16384), C = 1/C0 of the double cubic
+extern const long double expMid[32];     // 2^(i/1024)
+extern const long double expCoarse[32];  // 2^(i/32)
+extern const double expSingle[64];       // D * 2^(j/64), D the scale of the single quadratic
+
+extern const LogRow lnTable[256];
+extern const LogRow log10Table[256];
+extern const CubicRow lnCubic[256];
+extern const CubicRow log10Cubic[256];
+
+// Coefficient sets (fixed; their fit errors are checked by the table tests).
+
+// Double exponential: 2^r ~ C (((r + C2) r + C1) r + C0) on |r| <= 2^-15,
+// C = 1/C0 (in expFine); 80-bit bits 0x40018A7FAC5F0DF14283,
+// 0x4002C7CFB95CAC480639, 0x400390222B58DB3C8E05.  Fit error < 2^-62.
+inline constexpr long double kExpC2 = 0x8.A7FAC5F0DF14283p-1L;
+inline constexpr long double kExpC1 = 0xC.7CFB95CAC480639p+0L;
+inline constexpr long double kExpC0 = 0x9.0222B58DB3C8E05p+1L;
+
+// Single exponential: 2^r ~ D ((r + B1) r + B0) on |r| <= 2^-7, D = expSingle[0].
+// Fit error < 2^-27.
+inline constexpr long double kExpB1 = 0x1.7154fb6849716p+1L;  // 2.885405946656543
+inline constexpr long double kExpB0 = 0x1.0a6a6c7c4ae3ap+2L;  // 4.162745591525487
+
+// log(1 + r) ~ r (A1 + r (A2 + r (A3 + r (A4 + r (A5 + r A6))))) on [0, 1/256),
+// natural (bits 0x3FF0000000000000 0xBFDFFFFFFFFFFFAF 0x3FD5555555519F2A
+// 0xBFCFFFFFE04ECEF7 0x3FC9995C6A12E46A 0xBFC51ED447A1B8C5) and decimal
+// (0x3FDBCB7B1526E50E 0xBFCBCB7B1526E4C7 0x3FC287A7636C0A11 0xBFBBCB7AF99FDDBA
+// 0x3FB63C2D5227D24B 0xBFB2584FEB8CB841).  Fit error < 2^-64 absolute.
+inline constexpr double kLnPoly[6] = {0x1p+0, -0x1.fffffffffffafp-2, 0x1.5555555519f2ap-2,
+                                      -0x1.fffffe04ecef7p-3, 0x1.9995c6a12e46ap-3,
+                                      -0x1.51ed447a1b8c5p-3};
+inline constexpr double kLog10Poly[6] = {0x1.bcb7b1526e50ep-2, -0x1.bcb7b1526e4c7p-3,
+                                         0x1.287a7636c0a11p-3, -0x1.bcb7af99fddbap-4,
+                                         0x1.63c2d5227d24bp-4, -0x1.2584feb8cb841p-4};
+
+// Taylor polynomials of the same form for x - 1 in [-2^-9, 0): 1, -1/2, 1/3,
+// -1/4, 1/5, -1/6 as doubles, and log10(e) times them.  Truncation t^7/7.
+inline constexpr double kLnTaylor[6] = {1.0, -0.5, 0x1.5555555555555p-2, -0.25,
+                                        0x1.999999999999ap-3, -0x1.5555555555555p-3};
+inline constexpr double kLog10Taylor[6] = {0.4342944819032518,  -0.2171472409516259,
+                                           0.14476482730108395, -0.10857362047581295,
+                                           0.08685889638065036, -0.07238241365054197};
+
+}  // namespace xeb::explog
