@@ -25,6 +25,10 @@
 namespace {
 
 using namespace xeb::explog;
+
+const long double kExpC2 = extended(expCubic[0]);
+const long double kExpC1 = extended(expCubic[1]);
+const long double kExpC0 = extended(expCubic[2]);
 using xeb::bits;
 using xeb::double_from_bits;
 using xeb::float_from_bits;
@@ -80,9 +84,9 @@ TEST(ExpLogTables, PrintedRows) {
     EXPECT_EQ(row(log10Cubic[0]), std::vector<double>(lg0, lg0 + 4));
     EXPECT_EQ(expSingle[0], 0.24022606667644342);
     EXPECT_EQ(expSingle[63], 0.4752767093114832);
-    EXPECT_EQ(static_cast<double>(expFine[0]), 0.05550410867227228);
-    EXPECT_EQ(expMid[0], 1.0L);
-    EXPECT_EQ(expCoarse[0], 1.0L);
+    EXPECT_EQ(static_cast<double>(extended(expFine[0])), 0.05550410867227228);
+    EXPECT_EQ(extended(expMid[0]), 1.0L);
+    EXPECT_EQ(extended(expCoarse[0]), 1.0L);
     // The 80-bit coefficient images.
     auto image = [](long double v) {
         unsigned char b[16] = {};
@@ -96,6 +100,14 @@ TEST(ExpLogTables, PrintedRows) {
     EXPECT_EQ(image(kExpC2), std::make_pair(uint16_t{0x4001}, uint64_t{0x8A7FAC5F0DF14283}));
     EXPECT_EQ(image(kExpC1), std::make_pair(uint16_t{0x4002}, uint64_t{0xC7CFB95CAC480639}));
     EXPECT_EQ(image(kExpC0), std::make_pair(uint16_t{0x4003}, uint64_t{0x90222B58DB3C8E05}));
+    // The x87's constants, which the kernels load with fldl2e, fldln2, fldlg2.
+    long double l2e, ln2, lg2;
+    asm("fldl2e" : "=t"(l2e));
+    asm("fldln2" : "=t"(ln2));
+    asm("fldlg2" : "=t"(lg2));
+    EXPECT_LT(std::fabs(l2e * logl(2.0L) - 1), 0x1p-63L);
+    EXPECT_LT(std::fabs(ln2 / logl(2.0L) - 1), 0x1p-63L);
+    EXPECT_LT(std::fabs(lg2 / log10l(2.0L) - 1), 0x1p-63L);
     EXPECT_EQ(bits(kLnPoly[5]), 0xBFC51ED447A1B8C5u);
     EXPECT_EQ(bits(kLog10Poly[0]), 0x3FDBCB7B1526E50Eu);
     EXPECT_EQ(bits(kLog10Poly[5]), 0xBFB2584FEB8CB841u);
@@ -105,11 +117,17 @@ TEST(ExpLogTables, PrintedRows) {
 TEST(ExpLogTables, EveryRowMatchesAnIndependentValue) {
     auto rel = [](long double got, long double want) { return std::fabs(got / want - 1.0L); };
     for (int i = 0; i < 16; ++i)
-        EXPECT_LT(rel(expFine[i] * kExpC0, exp2l(i / 16384.0L)), 0x1p-62L) << "expFine " << i;
+        EXPECT_LT(rel(extended(expFine[i]) * kExpC0, exp2l(i / 16384.0L)), 0x1p-62L) << "expFine " << i;
     for (int i = 0; i < 32; ++i) {
-        EXPECT_LT(rel(expMid[i], exp2l(i / 1024.0L)), 0x1p-62L) << "expMid " << i;
-        EXPECT_LT(rel(expCoarse[i], exp2l(i / 32.0L)), 0x1p-62L) << "expCoarse " << i;
+        EXPECT_LT(rel(extended(expMid[i]), exp2l(i / 1024.0L)), 0x1p-62L) << "expMid " << i;
+        EXPECT_LT(rel(extended(expCoarse[i]), exp2l(i / 32.0L)), 0x1p-62L) << "expCoarse " << i;
     }
+    // Each pair is a double and the 11 bits it leaves of a 64-bit value.
+    for (const Extended* t : {expFine, expMid, expCoarse})
+        for (int i = 0; i < 16; ++i) {
+            EXPECT_EQ(static_cast<double>(extended(t[i])), t[i].hi);
+            EXPECT_LE(std::fabs(t[i].lo), std::ldexp(std::fabs(t[i].hi), -53));
+        }
     for (int j = 0; j < 64; ++j)
         EXPECT_LT(rel(expSingle[j], expSingle[0] * exp2l(j / 64.0L)), 0x1p-52L) << "expSingle " << j;
     for (int i = 1; i < 256; ++i) {
@@ -144,7 +162,7 @@ TEST(ExpLogTables, PolynomialFits) {
     for (int s = -1024; s <= 1024; ++s) {
         const long double r = s * 0x1p-25L;  // |r| <= 2^-15
         const long double p = ((r + kExpC2) * r + kExpC1) * r + kExpC0;
-        exp_worst = std::max(exp_worst, std::fabs(expFine[0] * p / exp2l(r) - 1));
+        exp_worst = std::max(exp_worst, std::fabs(extended(expFine[0]) * p / exp2l(r) - 1));
         const long double rs = s * 0x1p-17L;  // |r| <= 2^-7
         single_worst = std::max(
             single_worst, std::fabs(expSingle[0] * ((rs + kExpB1) * rs + kExpB0) / exp2l(rs) - 1));

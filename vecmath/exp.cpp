@@ -36,10 +36,6 @@
 #include "vecmath/explog_tables.h"
 #include "xebruk/vm_explog.h"
 
-namespace xeb::explog {
-#include "vecmath/exp_tables.inc"
-}  // namespace xeb::explog
-
 namespace xeb {
 namespace {
 
@@ -48,14 +44,12 @@ using explog::expCoarse;
 using explog::expFine;
 using explog::expMid;
 using explog::expSingle;
+using explog::extended;
 
 // ---------------------------------------------------------------- double
 
-constexpr long double kLog2E = 0xb.8aa3b295c17f0bcp-3L;  // log2(e) in 64 bits, as fldl2e loads it
 constexpr long double kShifter = 0x1.8p+38L;             // float bits 0x52C00000
-using explog::kExpC0;
-using explog::kExpC1;
-using explog::kExpC2;
+using explog::expCubic;
 
 // High word (without sign) from which a pair leaves the fast path: about 708.39.
 constexpr uint32_t kFastLimitHigh = 0x4086232B;
@@ -67,13 +61,31 @@ constexpr uint64_t kUnderflowBits = 0x40874910D52D3052;
 constexpr uint64_t kBandBits = 0x4086232BDD7ABCD3;
 constexpr uint32_t kBandExemptHigh = 0x40862E42;  // positive x with this high word: no report
 
+// The high word read on its own from memory, so that the value itself goes
+// straight from the array into the x87 rather than through an integer
+// register and a stack slot.
+inline uint32_t high_word_at(const double* p) {
+    uint32_t hi;
+    std::memcpy(&hi, reinterpret_cast<const unsigned char*>(p) + 4, sizeof hi);
+    return hi;
+}
+
 struct ExpSplit {
     long double r;  // t - k 2^-14
     uint32_t k;     // round(t 2^14), two's complement
 };
 
+// log2(e) rounded to 64 bits (0xb.8aa3b295c17f0bcp-3), as the x87 loads
+// it: far cheaper than an 80-bit load from memory.  Volatile, so that it
+// stays where it is used and is never spilled as an 80-bit value.
+inline long double x87_log2e() {
+    long double v;
+    asm volatile("fldl2e" : "=t"(v));
+    return v;
+}
+
 inline ExpSplit split(double x) {
-    const long double t = x * kLog2E;
+    const long double t = x * x87_log2e();
     // Rounded to 64 bits and then to a double: t to a multiple of 2^-14.
     const double v = static_cast<double>(t + kShifter);
     return {t - (static_cast<long double>(v) - kShifter), low_word(v)};
@@ -81,8 +93,10 @@ inline ExpSplit split(double x) {
 
 // 2^r times 2^((k mod 2^14) / 2^14), without the power of two.
 inline long double fraction_power(const ExpSplit& s) {
-    const long double p = ((s.r + kExpC2) * s.r + kExpC1) * s.r + kExpC0;
-    return p * expFine[s.k & 15] * expMid[(s.k >> 4) & 31] * expCoarse[(s.k >> 9) & 31];
+    const long double p =
+        ((s.r + extended(expCubic[0])) * s.r + extended(expCubic[1])) * s.r + extended(expCubic[2]);
+    return p * extended(expFine[s.k & 15]) * extended(expMid[(s.k >> 4) & 31]) *
+           extended(expCoarse[(s.k >> 9) & 31]);
 }
 
 // 2^(k >> 14) as a double; valid while the exponent stays normal.
@@ -121,18 +135,18 @@ struct ExpD {
     static constexpr const char* name = "_xebdExp_HA";
 
     static bool group_path(const Arrays<double>& x, int i) {
-        const double a0 = x.a[i], a1 = x.a[i + 1];
-        if ((high_word(a0) & 0x7FFFFFFFu) >= kFastLimitHigh ||
-            (high_word(a1) & 0x7FFFFFFFu) >= kFastLimitHigh)
+        if ((high_word_at(x.a + i) & 0x7FFFFFFFu) >= kFastLimitHigh ||
+            (high_word_at(x.a + i + 1) & 0x7FFFFFFFu) >= kFastLimitHigh)
             return false;
-        const ExpSplit s0 = split(a0), s1 = split(a1);
+        const ExpSplit s0 = split(x.a[i]), s1 = split(x.a[i + 1]);
         const long double f0 = fraction_power(s0), f1 = fraction_power(s1);
         x.y[i] = static_cast<double>(f0 * scale_double(s0.k));
         x.y[i + 1] = static_cast<double>(f1 * scale_double(s1.k));
         return true;
     }
 
-    static void one(const Arrays<double>& x, int i) {
+    // Kept out of line: the group loop stays small.
+    __attribute__((noinline)) static void one(const Arrays<double>& x, int i) {
         const double a = x.a[i];
         const uint64_t b = bits(a);
         if (static_cast<int64_t>(b) >= kOverflowBits) {  // +infinity and positive NaNs too
@@ -172,7 +186,7 @@ constexpr uint32_t kMinusInf = 0xFF800000;
 // The x87 runs at 53 bits here (the frame set it), so every operation below
 // rounds as a double would, in the x87's wider exponent range.
 inline float exp_single(float a) {
-    const long double v = a * kLog2E + kShifterS;
+    const long double v = a * x87_log2e() + kShifterS;
     const uint32_t k = x87_float_image(v);  // v to a multiple of 2^-6
     const long double r = v - float_from_bits(k);
     const long double p = (r + explog::kExpB1) * r + explog::kExpB0;

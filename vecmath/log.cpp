@@ -38,10 +38,6 @@
 #include "vecmath/explog_tables.h"
 #include "xebruk/vm_explog.h"
 
-namespace xeb::explog {
-#include "vecmath/log_tables.inc"
-}  // namespace xeb::explog
-
 namespace xeb {
 namespace {
 
@@ -57,9 +53,15 @@ inline long double fyl2x(long double scale, long double x) {
 }
 
 // Constants of one logarithm: its base's L as the x87 loads it (fldln2,
-// fldlg2), the polynomial on [0, 1/256) and the Taylor form below 1.
+// fldlg2: far cheaper than an 80-bit load, and never spilled as one, being
+// volatile), the polynomial on [0, 1/256) and the Taylor form below 1.
 struct Natural {
-    static constexpr long double L = 0xb.17217f7d1cf79acp-4L;  // ln 2
+    // ln 2 rounded to 64 bits, 0xb.17217f7d1cf79acp-4.
+    static long double L() {
+        long double v;
+        asm volatile("fldln2" : "=t"(v));
+        return v;
+    }
     static constexpr const double (&A)[6] = explog::kLnPoly;
     static constexpr const double (&T)[6] = explog::kLnTaylor;
     static constexpr const char* double_name = "_xebdLn_HA";
@@ -69,7 +71,12 @@ struct Natural {
 };
 
 struct Decimal {
-    static constexpr long double L = 0x9.a209a84fbcff799p-5L;  // log10 2
+    // log10 2 rounded to 64 bits, 0x9.a209a84fbcff799p-5.
+    static long double L() {
+        long double v;
+        asm volatile("fldlg2" : "=t"(v));
+        return v;
+    }
     static constexpr const double (&A)[6] = explog::kLog10Poly;
     static constexpr const double (&T)[6] = explog::kLog10Taylor;
     static constexpr const char* double_name = "_xebdLog10_HA";
@@ -104,7 +111,7 @@ inline long double log_table(double x) {
     const double m = double_from_bits((bits(x) & 0x00000FFFFFFFFFFFull) | 0x3FF0000000000000ull);
     const long double t = static_cast<long double>(m) - 1.0L;  // exact, in [0, 1/256)
     const long double r = t * row.rcp;
-    return ((e * B::L + row.hi) + row.lo) + poly6(B::A, r);
+    return ((e * B::L() + row.hi) + row.lo) + poly6(B::A, r);
 }
 
 template <class B>
@@ -136,7 +143,7 @@ struct LogD {
             else x.y[i] = static_cast<double>(poly6(B::T, static_cast<long double>(a) - 1.0L));
             return;
         }
-        x.y[i] = static_cast<double>(fyl2x(B::L, a));
+        x.y[i] = static_cast<double>(fyl2x(B::L(), a));
         if (is_zero(a)) frame::raise<LogD>(XEB_STATUS_POLE, i, x);
         // Negative, -infinity included, judged on the high word alone.
         else if (hi - 0x80000000u <= 0x7FF00000u) frame::raise<LogD>(XEB_STATUS_DOMAINFAULT, i, x);
@@ -153,7 +160,7 @@ inline float log_cubic(uint32_t w) {
     const CubicRow& c = B::cubic()[(w >> 15) & 0xFF];
     const long double m = float_from_bits((w & 0x007FFFFFu) | 0x3F800000u);
     // At 53 bits (the frame's setting): each step rounds as a double would.
-    return static_cast<float>(((c.c3 * m + c.c2) * m + c.c1) * m + c.c0 + e * B::L);
+    return static_cast<float>(((c.c3 * m + c.c2) * m + c.c1) * m + c.c0 + e * B::L());
 }
 
 template <class B>
@@ -181,7 +188,7 @@ struct LogS {
     static void one(const Arrays<float>& x, int i) {
         const float a = x.a[i];
         const uint32_t w = bits(a);
-        x.y[i] = static_cast<float>(fyl2x(B::L, a));
+        x.y[i] = static_cast<float>(fyl2x(B::L(), a));
         if (is_zero(a)) frame::raise<LogS>(XEB_STATUS_POLE, i, x);
         else if (w - 0x80000000u <= 0x7F800000u) frame::raise<LogS>(XEB_STATUS_DOMAINFAULT, i, x);
     }
