@@ -17,6 +17,7 @@ struct Command {
 
 int demo(const Args& args);
 int info(const Args& args);
+int vm(const Args& args);
 
 // Reports a usage error on stderr (one line) and returns the exit code 2.
 int usage_error(const std::string& message);

@@ -16,6 +16,7 @@ namespace {
 const Command kCommands[] = {
     {"demo", "evaluate the kernels on a few arrays and show an event being reported", demo},
     {"info", "version, processor features and the kernels this build exports", info},
+    {"vm", "apply a vector kernel to numbers from a file, standard input or a range", vm},
 };
 
 int help() {
