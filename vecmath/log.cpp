@@ -135,7 +135,8 @@ struct LogD {
         return true;
     }
 
-    static void one(const Arrays<double>& x, int i) {
+    // Kept out of line: the group loop stays small.
+    __attribute__((noinline)) static void one(const Arrays<double>& x, int i) {
         const double a = x.a[i];
         const uint32_t hi = high_word(a);
         if (hi - kNormalBase < kNormalSpan) {
@@ -185,7 +186,8 @@ struct LogS {
 
     // Everything through fyl2x (at the 53 bits the frame set), not only the
     // special values: a pair that leaves the fast path is done here whole.
-    static void one(const Arrays<float>& x, int i) {
+    // Out of line, so that the group loop stays small.
+    __attribute__((noinline)) static void one(const Arrays<float>& x, int i) {
         const float a = x.a[i];
         const uint32_t w = bits(a);
         x.y[i] = static_cast<float>(fyl2x(B::L(), a));
