@@ -20,6 +20,19 @@ XEBRUK_API int32_t rukdRngUniform(int32_t method, RukStream *stream, int32_t n, 
 XEBRUK_API int32_t ruksRngUniform(int32_t method, RukStream *stream, int32_t n, float *r,
                                   float a, float b);
 
+/* Inverse-transform laws; U uniform on (0, 1).
+ *   Exponential(a, beta)     a - beta ln U; the single form then max(., a)
+ *   Gumbel(a, beta)          a + beta ln(-ln U)    (long tail on the low side)
+ * method is ignored. */
+XEBRUK_API int32_t rukdRngExponential(int32_t method, RukStream *stream, int32_t n, double *r,
+                                      double a, double beta);
+XEBRUK_API int32_t ruksRngExponential(int32_t method, RukStream *stream, int32_t n, float *r,
+                                      float a, float beta);
+XEBRUK_API int32_t rukdRngGumbel(int32_t method, RukStream *stream, int32_t n, double *r,
+                                 double a, double beta);
+XEBRUK_API int32_t ruksRngGumbel(int32_t method, RukStream *stream, int32_t n, float *r,
+                                 float a, float beta);
+
 XEBRUK_EXTERN_C_END
 
 #endif
