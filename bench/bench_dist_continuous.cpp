@@ -2,7 +2,6 @@
 // std::mt19937, filling the same array of 10^6 doubles.  Paired timing:
 // "ratio" is our time over the peer's (0.5 means twice as fast).
 #include <random>
-#include <vector>
 
 #include "paired.h"
 #include "xebruk/xebruk.h"
@@ -11,30 +10,15 @@ namespace {
 
 constexpr int kCount = 1000000;
 
-RukStream* new_stream() {
+// law(stream, n, r) against peer(engine), one element per call.
+template <class Law, class Peer>
+void against(benchmark::State& state, Law law, Peer peer) {
     RukStream* s = nullptr;
     const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
     rukNewStreamEx(&s, RUK_BRNG_MT19937, 4, key);
-    return s;
-}
-
-// Law(stream, n, r) against Peer(engine) element by element.
-template <class Law, class Peer>
-void against(benchmark::State& state, Law law, Peer peer_distribution) {
-    RukStream* s = new_stream();
     std::mt19937 engine(1);
-    std::vector<double> r(kCount), p(kCount);
-    xbench::paired(
-        state,
-        [&] {
-            law(s, kCount, r.data());
-            benchmark::DoNotOptimize(r.data());
-        },
-        [&] {
-            for (auto& v : p) v = peer_distribution(engine);
-            benchmark::DoNotOptimize(p.data());
-        });
-    state.SetItemsProcessed(state.iterations() * kCount);
+    xbench::paired_fill<double>(
+        state, kCount, [&](double* r, int n) { law(s, n, r); }, [&] { return peer(engine); });
     rukDeleteStream(&s);
 }
 

@@ -2,7 +2,6 @@
 // numbers.  Paired timing: "ratio" is our time over the peer's (0.5 means
 // twice as fast).
 #include <random>
-#include <vector>
 
 #include "paired.h"
 #include "xebruk/xebruk.h"
@@ -21,18 +20,9 @@ RukStream* new_stream() {
 void BM_IntegerMt19937(benchmark::State& state) {
     RukStream* s = new_stream();
     std::mt19937 peer(1);
-    std::vector<uint32_t> r(kCount), p(kCount);
-    xbench::paired(
-        state,
-        [&] {
-            rukiBRngMT19937(s, kCount, r.data());
-            benchmark::DoNotOptimize(r.data());
-        },
-        [&] {
-            for (auto& v : p) v = static_cast<uint32_t>(peer());
-            benchmark::DoNotOptimize(p.data());
-        });
-    state.SetItemsProcessed(state.iterations() * kCount);
+    xbench::paired_fill<uint32_t>(
+        state, kCount, [&](uint32_t* r, int n) { rukiBRngMT19937(s, n, r); },
+        [&] { return static_cast<uint32_t>(peer()); });
     rukDeleteStream(&s);
 }
 
@@ -41,18 +31,9 @@ template <class T, int32_t (*Kernel)(RukStream*, int32_t, T*, T, T)>
 void BM_RealMt19937(benchmark::State& state) {
     RukStream* s = new_stream();
     std::mt19937 peer(1);
-    std::vector<T> r(kCount), p(kCount);
-    xbench::paired(
-        state,
-        [&] {
-            Kernel(s, kCount, r.data(), T(0), T(1));
-            benchmark::DoNotOptimize(r.data());
-        },
-        [&] {
-            for (auto& v : p) v = static_cast<T>(peer()) * T(0x1p-32);
-            benchmark::DoNotOptimize(p.data());
-        });
-    state.SetItemsProcessed(state.iterations() * kCount);
+    xbench::paired_fill<T>(
+        state, kCount, [&](T* r, int n) { Kernel(s, n, r, T(0), T(1)); },
+        [&] { return static_cast<T>(peer()) * T(0x1p-32); });
     rukDeleteStream(&s);
 }
 
