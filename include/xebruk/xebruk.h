@@ -7,5 +7,6 @@
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"
+#include "convcorr.h"
 
 #endif
