@@ -156,6 +156,97 @@ XEBRUK_API int32_t rukccGetStatus(const RukTask *task);
 /* Stores status and returns the previous one. */
 XEBRUK_API int32_t rukccSetStatus(RukTask *task, int32_t status);
 
+/* Call forms of the kernels.  x, y, z hold elements of the data type
+ * (the first letter of DD, SD, SS); strides and shapes count elements. */
+typedef int32_t RukDirect1DDecD(const double *x, int32_t xStride, const double *y, int32_t yStride,
+                                double *z, int32_t zStride, int32_t xShape, int32_t yShape,
+                                int32_t start, int32_t zShape, int32_t decimation);
+typedef int32_t RukDirect1DDecS(const float *x, int32_t xStride, const float *y, int32_t yStride,
+                                float *z, int32_t zStride, int32_t xShape, int32_t yShape,
+                                int32_t start, int32_t zShape, int32_t decimation);
+typedef int32_t RukDirect1DNodecD(const double *x, int32_t xStride, const double *y,
+                                  int32_t yStride, double *z, int32_t zStride, int32_t xShape,
+                                  int32_t yShape, int32_t start, int32_t zShape);
+typedef int32_t RukDirect1DNodecS(const float *x, int32_t xStride, const float *y,
+                                  int32_t yStride, float *z, int32_t zStride, int32_t xShape,
+                                  int32_t yShape, int32_t start, int32_t zShape);
+typedef int32_t RukDirectAllDecD(int32_t rank, const double *x, const int32_t *xShape,
+                                 const int32_t *xStride, const double *y, const int32_t *yShape,
+                                 const int32_t *yStride, double *z, const int32_t *zShape,
+                                 const int32_t *zStride, const int32_t *start,
+                                 const int32_t *decimation);
+typedef int32_t RukDirectAllDecS(int32_t rank, const float *x, const int32_t *xShape,
+                                 const int32_t *xStride, const float *y, const int32_t *yShape,
+                                 const int32_t *yStride, float *z, const int32_t *zShape,
+                                 const int32_t *zStride, const int32_t *start,
+                                 const int32_t *decimation);
+typedef int32_t RukDirectAllNodecD(int32_t rank, const double *x, const int32_t *xShape,
+                                   const int32_t *xStride, const double *y,
+                                   const int32_t *yShape, const int32_t *yStride, double *z,
+                                   const int32_t *zShape, const int32_t *zStride,
+                                   const int32_t *start);
+typedef int32_t RukDirectAllNodecS(int32_t rank, const float *x, const int32_t *xShape,
+                                   const int32_t *xStride, const float *y,
+                                   const int32_t *yShape, const int32_t *yStride, float *z,
+                                   const int32_t *zShape, const int32_t *zStride,
+                                   const int32_t *start);
+/* FFT form: (0, x, xStride, y, yStride, 1, z, zStride, 1, xShape, yShape,
+ * 1, start, zShape, 0, 0, 0, 0); the words shown as constants are
+ * reserved and never read. */
+typedef int32_t RukFft1DD(int32_t reserved0, const double *x, int32_t xStride, const double *y,
+                          int32_t yStride, int32_t reserved1, double *z, int32_t zStride,
+                          int32_t reserved2, int32_t xShape, int32_t yShape, int32_t reserved3,
+                          int32_t start, int32_t zShape, int32_t reserved4, int32_t reserved5,
+                          int32_t reserved6, int32_t reserved7);
+typedef int32_t RukFft1DS(int32_t reserved0, const float *x, int32_t xStride, const float *y,
+                          int32_t yStride, int32_t reserved1, float *z, int32_t zStride,
+                          int32_t reserved2, int32_t xShape, int32_t yShape, int32_t reserved3,
+                          int32_t start, int32_t zShape, int32_t reserved4, int32_t reserved5,
+                          int32_t reserved6, int32_t reserved7);
+
+/* Direct kernels.  DD: double data summed in the x87 register (64-bit
+ * significand at the precision the x87 control word holds on entry);
+ * SD: single data, x87 sum, one rounding to single at the store;
+ * SS: single data, single-precision sums.  The kernels of any rank keep
+ * the running sum of DD and SD in a double between terms. */
+XEBRUK_API RukDirect1DDecD rukConvDDDirect1D_dec;
+XEBRUK_API RukDirect1DDecD rukCorrDDDirect1D_dec;
+XEBRUK_API RukDirect1DDecS rukConvSDDirect1D_dec;
+XEBRUK_API RukDirect1DDecS rukCorrSDDirect1D_dec;
+XEBRUK_API RukDirect1DDecS rukConvSSDirect1D_dec;
+XEBRUK_API RukDirect1DDecS rukCorrSSDirect1D_dec;
+XEBRUK_API RukDirect1DNodecS rukConvSSDirect1D_nodec;
+XEBRUK_API RukDirect1DNodecS rukCorrSSDirect1D_nodec;
+XEBRUK_API RukDirectAllDecD rukConvDDDirectAll_dec;
+XEBRUK_API RukDirectAllDecD rukCorrDDDirectAll_dec;
+XEBRUK_API RukDirectAllDecS rukConvSDDirectAll_dec;
+XEBRUK_API RukDirectAllDecS rukCorrSDDirectAll_dec;
+XEBRUK_API RukDirectAllDecS rukConvSSDirectAll_dec;
+XEBRUK_API RukDirectAllDecS rukCorrSSDirectAll_dec;
+
+/* Combinations without an implementation: each returns
+ * RUK_TASK_ERROR_UNSUPPORTED and reads no argument. */
+XEBRUK_API RukDirect1DNodecD rukConvDDDirect1D_nodec;
+XEBRUK_API RukDirect1DNodecD rukCorrDDDirect1D_nodec;
+XEBRUK_API RukDirectAllNodecD rukConvDDDirectAll_nodec;
+XEBRUK_API RukDirectAllNodecD rukCorrDDDirectAll_nodec;
+XEBRUK_API RukFft1DD rukConvDDFft1D_dec;
+XEBRUK_API RukFft1DD rukCorrDDFft1D_dec;
+XEBRUK_API RukFft1DD rukConvDDFft1D_nodec;
+XEBRUK_API RukFft1DD rukCorrDDFft1D_nodec;
+XEBRUK_API RukDirect1DNodecS rukConvSDDirect1D_nodec;
+XEBRUK_API RukDirect1DNodecS rukCorrSDDirect1D_nodec;
+XEBRUK_API RukDirectAllNodecS rukConvSDDirectAll_nodec;
+XEBRUK_API RukDirectAllNodecS rukCorrSDDirectAll_nodec;
+XEBRUK_API RukFft1DS rukConvSDFft1D_dec;
+XEBRUK_API RukFft1DS rukCorrSDFft1D_dec;
+XEBRUK_API RukFft1DS rukConvSDFft1D_nodec;
+XEBRUK_API RukFft1DS rukCorrSDFft1D_nodec;
+XEBRUK_API RukDirectAllNodecS rukConvSSDirectAll_nodec;
+XEBRUK_API RukDirectAllNodecS rukCorrSSDirectAll_nodec;
+XEBRUK_API RukFft1DS rukConvSSFft1D_dec;
+XEBRUK_API RukFft1DS rukCorrSSFft1D_dec;
+
 XEBRUK_EXTERN_C_END
 
 #endif
