@@ -17,7 +17,8 @@ constexpr int32_t kSignal = 100000;
 
 // z[k] = sum_i y[i] x[k-i] in the precision of T.
 template <class T>
-__attribute__((noinline)) void plain_convolve(const T* x, int32_t nx, const T* y, int32_t ny, T* z) {
+__attribute__((noinline)) void plain_convolve(const T* x, int32_t nx, const T* y, int32_t ny,
+                                              T* z) {
     for (int32_t k = 0; k < nx + ny - 1; ++k) {
         const int32_t lo = k - nx + 1 > 0 ? k - nx + 1 : 0;
         const int32_t hi = k < ny - 1 ? k : ny - 1;

@@ -17,8 +17,9 @@
 // store to the cell.
 //
 // Error budget for m terms, relative to sum |x y|:
-//   DD: each step rounds to 64 then to 53 bits: below m (2^-53 + 2^-64);
-//       for terms of one sign below (m+1)(1 + 2^-11) ulp.
+//   DD: each step rounds the product and the sum to 64 bits, then the
+//       sum to 53: below m (2^-53 + 2^-63); for terms of one sign below
+//       (m+1)(1 + 2^-10) ulp.
 //   SD: single products are exact; sums m 2^-53, then one rounding to
 //       single: below 0.5 + m 2^-29 ulp.
 //   SS: as in one dimension, below (m+1) ulp for terms of one sign.

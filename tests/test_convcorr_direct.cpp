@@ -7,11 +7,11 @@
 // caller, and the accuracy of the sums in ulps against 113-bit sums.
 #include <gtest/gtest.h>
 
-#include <quadmath.h>
-
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,12 +27,26 @@ enum class Job { Conv, Corr };
 
 // The precision of each type pair: element type, sum of one dimension
 // (Wide), running sum between terms in any rank (Cell).
-struct DD { using Data = double; using Wide = long double; using Cell = double; };
-struct SD { using Data = float; using Wide = long double; using Cell = double; };
-struct SS { using Data = float; using Wide = float; using Cell = float; };
+struct DD {
+    using Data = double;
+    using Wide = long double;
+    using Cell = double;
+};
+struct SD {
+    using Data = float;
+    using Wide = long double;
+    using Cell = double;
+};
+struct SS {
+    using Data = float;
+    using Wide = float;
+    using Cell = float;
+};
 
 template <class T>
-bool same_bits(T a, T b) { return std::memcmp(&a, &b, sizeof(T)) == 0; }
+bool same_bits(T a, T b) {
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
 
 template <class T>
 bool same_buffer(const std::vector<T>& a, const std::vector<T>& b) {
@@ -55,7 +69,8 @@ struct Array {
     std::vector<T> buffer;
     std::ptrdiff_t origin = 0;
 
-    Array(std::vector<int32_t> n, std::vector<int32_t> s, bool rb) : shape(n), stride(s), rebased(rb) {
+    Array(std::vector<int32_t> n, std::vector<int32_t> s, bool rb)
+        : shape(n), stride(s), rebased(rb) {
         std::ptrdiff_t span = 1;
         for (std::size_t d = 0; d < n.size(); ++d) {
             span += std::ptrdiff_t{n[d] - 1} * std::abs(s[d]);
@@ -129,7 +144,7 @@ template <class Data>
 struct Member1D {
     const char* name;
     Job job;
-    Dec1D<Data> dec;      // one of dec, nodec
+    Dec1D<Data> dec;  // one of dec, nodec
     Nodec1D<Data> nodec;
     int32_t z_shape_status;
     int32_t min_decimation;  // smallest decimation accepted (_dec members)
@@ -191,10 +206,10 @@ void run_case(const Member1D<typename P::Data>& m, const Case1D& c, std::mt19937
     Array<Data> x({c.nx}, {c.xs}, true), y({c.ny}, {c.ys}, true), z({c.nz}, {c.zs}, true);
     fill(x, rng);
     fill(y, rng);
-    const auto trace = ::testing::Message() << m.name << " nx=" << c.nx << " ny=" << c.ny
-                                            << " strides " << c.xs << "," << c.ys << "," << c.zs
-                                            << " start=" << c.start << " nz=" << c.nz
-                                            << " dec=" << c.dec;
+    const auto trace = ::testing::Message()
+                       << m.name << " nx=" << c.nx << " ny=" << c.ny << " strides " << c.xs << ","
+                       << c.ys << "," << c.zs << " start=" << c.start << " nz=" << c.nz
+                       << " dec=" << c.dec;
     SCOPED_TRACE(trace);
     ASSERT_EQ(m(x.ptr(), c.xs, y.ptr(), c.ys, z.ptr(), c.zs, c.nx, c.ny, c.start, c.nz, c.dec), 0);
     std::vector<Data> expected(z.buffer.size(), sentinel<Data>());
@@ -211,7 +226,8 @@ template <class P, std::size_t N>
 void random_cases_1d(const Member1D<typename P::Data> (&members)[N], unsigned seed) {
     std::mt19937_64 rng(seed);
     auto pick = [&](int64_t lo, int64_t hi) {
-        return static_cast<int32_t>(lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
+        return static_cast<int32_t>(
+            lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
     };
     const int32_t strides[] = {-3, -2, -1, 1, 2, 3};
     for (const auto& m : members) {
@@ -237,9 +253,15 @@ void random_cases_1d(const Member1D<typename P::Data> (&members)[N], unsigned se
     }
 }
 
-TEST(Direct1D, AgreesWithReferenceDD) { random_cases_1d<DD>(kDD1D, 1); }
-TEST(Direct1D, AgreesWithReferenceSD) { random_cases_1d<SD>(kSD1D, 2); }
-TEST(Direct1D, AgreesWithReferenceSS) { random_cases_1d<SS>(kSS1D, 3); }
+TEST(Direct1D, AgreesWithReferenceDD) {
+    random_cases_1d<DD>(kDD1D, 1);
+}
+TEST(Direct1D, AgreesWithReferenceSD) {
+    random_cases_1d<SD>(kSD1D, 2);
+}
+TEST(Direct1D, AgreesWithReferenceSS) {
+    random_cases_1d<SS>(kSS1D, 3);
+}
 
 // Ranges of one to nine terms around the loop of four (which never takes
 // the last term): a y of m taps fully inside x.
@@ -284,12 +306,18 @@ void check_order(const Member1D<Data>& m) {
     int32_t xs = 0, ys = 0, zs = 0, nx = 0, ny = 0, nz = 0, start = -100, dec = -1;
     auto call = [&] { return m(x.data(), xs, y.data(), ys, z.data(), zs, nx, ny, start, nz, dec); };
     const int32_t b = m.base();
-    EXPECT_EQ(call(), b - 4);  xs = 1;
-    EXPECT_EQ(call(), b - 3);  ys = -1;
-    EXPECT_EQ(call(), b - 5);  zs = 2;
-    EXPECT_EQ(call(), b - 6);  nx = 5;
-    EXPECT_EQ(call(), b - 7);  ny = 4;
-    EXPECT_EQ(call(), m.z_shape_status);  nz = 1;
+    EXPECT_EQ(call(), b - 4);
+    xs = 1;
+    EXPECT_EQ(call(), b - 3);
+    ys = -1;
+    EXPECT_EQ(call(), b - 5);
+    zs = 2;
+    EXPECT_EQ(call(), b - 6);
+    nx = 5;
+    EXPECT_EQ(call(), b - 7);
+    ny = 4;
+    EXPECT_EQ(call(), m.z_shape_status);
+    nz = 1;
     if (m.decimated()) {
         EXPECT_EQ(call(), b - 9);
         dec = 0;
@@ -331,11 +359,14 @@ TEST(Direct1D, StatusesInOrder) {
 TEST(Direct1D, DecimationZero) {
     std::vector<double> xd(4, 1), yd(4, 1), zd(4, 7);
     std::vector<float> xf(4, 1), yf(4, 1), zf(4, 7);
-    for (const auto& m : kDD1D) EXPECT_EQ(m(xd.data(), 1, yd.data(), 1, zd.data(), 1, 4, 4, 0, 4, 0), 0);
+    for (const auto& m : kDD1D)
+        EXPECT_EQ(m(xd.data(), 1, yd.data(), 1, zd.data(), 1, 4, 4, 0, 4, 0), 0);
     EXPECT_EQ(zd, std::vector<double>(4, 7));
-    for (const auto& m : kSD1D) EXPECT_EQ(m(xf.data(), 1, yf.data(), 1, zf.data(), 1, 4, 4, 0, 4, 0), 0);
+    for (const auto& m : kSD1D)
+        EXPECT_EQ(m(xf.data(), 1, yf.data(), 1, zf.data(), 1, 4, 4, 0, 4, 0), 0);
     EXPECT_EQ(kSS1D[1](xf.data(), 1, yf.data(), 1, zf.data(), 1, 4, 4, 0, 4, 0), 0);
-    EXPECT_EQ(kSS1D[0](xf.data(), 1, yf.data(), 1, zf.data(), 1, 4, 4, 0, 4, 0), RUK_CONV_ERROR_DECIMATION);
+    EXPECT_EQ(kSS1D[0](xf.data(), 1, yf.data(), 1, zf.data(), 1, 4, 4, 0, 4, 0),
+              RUK_CONV_ERROR_DECIMATION);
     EXPECT_EQ(zf, std::vector<float>(4, 7));
 }
 
@@ -369,6 +400,8 @@ void check_in_place(const Member1D<Data>& m) {
     if (m.decimated()) {
         EXPECT_EQ(run(yz.data(), yz.data(), 1, 1, safe_start, 2), refused);
     }
+    // The in-place test comes last.
+    EXPECT_EQ(m(x.data(), 1, yz.data(), 1, yz.data(), 2, nx, ny, nx + ny + 5, 1, 1), m.base() - 11);
     // x is never compared with z.
     std::vector<Data> xz = x;
     xz.resize(64);
@@ -397,8 +430,8 @@ TEST(Direct1D, XSharedWithZIsReadAsStored) {
             if (k - i >= 0 && k - i < nx) sum = sum + (long double)y.at({i}) * expected[k - i];
         expected[k + shift] = static_cast<double>(sum);
     }
-    ASSERT_EQ(rukConvDDDirect1D_dec(buffer.data(), 1, y.ptr(), 1, buffer.data() + shift, 1, nx, 7, 0,
-                                    nz, 1),
+    ASSERT_EQ(rukConvDDDirect1D_dec(buffer.data(), 1, y.ptr(), 1, buffer.data() + shift, 1, nx, 7,
+                                    0, nz, 1),
               0);
     EXPECT_TRUE(same_buffer(buffer, expected));
 }
@@ -414,13 +447,14 @@ TEST(Direct1D, X87PrecisionIsTheCallers) {
     fill(xf, rng);
     fill(yf, rng);
     const uint16_t saved = xeb::fpu::x87_control();
-    const uint16_t narrow = static_cast<uint16_t>((saved & ~xeb::fpu::kX87PrecRoundMask) |
-                                                  xeb::fpu::kX87Prec53Nearest);
+    const uint16_t narrow =
+        static_cast<uint16_t>((saved & ~xeb::fpu::kX87PrecRoundMask) | xeb::fpu::kX87Prec53Nearest);
     std::vector<double> z(66);
     std::vector<float> zf(66);
     xeb::fpu::set_x87_control(narrow);
     const int32_t r = rukConvDDDirect1D_dec(x.ptr(), 1, y.ptr(), 1, z.data(), 1, 50, 17, 0, 66, 1);
-    const int32_t rf = rukCorrSDDirect1D_dec(xf.ptr(), 1, yf.ptr(), 1, zf.data(), 1, 50, 17, -49, 66, 1);
+    const int32_t rf =
+        rukCorrSDDirect1D_dec(xf.ptr(), 1, yf.ptr(), 1, zf.data(), 1, 50, 17, -49, 66, 1);
     const uint16_t after = xeb::fpu::x87_control();
     xeb::fpu::set_x87_control(saved);
     ASSERT_EQ(r, 0);
@@ -489,7 +523,8 @@ void run_all_case(const MemberAll<typename P::Data>& m, int rank, std::mt19937_6
                   int max_extent) {
     using Data = typename P::Data;
     auto pick = [&](int64_t lo, int64_t hi) {
-        return static_cast<int32_t>(lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
+        return static_cast<int32_t>(
+            lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
     };
     std::vector<int32_t> nx(rank), ny(rank), nz(rank), start(rank), dec(rank);
     for (int d = 0; d < rank; ++d) {
@@ -540,9 +575,15 @@ void random_cases_all(const MemberAll<typename P::Data> (&members)[2], unsigned 
     }
 }
 
-TEST(DirectAll, AgreesWithReferenceDD) { random_cases_all<DD>(kDDAll, 11); }
-TEST(DirectAll, AgreesWithReferenceSD) { random_cases_all<SD>(kSDAll, 12); }
-TEST(DirectAll, AgreesWithReferenceSS) { random_cases_all<SS>(kSSAll, 13); }
+TEST(DirectAll, AgreesWithReferenceDD) {
+    random_cases_all<DD>(kDDAll, 11);
+}
+TEST(DirectAll, AgreesWithReferenceSD) {
+    random_cases_all<SD>(kSDAll, 12);
+}
+TEST(DirectAll, AgreesWithReferenceSS) {
+    random_cases_all<SS>(kSSAll, 13);
+}
 
 // Rank first, then per dimension from 0: the three extents, start, span,
 // z stride; all before anything is written.
@@ -560,14 +601,22 @@ void check_all_order(const MemberAll<Data>& m) {
     for (int32_t rank : {-1, 0, 8, 9}) EXPECT_EQ(call(rank), RUK_ALL_ERROR_RANK) << rank;
     const bool conv = m.job == Job::Conv;
     for (int d = 0; d < 2; ++d) {
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_X_SHAPE);  nx[d] = 3;
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_Y_SHAPE);  ny[d] = 2;
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_Z_SHAPE);  nz[d] = 2;
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_START);    start[d] = conv ? 4 : 2;  // last + 1
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_START);    start[d] = conv ? 3 : 1;  // last
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_SPAN);     start[d] = conv ? 2 : 0;  // decimation 0
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_SPAN);     dec[d] = 1;
-        EXPECT_EQ(call(2), RUK_ALL_ERROR_Z_STRIDE); zs[d] = d == 0 ? 1 : -2;
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_X_SHAPE);
+        nx[d] = 3;
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_Y_SHAPE);
+        ny[d] = 2;
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_Z_SHAPE);
+        nz[d] = 2;
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_START);
+        start[d] = conv ? 4 : 2;  // last + 1
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_START);
+        start[d] = conv ? 3 : 1;  // last
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_SPAN);
+        start[d] = conv ? 2 : 0;  // decimation 0
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_SPAN);
+        dec[d] = 1;
+        EXPECT_EQ(call(2), RUK_ALL_ERROR_Z_STRIDE);
+        zs[d] = d == 0 ? 1 : -2;
     }
     nz[1] = INT32_MAX;
     dec[1] = INT32_MAX;
@@ -598,10 +647,14 @@ TEST(DirectSums, WhereTheRunningSumLives) {
     EXPECT_EQ(zf, 0x1p-30f);
     ASSERT_EQ(rukConvSSDirect1D_nodec(xf, 1, yf, 1, &zf, 1, 3, 3, 2, 1), 0);
     EXPECT_EQ(zf, 0.0f);
-    ASSERT_EQ(rukConvDDDirectAll_dec(1, xd, &three, &one, yd, &three, &one, &zd, &one, &one, &two, &one), 0);
+    ASSERT_EQ(
+        rukConvDDDirectAll_dec(1, xd, &three, &one, yd, &three, &one, &zd, &one, &one, &two, &one),
+        0);
     EXPECT_EQ(zd, 0.0);
     zf = -1;
-    ASSERT_EQ(rukConvSDDirectAll_dec(1, xf, &three, &one, yf, &three, &one, &zf, &one, &one, &two, &one), 0);
+    ASSERT_EQ(
+        rukConvSDDirectAll_dec(1, xf, &three, &one, yf, &three, &one, &zf, &one, &one, &two, &one),
+        0);
     EXPECT_EQ(zf, 0.0f);
 }
 
@@ -620,7 +673,8 @@ TEST(DirectUnsupported, EveryEntryGivesMinus2000) {
         EXPECT_EQ(f(1, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                     nullptr, nullptr),
                   RUK_TASK_ERROR_UNSUPPORTED);
-    for (auto f : {rukConvDDFft1D_dec, rukCorrDDFft1D_dec, rukConvDDFft1D_nodec, rukCorrDDFft1D_nodec})
+    for (auto f :
+         {rukConvDDFft1D_dec, rukCorrDDFft1D_dec, rukConvDDFft1D_nodec, rukCorrDDFft1D_nodec})
         EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0),
                   RUK_TASK_ERROR_UNSUPPORTED);
     for (auto f : {rukConvSDFft1D_dec, rukCorrSDFft1D_dec, rukConvSDFft1D_nodec,
@@ -632,69 +686,63 @@ TEST(DirectUnsupported, EveryEntryGivesMinus2000) {
 // ---------------------------------------------------------------------------
 // Accuracy of the sums for terms of one sign, in ulps against sums of the
 // exact products in 113 bits, within the bounds of the kernels' error
-// budgets (m terms; the reference rounded to 64 bits adds 2^-11 ulp for
+// budgets for m terms (the reference rounded to 64 bits adds 2^-11 ulp for
 // doubles).
 
-template <class Data>
-double worst_ulp(int32_t (*kernel)(const Data*, const Data*, Data*, int32_t, int32_t),
-                 int32_t taps, std::mt19937_64& rng) {
-    const int32_t nx = 400;
-    Array<Data> x({nx}, {1}, true), y({taps}, {1}, true);
+// Worst error over the full convolution of x (400 elements) by y of m taps.
+template <class Data, class Kernel>
+double worst_ulp(Kernel kernel, int32_t m, std::mt19937_64& rng) {
+    const int32_t nx = 400, nz = nx + m - 1;
+    Array<Data> x({nx}, {1}, true), y({m}, {1}, true);
     fill(x, rng, true);
     fill(y, rng, true);
-    std::vector<Data> z(static_cast<std::size_t>(nx + taps - 1));
-    EXPECT_EQ(kernel(x.ptr(), y.ptr(), z.data(), nx, taps), 0);
+    std::vector<Data> z(static_cast<std::size_t>(nz));
+    EXPECT_EQ(kernel(x.ptr(), y.ptr(), z.data(), nx, m, nz), 0);
     double worst = 0;
-    for (int64_t k = 0; k < nx + taps - 1; ++k) {
+    for (int64_t k = 0; k < nz; ++k) {
         __float128 exact = 0;
-        for (int64_t i = 0; i < taps; ++i)
+        for (int64_t i = 0; i < m; ++i)
             if (k - i >= 0 && k - i < nx)
-                exact += static_cast<__float128>(y.at({i})) * static_cast<__float128>(x.at({k - i}));
-        worst = std::max(worst, xt::ulp_error(z[static_cast<std::size_t>(k)],
-                                              static_cast<long double>(exact)));
+                exact +=
+                    static_cast<__float128>(y.at({i})) * static_cast<__float128>(x.at({k - i}));
+        worst = std::max(
+            worst, xt::ulp_error(z[static_cast<std::size_t>(k)], static_cast<long double>(exact)));
     }
     return worst;
 }
 
 TEST(DirectAccuracy, TermsOfOneSign) {
     std::mt19937_64 rng(21);
-    struct Row {
-        const char* name;
-        double (*measure)(int32_t, std::mt19937_64&);
-        double bound_base, bound_per_term;
+    static const int32_t one = 1, zero = 0;
+    using D = double;
+    using F = float;
+    auto dd = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
+        return rukConvDDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
     };
-    const Row rows[] = {
-        {"ConvDD_dec", [](int32_t m, std::mt19937_64& r) {
-             return worst_ulp<double>([](const double* x, const double* y, double* z, int32_t nx, int32_t ny) {
-                 return rukConvDDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nx + ny - 1, 1); }, m, r); },
-         0.5, 0x1p-10},
-        {"ConvSD_dec", [](int32_t m, std::mt19937_64& r) {
-             return worst_ulp<float>([](const float* x, const float* y, float* z, int32_t nx, int32_t ny) {
-                 return rukConvSDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nx + ny - 1, 1); }, m, r); },
-         0.5, 0x1p-39},
-        {"ConvSS_nodec", [](int32_t m, std::mt19937_64& r) {
-             return worst_ulp<float>([](const float* x, const float* y, float* z, int32_t nx, int32_t ny) {
-                 return rukConvSSDirect1D_nodec(x, 1, y, 1, z, 1, nx, ny, 0, nx + ny - 1); }, m, r); },
-         1.0, 1.0},
-        {"ConvDDAll", [](int32_t m, std::mt19937_64& r) {
-             return worst_ulp<double>([](const double* x, const double* y, double* z, int32_t nx, int32_t ny) {
-                 const int32_t one = 1, zero = 0, nz = nx + ny - 1;
-                 return rukConvDDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one); }, m, r); },
-         1.01, 1.01},
-        {"ConvSDAll", [](int32_t m, std::mt19937_64& r) {
-             return worst_ulp<float>([](const float* x, const float* y, float* z, int32_t nx, int32_t ny) {
-                 const int32_t one = 1, zero = 0, nz = nx + ny - 1;
-                 return rukConvSDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one); }, m, r); },
-         0.5, 0x1p-28},
+    auto sd = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
+        return rukConvSDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
     };
-    for (const Row& row : rows)
-        for (int32_t taps : {4, 16, 64, 256}) {
-            const double worst = row.measure(taps, rng);
-            EXPECT_LT(worst, row.bound_base + row.bound_per_term * (taps + 1))
-                << row.name << " taps " << taps;
-            RecordProperty(std::string(row.name) + "_" + std::to_string(taps) + "_max_ulp",
-                           std::to_string(worst));
-        }
+    auto ss = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
+        return rukConvSSDirect1D_nodec(x, 1, y, 1, z, 1, nx, ny, 0, nz);
+    };
+    auto dd_all = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
+        return rukConvDDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
+    };
+    auto sd_all = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
+        return rukConvSDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
+    };
+    auto check = [&](const char* name, double worst, int32_t m, double bound) {
+        EXPECT_LT(worst, bound) << name << " with " << m << " taps";
+        RecordProperty(std::string(name) + "_" + std::to_string(m) + "_max_ulp",
+                       std::to_string(worst));
+    };
+    for (int32_t m : {4, 16, 64, 256}) {
+        check("ConvDD_dec", worst_ulp<D>(dd, m, rng), m, 0.5 + (m + 2) * 0x1p-11);
+        check("ConvSD_dec", worst_ulp<F>(sd, m, rng), m, 0.5 + (m + 1) * 0x1p-40);
+        check("ConvSS_nodec", worst_ulp<F>(ss, m, rng), m, m + 1.0);
+        check("ConvDDAll", worst_ulp<D>(dd_all, m, rng), m, 0x1p-11 + (m + 1) * (1 + 0x1p-10));
+        check("ConvSDAll", worst_ulp<F>(sd_all, m, rng), m, 0.5 + (m + 1) * 0x1p-29);
+    }
 }
 
 }  // namespace
