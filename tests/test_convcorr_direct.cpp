@@ -27,21 +27,9 @@ enum class Job { Conv, Corr };
 
 // The precision of each type pair: element type, sum of one dimension
 // (Wide), running sum between terms in any rank (Cell).
-struct DD {
-    using Data = double;
-    using Wide = long double;
-    using Cell = double;
-};
-struct SD {
-    using Data = float;
-    using Wide = long double;
-    using Cell = double;
-};
-struct SS {
-    using Data = float;
-    using Wide = float;
-    using Cell = float;
-};
+struct DD { using Data = double; using Wide = long double; using Cell = double; };
+struct SD { using Data = float; using Wide = long double; using Cell = double; };
+struct SS { using Data = float; using Wide = float; using Cell = float; };
 
 template <class T>
 bool same_bits(T a, T b) {
@@ -253,15 +241,9 @@ void random_cases_1d(const Member1D<typename P::Data> (&members)[N], unsigned se
     }
 }
 
-TEST(Direct1D, AgreesWithReferenceDD) {
-    random_cases_1d<DD>(kDD1D, 1);
-}
-TEST(Direct1D, AgreesWithReferenceSD) {
-    random_cases_1d<SD>(kSD1D, 2);
-}
-TEST(Direct1D, AgreesWithReferenceSS) {
-    random_cases_1d<SS>(kSS1D, 3);
-}
+TEST(Direct1D, AgreesWithReferenceDD) { random_cases_1d<DD>(kDD1D, 1); }
+TEST(Direct1D, AgreesWithReferenceSD) { random_cases_1d<SD>(kSD1D, 2); }
+TEST(Direct1D, AgreesWithReferenceSS) { random_cases_1d<SS>(kSS1D, 3); }
 
 // Ranges of one to nine terms around the loop of four (which never takes
 // the last term): a y of m taps fully inside x.
@@ -575,15 +557,9 @@ void random_cases_all(const MemberAll<typename P::Data> (&members)[2], unsigned 
     }
 }
 
-TEST(DirectAll, AgreesWithReferenceDD) {
-    random_cases_all<DD>(kDDAll, 11);
-}
-TEST(DirectAll, AgreesWithReferenceSD) {
-    random_cases_all<SD>(kSDAll, 12);
-}
-TEST(DirectAll, AgreesWithReferenceSS) {
-    random_cases_all<SS>(kSSAll, 13);
-}
+TEST(DirectAll, AgreesWithReferenceDD) { random_cases_all<DD>(kDDAll, 11); }
+TEST(DirectAll, AgreesWithReferenceSD) { random_cases_all<SD>(kSDAll, 12); }
+TEST(DirectAll, AgreesWithReferenceSS) { random_cases_all<SS>(kSSAll, 13); }
 
 // Rank first, then per dimension from 0: the three extents, start, span,
 // z stride; all before anything is written.
