@@ -8,5 +8,6 @@
 #include "rng_modular.h"
 #include "rng_generators.h"
 #include "vm_explog.h"
+#include "convcorr.h"
 
 #endif
