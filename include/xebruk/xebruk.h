@@ -9,5 +9,6 @@
 #include "rng_generators.h"
 #include "rng_continuous.h"
 #include "vm_explog.h"
+#include "convcorr.h"
 
 #endif
