@@ -7,5 +7,7 @@
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"
+#include "vm_explog.h"
+#include "convcorr.h"
 
 #endif
