@@ -217,6 +217,18 @@ void tempered_words(RukStream* stream, int32_t n, Slot* slot) {
     temper_all(slot, n);
 }
 
+// Passes 1 to 3 for a real kernel: the slots are the result elements
+// themselves, reached by memcpy as the buffer changes type in place.
+template <class Slot, class T, class Convert>
+void fill_converted(RukStream* stream, int32_t n, T* r, Convert convert) {
+    static_assert(sizeof(Slot) == sizeof(T), "one slot per result");
+    tempered_words(stream, n, reinterpret_cast<Slot*>(r));
+    for (int32_t j = 0; j < n; ++j) {
+        const T v = convert(Lanes<Slot>::get(reinterpret_cast<const Slot*>(r + j)));
+        std::memcpy(r + j, &v, sizeof v);
+    }
+}
+
 }  // namespace
 }  // namespace xeb::rng
 
@@ -232,34 +244,21 @@ int32_t rukiBRngMT19937(RukStream* stream, int32_t n, uint32_t* r) {
     return RUK_OK;
 }
 
-// The slots of the two real kernels are the result elements themselves;
-// every slot access is a memcpy, as the buffer changes type in place.
 int32_t rukdBRngMT19937(RukStream* stream, int32_t n, double* r, double a, double b) {
-    static_assert(sizeof(double) == sizeof(uint64_t), "8-byte slots");
-    auto* slot = reinterpret_cast<uint64_t*>(r);
-    tempered_words(stream, n, slot);
+    // Slot: the 64-bit integer whose low half is the word.
     const long double c = (static_cast<long double>(b) - a) * kTwoToMinus32;
     const long double aa = a;
-    for (int32_t j = 0; j < n; ++j) {
-        uint64_t w;
-        std::memcpy(&w, r + j, sizeof w);
-        const double v = static_cast<double>(static_cast<long double>(static_cast<int64_t>(w)) * c + aa);
-        std::memcpy(r + j, &v, sizeof v);
-    }
+    fill_converted<uint64_t>(stream, n, r, [c, aa](uint64_t w) {
+        return static_cast<double>(static_cast<long double>(static_cast<int64_t>(w)) * c + aa);
+    });
     return RUK_OK;
 }
 
 int32_t ruksBRngMT19937(RukStream* stream, int32_t n, float* r, float a, float b) {
-    static_assert(sizeof(float) == sizeof(uint32_t), "4-byte slots");
-    auto* slot = reinterpret_cast<uint32_t*>(r);
-    tempered_words(stream, n, slot);
     const long double c = static_cast<double>((static_cast<long double>(b) - a) * kTwoToMinus32);
     const long double aa = a;
-    for (int32_t j = 0; j < n; ++j) {
-        uint32_t w;
-        std::memcpy(&w, r + j, sizeof w);
-        const float v = static_cast<float>(word_value(w) * c + aa);
-        std::memcpy(r + j, &v, sizeof v);
-    }
+    fill_converted<uint32_t>(stream, n, r, [c, aa](uint32_t w) {
+        return static_cast<float>(word_value(w) * c + aa);
+    });
     return RUK_OK;
 }
