@@ -4,5 +4,6 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "vm_roots.h"
 
 #endif
