@@ -98,7 +98,7 @@ TEST(Roots, DoubleSpecialValuesAndEvents) {
     const double q = xeb::double_from_bits(0x7FF8000000000123ull);  // the signalling NaN, quieted
     check_cases<double>(xebdSqrt_HA,
                                   {{0.0, 0.0, 0}, {-0.0, -0.0, 0}, {kInf, kInf, 0}, {kSignallingNaN, q, 0},
-                                   {-1.0, dnan, 1}, {-kInf, dnan, 1}, {-DBL_TRUE_MIN, dnan, 1}},
+                                   {-1.0, dnan, 1}, {-kInf, dnan, 1}, {-xt::kDoubleTrueMin, dnan, 1}},
                                   "_xebdSqrt_HA");
     check_cases<double>(xebdInvSqrt_HA,
                                   {{0.0, kInf, 2}, {-0.0, -kInf, 2}, {kInf, 0.0, 0}, {kSignallingNaN, q, 0},
@@ -146,7 +146,7 @@ TEST(Roots, SingleSpecialValuesAndEvents) {
 }
 
 TEST(Roots, ExactAndDenormalCases) {
-    double a[] = {4.0, 2.0, DBL_TRUE_MIN, -DBL_TRUE_MIN * 3}, r[4];
+    double a[] = {4.0, 2.0, xt::kDoubleTrueMin, -xt::kDoubleTrueMin * 3}, r[4];
     xebdSqrt_HA(3, a, r);
     EXPECT_EQ(r[0], 2.0);
     EXPECT_EQ(r[1], std::sqrt(2.0));  // correctly rounded
@@ -156,7 +156,7 @@ TEST(Roots, ExactAndDenormalCases) {
     EXPECT_LT(xt::ulp_error(r[3], std::cbrt(static_cast<long double>(a[3]))), 0.51);
     // The reciprocal roots of the smallest denormals are large but finite.
     xebdInvSqrt_HA(1, &a[2], r);
-    EXPECT_LT(xt::ulp_error(r[0], 1 / std::sqrt(static_cast<long double>(DBL_TRUE_MIN))), 0.51);
+    EXPECT_LT(xt::ulp_error(r[0], 1 / std::sqrt(static_cast<long double>(xt::kDoubleTrueMin))), 0.51);
     float fa[] = {FLT_TRUE_MIN, -FLT_TRUE_MIN, 8.0f, 0.125f}, fr[4];
     xebsCbrt_HA(4, fa, fr);
     EXPECT_LT(xt::ulp_error(fr[1], std::cbrt(static_cast<long double>(fa[1]))), 0.65);

@@ -17,9 +17,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
-#include <string>
+
+#include "table_output.h"
 
 namespace {
 
@@ -160,30 +159,8 @@ void generate() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool check = argc == 3 && std::strcmp(argv[1], "--check") == 0;
-    if (argc != 3 || (!check && std::strcmp(argv[1], "--out") != 0)) {
-        std::fprintf(stderr, "usage: roots_tables --out|--check <source dir>\n");
-        return 2;
-    }
-    char* text = nullptr;
-    std::size_t length = 0;
-    out = open_memstream(&text, &length);
-    generate();
-    std::fclose(out);
-    const std::string generated(text, length);
-    std::free(text);
-    const std::string path = std::string(argv[2]) + "/vecmath/roots_tables.inc";
-    if (check) {
-        std::ifstream in(path, std::ios::binary);
-        std::stringstream committed;
-        committed << in.rdbuf();
-        if (!in || committed.str() != generated) {
-            std::fprintf(stderr, "%s differs from what tools/roots_tables generates\n", path.c_str());
-            return 1;
-        }
-        return 0;
-    }
-    std::ofstream file(path, std::ios::binary);
-    file << generated;
-    return file ? 0 : 1;
+    return write_or_check(argc, argv, "roots_tables", "vecmath/roots_tables.inc", [](FILE* f) {
+        out = f;
+        generate();
+    });
 }

@@ -5,6 +5,7 @@
 #include "frame.h"
 #include "vm_div.h"
 #include "vm_pack.h"
+#include "vm_power.h"
 #include "vm_roots.h"
 
 #endif

@@ -15,8 +15,8 @@ long double ref_inv_sqrt(long double x) { return 1.0L / std::sqrt(x); }
 long double ref_cbrt(long double x) { return std::cbrt(x); }
 long double ref_inv_cbrt(long double x) { return 1.0L / std::cbrt(x); }
 
-const Range kPositiveDoubles{DBL_TRUE_MIN, DBL_MAX, false};
-const Range kDenormalDoubles{DBL_TRUE_MIN, DBL_MIN, true};
+const Range kPositiveDoubles{kDoubleTrueMin, DBL_MAX, false};
+const Range kDenormalDoubles{kDoubleTrueMin, DBL_MIN, true};
 const Range kPositiveFloats{FLT_TRUE_MIN, FLT_MAX, false};
 const Range kDenormalFloats{FLT_TRUE_MIN, FLT_MIN, true};
 const Range kOneToFour{1.0, 4.0, false};
