@@ -252,12 +252,17 @@ TEST(Power, ForcesItsControlWordsAndRestoresThem) {
     double r[3], r50[3], ref[3], ref50[3];
     xebdPow_HA(3, a, b, ref);
     xebdPow_50(3, a, b, ref50);
+    const uint32_t saved = xeb::fpu::mxcsr();
     xeb::fpu::set_x87_control(cw);
+    xeb::fpu::set_mxcsr(saved | 0xE000);  // flush to zero, toward zero
     xebdPow_HA(3, a, b, r);
     xebdPow_50(3, a, b, r50);
     const uint16_t after = xeb::fpu::x87_control();
+    const uint32_t mx_after = xeb::fpu::mxcsr();
     xeb::fpu::set_x87_control(0x037F);
+    xeb::fpu::set_mxcsr(saved);
     EXPECT_EQ(after, cw);
+    EXPECT_EQ(mx_after, saved | 0xE000);
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(r[i], ref[i]);
         EXPECT_EQ(r50[i], ref50[i]);

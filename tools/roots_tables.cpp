@@ -150,6 +150,10 @@ void generate() {
     std::fprintf(out, "\n// The same in doubles, in the row order of the single kernels, and scaled\n"
                 "// for the denormal paths, whose inputs are first multiplied by 1e39 (cube\n"
                 "// root 1e13) and 1e45 (cube root 1e15).\n");
+    std::fprintf(out, "\n// 2^(-(r+1)/3) for r = 0, 1, 2: the start of the double cube root on\n"
+                      "// M = m * 2^(r+1).\n");
+    std::fprintf(out, "constexpr double cbrtInvSteps[3] = {%a, %a, %a};\n", static_cast<double>(1 / cbrtq(2)),
+                 static_cast<double>(1 / cbrtq(4)), 0.5);
     double_row("cbrtRows", 1, 2, 0, 1);
     double_row("cbrtRowsDenormal", 1 / static_cast<quad>(1e13), 2, 0, 1);
     double_row("invCbrtRows", 1, 2, 1, 0);

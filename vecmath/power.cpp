@@ -143,7 +143,9 @@ inline double log_tail(double v, double vl) {
     constexpr double W1 = 0x1.9c3a6966457eep-24, W2 = -0x1.62e4346694107p-2, W3 = 0x1.47fd462b3b816p-3,
                      W4 = -0x1.550472a8bb463p-4, W5 = 0x1.7a334ddfc9f86p-5, W6 = -0x1.b4ea0e9419f52p-6,
                      W7 = 0x1.03950cf599c56p-6;
-    const double p = ((((((W7 * v + W6) * v + W5) * v + W4) * v + W3) * v + W2) * v + W1) * v;
+    // Estrin's scheme: three levels instead of seven.
+    const double v2 = v * v, v4 = v2 * v2;
+    const double p = ((W1 + W2 * v) + v2 * (W3 + W4 * v) + v4 * ((W5 + W6 * v) + v2 * W7)) * v;
     return p + vl * (W1 + 2 * W2 * v);
 }
 
@@ -151,11 +153,12 @@ inline double log_tail(double v, double vl) {
 inline double exp2_tail(double f) {
     constexpr double E1 = 0x1.62e42fefa39efp-1, E2 = 0x1.ebfbdff82c58ep-3, E3 = 0x1.c6b08d704a0bfp-5,
                      E4 = 0x1.3b2ab6fba4e77p-7, E5 = 0x1.5d87fe78a6731p-10;
-    return (E1 + f * (E2 + f * (E3 + f * (E4 + f * E5)))) * f;
+    const double f2 = f * f;
+    return ((E1 + E2 * f) + f2 * ((E3 + E4 * f) + f2 * E5)) * f;
 }
 
 // log2(x) = l0 + ls for x positive and finite (denormals scaled by 2^52).
-inline void log2_pair(double x, double& l0, double& ls) {
+__attribute__((always_inline)) inline void log2_pair(double x, double& l0, double& ls) {
     int adjust = 0;
     if (x < DBL_MIN) {
         x *= 0x1p52;
@@ -178,8 +181,9 @@ inline void log2_pair(double x, double& l0, double& ls) {
     ls = ((err + powLogPair[j][1]) + ul) + log_tail(v, ul);
 }
 
-// x^y * sign for x positive finite, y finite non-zero.
-double pow_core(double x, double y, double sign) {
+// x^y * sign for x positive finite, y finite non-zero.  Inlined, so that
+// the elements of a group run interleaved.
+__attribute__((always_inline)) inline double pow_core(double x, double y, double sign) {
     double l0, ls;
     log2_pair(x, l0, ls);
     // |L0 * y| >= 2^12: the result overflows or underflows whatever the low parts.
@@ -310,7 +314,7 @@ struct PowKernel {
     static constexpr int group = F::group;
     static constexpr const char* name = Name;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
-    static constexpr bool clean_mxcsr = false;
+    static constexpr bool clean_mxcsr = F::sse;
     static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
 
@@ -341,6 +345,7 @@ struct PowKernel {
 };
 
 struct DoubleHA {
+    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     using T = double;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 2;
@@ -349,6 +354,7 @@ struct DoubleHA {
 };
 
 struct Double50 {
+    static constexpr bool sse = false;  // x87 throughout: no MXCSR step
     using T = double;
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr int group = 2;
@@ -359,6 +365,7 @@ struct Double50 {
 };
 
 struct SingleHA {
+    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     using T = float;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 1;
@@ -367,6 +374,7 @@ struct SingleHA {
 };
 
 struct Single21 {
+    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     using T = float;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 1;

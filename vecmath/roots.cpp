@@ -69,6 +69,7 @@ constexpr double kDenormalIn = 0x1p996;
 constexpr long double kSqrtDenormalOut = 0x1p-498L, kInvSqrtDenormalOut = 0x1p498L;
 constexpr long double kCbrtDenormalOut = 0x1p-332L, kInvCbrtDenormalOut = 0x1p332L;
 
+inline double cut27(double v) { return double_from_bits(bits(v) & ~((uint64_t{1} << 27) - 1)); }
 inline double significand(double x) { return double_from_bits((bits(x) & kSignificand) | kOneBits); }
 inline double from_high_word(uint32_t h) { return double_from_bits(static_cast<uint64_t>(h) << 32); }
 inline bool is_nan(double x) { return (bits(x) << 1) > (0x7FF0000000000000ull << 1); }
@@ -108,6 +109,36 @@ inline long double inv_cbrt_core(double x) {
     return y * kThirdPowers[(t >> 16) & 3] * s;
 }
 
+// Cube root of x, normal and finite, in doubles.  With E - 1 = 3q + r (E
+// the biased exponent), x = 2^(3(q-341)) * M, M = m * 2^(r+1) in [2, 16)
+// exactly.  Y ~ M^(-1/3) from the band quadratic and one Newton step
+// (2^-48), R = M * Y^2 cut to 26 bits (rh, within 2^-25), then the exact
+// residual e = rh^3 - M (rh^2 is exact; its halves times rh are exact and
+// the difference with M is exact by Sterbenz) and cbrt(M) = rh * (1 - e'/3
+// + 2/9 e'^2) with e' = e / M to 2^-48, dropping 2^-76.  One rounding, at
+// rh + rh * c.
+inline double cbrt_core(double x) {
+    constexpr double kFourThirdsD = 0x1.5555555555555p+0, kThirdD = 0x1.5555555555555p-2,
+                     kTwoNinthsD = 0x1.c71c71c71c71cp-3;
+    const uint32_t h = high_word(x), a = h & 0x7FFFFFFFu;
+    const BandQuadratic& q = cbrtQuad[(a >> 13) & 0x7F];
+    const double m = significand(x);
+    const uint32_t t = ((((a & 0x7FF00000u) >> 16) - 0x10u) * 0xAAABu) >> 1;
+    const unsigned r = (t >> 16) & 3;
+    const double big_m = m * static_cast<double>(2u << r);  // exact
+    const double y = ((q.a * m + q.b) * m + q.c) * cbrtInvSteps[r];
+    const double y1 = y * (kFourThirdsD - kThirdD * big_m * y * y * y);
+    const double y2 = y1 * y1;
+    const double rh = cut27(big_m * y2);
+    const double s2 = rh * rh;  // exact: 26 + 26 bits
+    const double s2h = cut27(s2), s2l = s2 - s2h;
+    const double e = (s2h * rh - big_m) + s2l * rh;
+    const double ep = e * (y2 * y1);
+    const double c = ep * (kTwoNinthsD * ep - kThirdD);
+    const uint64_t scale = (uint64_t{h & 0x80000000u} << 32) | (static_cast<uint64_t>((t >> 20) - 341 + 1023) << 52);
+    return (rh + rh * c) * double_from_bits(scale);
+}
+
 // A double kernel of this family: F gives the fast domain on the high word,
 // the fast result, and the one-element treatment of everything else.
 template <class F>
@@ -123,7 +154,7 @@ struct DoubleRoot {
         if (!(F::fast(high_word(v0)) && F::fast(high_word(v1)) && F::fast(high_word(v2)) &&
               F::fast(high_word(v3))))
             return false;
-        const long double r0 = F::core(v0), r1 = F::core(v1), r2 = F::core(v2), r3 = F::core(v3);
+        const auto r0 = F::core(v0), r1 = F::core(v1), r2 = F::core(v2), r3 = F::core(v3);
         x.y[i] = static_cast<double>(r0);
         x.y[i + 1] = static_cast<double>(r1);
         x.y[i + 2] = static_cast<double>(r2);
@@ -185,18 +216,16 @@ struct InvSqrtD : DoubleRoot<InvSqrtD> {
 };
 
 struct CbrtD : DoubleRoot<CbrtD> {
-    static constexpr bool clean_mxcsr = false;
+    static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
     static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr const char* name = "_xebdCbrt_HA";
-    // Infinities and NaNs stay on the fast path: the arithmetic passes them on.
-    static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) > 0x000FFFFFu; }
-    static long double core(double v) {
-        const long double w = inv_cbrt_core<false>(v);
-        return v * (w * w);
-    }
-    static void special(const Arrays<double>& x, int i) {  // zeros and denormals
+    static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
+    static double core(double v) { return cbrt_core(v); }
+    static void special(const Arrays<double>& x, int i) {
         const double v = x.a[i];
-        x.y[i] = is_zero(v) ? v : static_cast<double>(core(v * kDenormalIn) * kCbrtDenormalOut);
+        if (is_zero(v)) x.y[i] = v;
+        else if ((high_word(v) & 0x7FF00000u) == 0x7FF00000u) x.y[i] = v + v;  // infinities, NaNs
+        else x.y[i] = core(v * kDenormalIn) * static_cast<double>(kCbrtDenormalOut);
     }
 };
 
@@ -394,7 +423,7 @@ template <class F>
 struct SingleCubeRoot {
     using T = float;
     static constexpr uint16_t x87 = frame::kX87Narrow;
-    static constexpr bool clean_mxcsr = false;
+    static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
     static constexpr int group = 2;
     static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
