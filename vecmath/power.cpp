@@ -37,6 +37,9 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+
+#include <immintrin.h>
 
 #include "frame/bits.h"
 #include "frame/kernel_frame.h"
@@ -127,7 +130,6 @@ Decision<T> pow_special(T x, T y) {
 
 // ---- double HA core ----
 
-constexpr double kR0 = 0x1.715474p+0;  // powRcpHi[0]
 constexpr double kShift45 = 0x1.8p+45;  // 1.5 * 2^45: unit 2^-7 in its last place
 
 inline double cut27(double v) { return double_from_bits(bits(v) & ~((uint64_t{1} << 27) - 1)); }
@@ -137,64 +139,126 @@ inline double significand(double x) {
 inline int exponent_of(double v) { return static_cast<int>((bits(v) >> 52) & 0x7FF) - 1023; }
 inline double power_of_two(int e) { return double_from_bits(static_cast<uint64_t>(e + 1023) << 52); }
 
+// The double HA arithmetic is written once over V, a double or a pair of
+// doubles in one SSE register (the two elements of a group); packed and
+// scalar SSE operations round alike, so both give the same bits.
+struct Pair {
+    __m128d v;
+};
+inline Pair operator+(Pair a, Pair b) { return {_mm_add_pd(a.v, b.v)}; }
+inline Pair operator-(Pair a, Pair b) { return {_mm_sub_pd(a.v, b.v)}; }
+inline Pair operator*(Pair a, Pair b) { return {_mm_mul_pd(a.v, b.v)}; }
+
+// A constant of the arithmetic, stored twice so that the pair form reads it
+// with one aligned load.
+struct alignas(16) C {
+    double v[2];
+    constexpr explicit C(double x) : v{x, x} {}
+};
+inline double operator+(const C& a, double b) { return a.v[0] + b; }
+inline double operator+(double a, const C& b) { return a + b.v[0]; }
+inline double operator-(double a, const C& b) { return a - b.v[0]; }
+inline double operator*(const C& a, double b) { return a.v[0] * b; }
+inline double operator*(double a, const C& b) { return a * b.v[0]; }
+inline Pair operator+(const C& a, Pair b) { return {_mm_add_pd(b.v, _mm_load_pd(a.v))}; }
+inline Pair operator+(Pair a, const C& b) { return {_mm_add_pd(a.v, _mm_load_pd(b.v))}; }
+inline Pair operator-(Pair a, const C& b) { return {_mm_sub_pd(a.v, _mm_load_pd(b.v))}; }
+inline Pair operator*(const C& a, Pair b) { return {_mm_mul_pd(b.v, _mm_load_pd(a.v))}; }
+inline Pair operator*(Pair a, const C& b) { return {_mm_mul_pd(a.v, _mm_load_pd(b.v))}; }
+inline Pair cut27(Pair a) {
+    return {_mm_and_pd(a.v, _mm_castsi128_pd(_mm_set1_epi64x(~((int64_t{1} << 27) - 1))))};
+}
+
+// Lane access: a double is one lane.
+inline double lane(double v, int) { return v; }
+inline double lane(Pair p, int i) { return i == 0 ? _mm_cvtsd_f64(p.v) : _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v)); }
+template <class V>
+V from_lanes(const double* x);
+template <>
+inline double from_lanes<double>(const double* x) { return x[0]; }
+// Built from registers (a 16-byte load of two 8-byte stores would stall).
+template <>
+inline Pair from_lanes<Pair>(const double* x) { return {_mm_set_pd(x[1], x[0])}; }
+template <class V>
+constexpr int lanes = sizeof(V) / sizeof(double);
+
+constexpr C kR0{0x1.715474p+0};  // powRcpHi[0]
+constexpr C kShift{kShift45};
+// log2(1 + v/R0) - v
+constexpr C W1{0x1.9c3a6966457eep-24}, W2{-0x1.62e4346694107p-2}, W3{0x1.47fd462b3b816p-3},
+    W4{-0x1.550472a8bb463p-4}, W5{0x1.7a334ddfc9f86p-5}, W6{-0x1.b4ea0e9419f52p-6}, W7{0x1.03950cf599c56p-6},
+    W2twice{-0x1.62e4346694107p-1};
+// 2^f - 1
+constexpr C E1{0x1.62e42fefa39efp-1}, E2{0x1.ebfbdff82c58ep-3}, E3{0x1.c6b08d704a0bfp-5},
+    E4{0x1.3b2ab6fba4e77p-7}, E5{0x1.5d87fe78a6731p-10};
+
 // log2(1 + (v + vl)/R0) - (v + vl) on |v| < 2^-9.4, vl < 2^-50 |v| the low
 // part of the argument (which enters through the derivative W1 + 2 W2 v).
-inline double log_tail(double v, double vl) {
-    constexpr double W1 = 0x1.9c3a6966457eep-24, W2 = -0x1.62e4346694107p-2, W3 = 0x1.47fd462b3b816p-3,
-                     W4 = -0x1.550472a8bb463p-4, W5 = 0x1.7a334ddfc9f86p-5, W6 = -0x1.b4ea0e9419f52p-6,
-                     W7 = 0x1.03950cf599c56p-6;
-    // Estrin's scheme: three levels instead of seven.
-    const double v2 = v * v, v4 = v2 * v2;
-    const double p = ((W1 + W2 * v) + v2 * (W3 + W4 * v) + v4 * ((W5 + W6 * v) + v2 * W7)) * v;
-    return p + vl * (W1 + 2 * W2 * v);
+// Estrin's scheme: three levels instead of seven.
+template <class V>
+inline V log_tail(V v, V vl) {
+    const V v2 = v * v, v4 = v2 * v2;
+    const V p = ((W1 + W2 * v) + v2 * (W3 + W4 * v) + v4 * ((W5 + W6 * v) + v2 * W7)) * v;
+    return p + vl * (W1 + W2twice * v);
 }
 
 // 2^f - 1 on |f| <= 2^-8.
-inline double exp2_tail(double f) {
-    constexpr double E1 = 0x1.62e42fefa39efp-1, E2 = 0x1.ebfbdff82c58ep-3, E3 = 0x1.c6b08d704a0bfp-5,
-                     E4 = 0x1.3b2ab6fba4e77p-7, E5 = 0x1.5d87fe78a6731p-10;
-    const double f2 = f * f;
+template <class V>
+inline V exp2_tail(V f) {
+    const V f2 = f * f;
     return ((E1 + E2 * f) + f2 * ((E3 + E4 * f) + f2 * E5)) * f;
 }
 
-// log2(x) = l0 + ls for x positive and finite (denormals scaled by 2^52).
-__attribute__((always_inline)) inline void log2_pair(double x, double& l0, double& ls) {
+// y * log2(x) = t + z, |z| < 2^-40 |t|, for x positive and normal; l0, the
+// leading part of log2 x, decides the early exit.  `adjust` is taken off
+// the exponent (52 for a denormal scaled up by 2^52).
+template <class V>
+__attribute__((always_inline)) inline void y_log2(V x, V y, const int adjust[], V& l0, V& t, V& z) {
+    constexpr int N = lanes<V>;
+    double m_[N], r_[N], g_[N], lo_[N];
+    for (int l = 0; l < N; ++l) {
+        const double xl = lane(x, l);
+        const uint32_t h = high_word(xl);
+        const unsigned j = ((h & 0xFFC00u) + 0x400u) >> 11;
+        // The exponent, counted from m = 1.5 (rows j >= 256 take the next one).
+        const int n = (static_cast<int32_t>(h - 0x3FE7FC00u) >> 20) - adjust[l];
+        m_[l] = significand(xl);
+        r_[l] = powRcpHi[j];
+        g_[l] = n + powLogPair[j][0];  // exact: 20 fraction bits
+        lo_[l] = powLogPair[j][1];
+    }
+    const V m = from_lanes<V>(m_), r = from_lanes<V>(r_), g = from_lanes<V>(g_);
+    const V mh = cut27(m), ml = m - mh;
+    const V u0 = m * r;
+    const V v = u0 - kR0;                 // exact: u0 is within 2^-9 of R0
+    const V ul = (mh * r - u0) + ml * r;  // m * r - u0, exactly up to 2^-106
+    l0 = v + g;
+    const V gv = l0 - v;
+    const V err = (v - (l0 - gv)) + (g - gv);  // two-sum of v and g
+    const V ls = ((err + from_lanes<V>(lo_)) + ul) + log_tail(v, ul);
+    // y * (l0 + ls) in pieces: yh * lh is exact (27-bit halves).
+    const V lh = cut27(l0), ll = l0 - lh;
+    const V yh = cut27(y), yl = y - yh;
+    t = yh * lh;
+    z = yh * ll + yl * lh + yl * ll + y * ls;
+}
+
+// |L0 * y| >= 2^12: the result overflows or underflows whatever the low parts.
+inline bool beyond_range(double l0, double y) { return exponent_of(l0) + exponent_of(y) > 11; }
+
+// x^y * sign for x positive finite, y finite non-zero.
+double pow_core(double x, double y, double sign) {
     int adjust = 0;
     if (x < DBL_MIN) {
         x *= 0x1p52;
         adjust = 52;
     }
-    const uint32_t h = high_word(x);
-    const unsigned j = ((h & 0xFFC00u) + 0x400u) >> 11;
-    // The exponent, counted from m = 1.5 (rows j >= 256 take the next one).
-    const int n = (static_cast<int32_t>(h - 0x3FE7FC00u) >> 20) - adjust;
-    const double m = significand(x);
-    const double r = powRcpHi[j];
-    const double mh = cut27(m), ml = m - mh;
-    const double u0 = m * r;
-    const double v = u0 - kR0;                 // exact: u0 is within 2^-9 of R0
-    const double ul = (mh * r - u0) + ml * r;  // m * r - u0, exactly up to 2^-106
-    const double g = n + powLogPair[j][0];     // exact: 20 fraction bits
-    l0 = v + g;
-    const double gv = l0 - v;
-    const double err = (v - (l0 - gv)) + (g - gv);  // two-sum of v and g
-    ls = ((err + powLogPair[j][1]) + ul) + log_tail(v, ul);
-}
-
-// x^y * sign for x positive finite, y finite non-zero.  Inlined, so that
-// the elements of a group run interleaved.
-__attribute__((always_inline)) inline double pow_core(double x, double y, double sign) {
-    double l0, ls;
-    log2_pair(x, l0, ls);
-    // |L0 * y| >= 2^12: the result overflows or underflows whatever the low parts.
-    if (exponent_of(l0) + exponent_of(y) > 11) {
+    double l0, t, z;
+    y_log2(x, y, &adjust, l0, t, z);
+    if (beyond_range(l0, y)) {
         const bool grows = std::signbit(l0) == std::signbit(y);
         return grows ? sign * HUGE_VAL : sign * 0.0;
     }
-    const double lh = cut27(l0), ll = l0 - lh;
-    const double yh = cut27(y), yl = y - yh;
-    const double t = yh * lh;  // exact
-    const double z = yh * ll + yl * lh + yl * ll + y * ls;
     const double s = t + kShift45;
     const int32_t k = static_cast<int32_t>(low_word(s));  // round(t * 128)
     const double f = (t - (s - kShift45)) + z;
@@ -223,6 +287,32 @@ __attribute__((always_inline)) inline double pow_core(double x, double y, double
     return r * sign;
 }
 
+// Two elements with positive normal x and finite non-zero y whose results
+// are normal: the same arithmetic as pow_core in both lanes at once.
+// False, with nothing stored, when either needs pow_core's range handling:
+// |t| below 960 keeps k, q and the result well inside the normal range.
+__attribute__((always_inline)) inline bool pow_pair(const double* x, const double* y, double* out) {
+    const int adjust[2] = {0, 0};
+    Pair l0, t, z;
+    y_log2(from_lanes<Pair>(x), from_lanes<Pair>(y), adjust, l0, t, z);
+    const __m128d magnitude = _mm_andnot_pd(_mm_set1_pd(-0.0), t.v);
+    if (_mm_movemask_pd(_mm_cmplt_pd(magnitude, _mm_set1_pd(960.0))) != 3) return false;
+    const Pair s = t + kShift;
+    double hi_[2], lo_[2], scale_[2];
+    for (int l = 0; l < 2; ++l) {
+        const int32_t k = static_cast<int32_t>(low_word(lane(s, l)));
+        hi_[l] = powExp2Pair[k & 127][0];
+        lo_[l] = powExp2Pair[k & 127][1];
+        scale_[l] = power_of_two(k >> 7);
+    }
+    const Pair f = (t - (s - kShift)) + z;
+    const Pair hi = from_lanes<Pair>(hi_);
+    const Pair tail = from_lanes<Pair>(lo_) + hi * exp2_tail(f);
+    // (hi + tail) * 1 * 2^q, as pow_core computes it with sign 1.
+    _mm_storeu_pd(out, ((hi + tail) * from_lanes<Pair>(scale_)).v);
+    return true;
+}
+
 // ---- double 50 core (64-bit significand) ----
 
 // log2(x) for x positive finite, by the table where that is accurate.
@@ -245,6 +335,18 @@ long double log2_50(double x) {
     return e + powLog50[i][0] + powLog50[i][1] + r * (Q1 + r * (Q2 + r * (Q3 + r * (Q4 + r * (Q5 + r * Q6)))));
 }
 
+// 2^e in the 80-bit format, for |e| < 16382: significand 1.0, the exponent
+// word biased by 16383.
+inline long double power_of_two_80(int e) {
+    struct Bits80 {
+        uint64_t significand;
+        uint16_t exponent;
+    } b{0x8000000000000000ull, static_cast<uint16_t>(e + 16383)};
+    long double r = 0;
+    std::memcpy(&r, &b, 10);
+    return r;
+}
+
 // 2^w at 64 bits, rounded once to double.
 double exp2_50(long double w) {
     if (std::isnan(w)) return static_cast<double>(w + w);
@@ -256,7 +358,7 @@ double exp2_50(long double w) {
     const long double f = w - (u - kShift38);
     const long double p = ((C3 * f + C2) * f + C1) * f + 1.0L;
     const long double scaled = p * powFine[k & 15] * powMid[(k >> 4) & 31] * powCoarse[(k >> 9) & 31];
-    return static_cast<double>(std::ldexp(scaled, k >> 14));
+    return static_cast<double>(scaled * power_of_two_80(k >> 14));
 }
 
 // ---- single 21 core ----
@@ -320,13 +422,12 @@ struct PowKernel {
 
     static T y_of(const Arrays<T>& x, int i) { return Scalar ? x.b[0] : x.b[i]; }
 
+    // Powx: b holds the scalar once per element of a group.
     static bool group_path(const Arrays<T>& x, int i) {
-        T r[F::group];
+        const T* b = Scalar ? x.b : x.b + i;
         for (int k = 0; k < F::group; ++k)
-            if (!F::fast(x.a[i + k], y_of(x, i + k))) return false;
-        for (int k = 0; k < F::group; ++k) r[k] = F::core(x.a[i + k], y_of(x, i + k), 1);
-        for (int k = 0; k < F::group; ++k) x.y[i + k] = r[k];
-        return true;
+            if (!F::fast(x.a[i + k], b[k])) return false;
+        return F::group_core(x.a + i, b, x.y + i);
     }
     static void one(const Arrays<T>& x, int i) {
         const T a = x.a[i], b = y_of(x, i);
@@ -344,6 +445,15 @@ struct PowKernel {
     }
 };
 
+// A group computed element by element with the form's core.
+template <class F, class T>
+bool one_by_one(const T* a, const T* b, T* r) {
+    T out[F::group];
+    for (int k = 0; k < F::group; ++k) out[k] = F::core(a[k], b[k], 1);
+    for (int k = 0; k < F::group; ++k) r[k] = out[k];
+    return true;
+}
+
 struct DoubleHA {
     static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     using T = double;
@@ -351,6 +461,9 @@ struct DoubleHA {
     static constexpr int group = 2;
     static bool fast(double a, double b) { return positive_normal(a) && finite_nonzero(b); }
     static double core(double a, double b, double sign) { return pow_core(a, b, sign); }
+    __attribute__((always_inline)) static bool group_core(const double* a, const double* b, double* r) {
+        return pow_pair(a, b, r);
+    }
 };
 
 struct Double50 {
@@ -362,6 +475,7 @@ struct Double50 {
         return positive_normal(a) && (high_word(b) & 0x7FF00000u) != 0x7FF00000u && b != 0;
     }
     static double core(double a, double b, double sign) { return sign * exp2_50(b * log2_50(a)); }
+    static bool group_core(const double* a, const double* b, double* r) { return one_by_one<Double50>(a, b, r); }
 };
 
 struct SingleHA {
@@ -371,6 +485,7 @@ struct SingleHA {
     static constexpr int group = 1;
     static bool fast(float a, float b) { return positive_normal(a) && finite_nonzero(b); }
     static float core(float a, float b, float sign) { return static_cast<float>(pow_core(a, b, sign)); }
+    static bool group_core(const float* a, const float* b, float* r) { return one_by_one<SingleHA>(a, b, r); }
 };
 
 struct Single21 {
@@ -382,6 +497,7 @@ struct Single21 {
         return bits(a) - 0x00800000u < 0x7F000000u && (bits(b) & 0x7F800000u) != 0x7F800000u && b != 1;
     }
     static float core(float a, float b, float sign) { return pow21_core(a, b, sign); }
+    static bool group_core(const float* a, const float* b, float* r) { return one_by_one<Single21>(a, b, r); }
 };
 
 constexpr char kPowD[] = "_xebdPow_HA";
@@ -403,7 +519,9 @@ using xeb::frame::run;
 namespace {
 template <class K, class T>
 void run_scalar(int n, const T* a, T b, T* r) {
-    run<K>(n, xeb::frame::Arrays<T>{a, &b, r, r});
+    static_assert(K::group <= 2, "one copy of b per element of a group");
+    const T copies[2] = {b, b};
+    run<K>(n, xeb::frame::Arrays<T>{a, copies, r, r});
 }
 }  // namespace
 
