@@ -478,26 +478,26 @@ struct Double50 {
     static bool group_core(const double* a, const double* b, double* r) { return one_by_one<Double50>(a, b, r); }
 };
 
-struct SingleHA {
-    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
+// The single forms: one element at a time, arithmetic in SSE doubles.
+template <class Self>
+struct SingleForm {
+    static constexpr bool sse = true;
     using T = float;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 1;
-    static bool fast(float a, float b) { return positive_normal(a) && finite_nonzero(b); }
-    static float core(float a, float b, float sign) { return static_cast<float>(pow_core(a, b, sign)); }
-    static bool group_core(const float* a, const float* b, float* r) { return one_by_one<SingleHA>(a, b, r); }
+    static bool group_core(const float* a, const float* b, float* r) { return one_by_one<Self>(a, b, r); }
 };
 
-struct Single21 {
-    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
-    using T = float;
-    static constexpr uint16_t x87 = frame::kX87Narrow;
-    static constexpr int group = 1;
+struct SingleHA : SingleForm<SingleHA> {
+    static bool fast(float a, float b) { return positive_normal(a) && finite_nonzero(b); }
+    static float core(float a, float b, float sign) { return static_cast<float>(pow_core(a, b, sign)); }
+};
+
+struct Single21 : SingleForm<Single21> {
     static bool fast(float a, float b) {
         return bits(a) - 0x00800000u < 0x7F000000u && (bits(b) & 0x7F800000u) != 0x7F800000u && b != 1;
     }
     static float core(float a, float b, float sign) { return pow21_core(a, b, sign); }
-    static bool group_core(const float* a, const float* b, float* r) { return one_by_one<Single21>(a, b, r); }
 };
 
 constexpr char kPowD[] = "_xebdPow_HA";

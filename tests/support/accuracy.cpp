@@ -123,11 +123,11 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
     return k;
 }
 
-KernelAccuracy scalar_row(const char* name, const char* form, double bound,
-                          void (*f)(int, const double*, double, double*), RefBinary ref,
-                          std::vector<Range> a, std::vector<double> b) {
-    KernelAccuracy k = entry(name, 'd', form, bound);
-    k.dx = f;
+template <class F>
+KernelAccuracy scalar_row_in(char precision, F KernelAccuracy::*slot, const char* name, const char* form,
+                             double bound, F f, RefBinary ref, std::vector<Range> a, std::vector<double> b) {
+    KernelAccuracy k = entry(name, precision, form, bound);
+    k.*slot = f;
     k.ref2 = ref;
     k.a_ranges = std::move(a);
     k.b_scalars = std::move(b);
@@ -135,14 +135,15 @@ KernelAccuracy scalar_row(const char* name, const char* form, double bound,
 }
 
 KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, double, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b) {
+    return scalar_row_in('d', &KernelAccuracy::dx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
                           void (*f)(int, const float*, float, float*), RefBinary ref,
                           std::vector<Range> a, std::vector<double> b) {
-    KernelAccuracy k = entry(name, 's', form, bound);
-    k.sx = f;
-    k.ref2 = ref;
-    k.a_ranges = std::move(a);
-    k.b_scalars = std::move(b);
-    return k;
+    return scalar_row_in('s', &KernelAccuracy::sx, name, form, bound, f, ref, std::move(a), std::move(b));
 }
 
 Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {
