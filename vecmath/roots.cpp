@@ -14,13 +14,19 @@
 // to 0.3 ulp, and would round sqrt(2) the wrong way.)  Sqrt multiplies by x
 // once more at 64 bits.
 //
-// Double Cbrt, InvCbrt (x87, 64-bit significand).  y0 = cbrtQuad[i](m) ~
+// Double InvCbrt (x87, 64-bit significand).  y0 = cbrtQuad[i](m) ~
 // m^(-1/3), h = 1 - m * y0^3, y = y0 * (1 + h/3 + 2/9 h^2) (the Newton step
 // y0 * (4/3 - 1/3 * m * y0^3) plus the next series term), then the exponent
 // divided by 3 by an integer multiply, the remainder selecting 2^(2/3),
 // 2^(1/3) or 1.  Error budget: d <= 2.6e-9, the step leaves 14/81 |h|^3 <
-// 1e-25, a dozen 64-bit roundings, the store: below 0.51 ulp.  Cbrt returns
-// x * w^2 with w = |x|^(-1/3): odd by construction, two more roundings.
+// 1e-25, a dozen 64-bit roundings, the store: below 0.51 ulp.
+//
+// Double Cbrt (SSE doubles, see cbrt_core): the same start and exponent
+// split, one Newton step in doubles, the root cut to 26 bits and corrected
+// from its exact residual.  Error budget: the residual's relative error
+// 2^-48 times its size 2^-25, the dropped third-order term 2^-76, the
+// rounding of the small correction 2^-78: all far below 2^-60, then one
+// rounding: below 0.51 ulp.  Odd by construction.
 //
 // Single Sqrt, InvSqrt (SSE).  The processor's estimate y of x^(-1/2)
 // (about 12 bits), cut to 9 significant bits, is corrected in doubles with
