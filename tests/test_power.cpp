@@ -246,6 +246,22 @@ TEST(Power, ResultsAndEventsDoNotDependOnTheBlockSize) {
     check_split(xebsPow_21, af, bf);
 }
 
+TEST(Power, PowxEqualsPowWithTheScalarRepeated) {
+    auto rng = xt::seeded(64);
+    const std::vector<double> a = xt::sample({1e-310, 1e300, false}, 101, rng);
+    const std::vector<float> af(a.begin(), a.end());
+    for (double y : {-1074.5, -2.0, 0.3, 1.0 / 3, 7.0, 650.25}) {
+        std::vector<double> b(a.size(), y), r(a.size()), rx(a.size());
+        xebdPow_HA(101, a.data(), b.data(), r.data());
+        xebdPowx_HA(101, a.data(), y, rx.data());
+        for (std::size_t i = 0; i < a.size(); ++i) EXPECT_EQ(xeb::bits(r[i]), xeb::bits(rx[i])) << a[i] << " ^ " << y;
+        std::vector<float> bf(a.size(), static_cast<float>(y)), rf(a.size()), rxf(a.size());
+        xebsPow_HA(101, af.data(), bf.data(), rf.data());
+        xebsPowx_HA(101, af.data(), static_cast<float>(y), rxf.data());
+        for (std::size_t i = 0; i < a.size(); ++i) EXPECT_EQ(xeb::bits(rf[i]), xeb::bits(rxf[i])) << af[i] << " ^ " << y;
+    }
+}
+
 TEST(Power, ForcesItsControlWordsAndRestoresThem) {
     const uint16_t cw = 0x0E7F;  // 53 bits, toward zero
     const double a[] = {3.0, 7.0, 1.1};
