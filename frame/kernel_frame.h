@@ -115,6 +115,20 @@ inline void prefetch_nta(const void* base, std::size_t ahead) {
     __builtin_prefetch(reinterpret_cast<const void*>(addr), 0, 0);
 }
 
+// Runs groups from i through the group path for as long as they stay in
+// the fast domain; returns the first group declined, or end.  The loop makes
+// no call, so the compiler can keep a kernel's constants in registers (on
+// the x87 stack) for the whole run instead of reloading them per group.
+template <class K>
+inline int fast_run(const Arrays<typename K::T>& x, int i, int end) {
+    for (; i < end; i += K::group) {
+        if (K::prefetch_arrays & kPrefetchA) prefetch_nta(x.a + i, K::prefetch_bytes);
+        if (K::prefetch_arrays & kPrefetchB) prefetch_nta(x.b + i, K::prefetch_bytes);
+        if (!K::group_path(x, i)) break;
+    }
+    return i;
+}
+
 // The group loop.  K supplies:
 //   using T; x87 (kNoX87 / kX87Wide / kX87Narrow); clean_mxcsr; group;
 //   prefetch_bytes; prefetch_arrays; trampoline; name;
@@ -125,12 +139,13 @@ void run(int n, const Arrays<typename K::T>& x) {
     if (n <= 0) return;
     ControlWords words(K::x87, K::clean_mxcsr);
     constexpr int g = K::group;
+    const int end = n - n % g;
     int i = 0;
-    for (; i <= n - g; i += g) {
-        if (K::prefetch_arrays & kPrefetchA) prefetch_nta(x.a + i, K::prefetch_bytes);
-        if (K::prefetch_arrays & kPrefetchB) prefetch_nta(x.b + i, K::prefetch_bytes);
-        if (!K::group_path(x, i))
-            for (int j = 0; j < g; ++j) K::one(x, i + j);
+    while (i < end) {
+        i = fast_run<K>(x, i, end);
+        if (i == end) break;
+        for (int j = 0; j < g; ++j) K::one(x, i + j);
+        i += g;
     }
     for (; i < n; ++i) K::one(x, i);
 }

@@ -7,5 +7,10 @@
 #include "vm_pack.h"
 #include "vm_power.h"
 #include "vm_roots.h"
+#include "rng_stream.h"
+#include "rng_modular.h"
+#include "rng_generators.h"
+#include "vm_explog.h"
+#include "convcorr.h"
 
 #endif

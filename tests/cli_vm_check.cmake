@@ -1,0 +1,36 @@
+# The `xebruk vm` subcommand: ranges, input files, pairs, events on stderr
+# as the mode says, and bad input answered with a message and a non-zero
+# exit.  Run as: cmake -DXEBRUK=<tool> -DWORK=<scratch dir> -P cli_vm_check.cmake
+cmake_policy(SET CMP0057 NEW)
+set(failures 0)
+
+# run(<name> <expected exit> <stdout regex> <stderr regex> <input text or ""> args...)
+function(run name want_rc out_re err_re input)
+  set(in_file ${WORK}/${name}.in)
+  file(WRITE ${in_file} "${input}")
+  execute_process(COMMAND ${XEBRUK} ${ARGN} INPUT_FILE ${in_file}
+    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL want_rc OR NOT out MATCHES "${out_re}" OR NOT err MATCHES "${err_re}")
+    message(SEND_ERROR "${name}: exit ${rc} (want ${want_rc})\n--- stdout:\n${out}\n--- stderr:\n${err}")
+  endif()
+endfunction()
+
+file(MAKE_DIRECTORY ${WORK})
+run(range 0 "^1\n1.6487212707001282\n2.7182818284590451\n$" "^$" "" vm exp_ha --range 0 1 3)
+run(stdin_events 0 "^0\n-inf\n-?nan\nnan\n$"
+  "event 2 at element 1 in _xebdLn_HA.*event 1 at element 2 in _xebdLn_HA.*status word after the call: 1"
+  "1 0\n-1 nan\n" vm ln_ha)
+run(stderr_mode 0 "^-inf\n$" "^  a\\(0\\)=0\nr\\(0\\)=-inf\nstatus word after the call: 2\n$" "0" vm ln_ha --mode stderr)
+run(quiet_mode 0 "^-inf\n$" "^status word after the call: 2\n$" "0" vm ln_ha --mode none)
+run(pairs 0 "^0.5\n0.75\n$" "^$" "1 2\n3 4\n" vm div_ha)
+run(odd_pairs 2 "^$" "pairs" "1 2 3" vm div_ha)
+run(single_hex 0 "^0x0p\\+0\n0x1.8p-147\n$" "event 4 at element 0 in _xebsExp_HA" "" vm exp_ha -s --range -104 -101.5 2 --hex)
+run(exported_name 0 "^0\n0.693147182\n$" "^$" "" vm xebsLn_21 --range 1 2 2)
+run(band_code 0 "^8.2184074615549724e\\+307\n$" "event 54 at element 0.*status word after the call: 54" "709" vm exp_ha)
+run(bad_number 1 "^$" "line 2: 'x' is not a number" "1\n2 x\n" vm exp_ha)
+run(unknown_kernel 2 "^$" "no single kernel named 'sqrt_zz'" "" vm sqrt_zz -s)
+run(missing_file 1 "^$" "cannot open '${WORK}/none'" "" vm exp_ha ${WORK}/none)
+run(bad_option 2 "^$" "unknown option '--fast'" "" vm exp_ha --fast)
+run(bad_range 2 "^$" "--range count" "" vm exp_ha --range 0 1 0)
+run(bad_mode 2 "^$" "--mode needs" "" vm exp_ha --mode loud)
+run(needs_b 2 "^$" "needs --b VALUE" "" vm div_ha --range 0 1 2)

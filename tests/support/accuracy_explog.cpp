@@ -1,0 +1,54 @@
+// Accuracy rows of the exponential and logarithms, against glibc's 64-bit
+// long double functions.  Bounds are those of the error budgets at the top
+// of vecmath/exp.cpp and vecmath/log.cpp.
+#include <cfloat>
+#include <cmath>
+
+#include "support/accuracy.h"
+#include "xebruk/vm_explog.h"
+
+namespace xt {
+namespace {
+
+long double ref_exp(long double x) { return expl(x); }
+long double ref_ln(long double x) { return logl(x); }
+long double ref_log10(long double x) { return log10l(x); }
+
+// Exp: every binade up to past both ends (beyond them the reference leaves
+// the format and an infinity or a zero is what the measure accepts), the
+// working range, and the band near overflow and the denormal results.
+const std::vector<Range> kExpD = {{DBL_TRUE_MIN, 745.2, true}, {0.5, 745.2, true},
+                                  {700.0, 745.2, true}, {0x1p-30, 1.0, true}};
+const std::vector<Range> kExpS = {{FLT_TRUE_MIN, 104.0f, true}, {0.5f, 104.0f, true},
+                                  {85.0f, 104.0f, true}};
+// Logarithms: all positive numbers including denormals, and close to 1 on
+// both sides, where the result is smallest.
+const std::vector<Range> kLogD = {{DBL_TRUE_MIN, DBL_MAX, false}, {0.5, 2.0, false},
+                                  {0.99, 1.01, false}, {0.998046875, 1.0, false}};
+const std::vector<Range> kLogS = {{FLT_TRUE_MIN, FLT_MAX, false}, {0.5f, 2.0f, false},
+                                  {0.99f, 1.01f, false}};
+
+std::vector<KernelAccuracy> explog_rows() {
+    return {
+        unary_row("xebdExp_HA", "HA", 0.82, xebdExp_HA, ref_exp, kExpD),
+        unary_row("xebdExp_50", "50", 0.82, xebdExp_50, ref_exp, {kExpD[1]}),
+        unary_row("xebsExp_HA", "HA", 0.65, xebsExp_HA, ref_exp, kExpS),
+        unary_row("xebsExp_21", "21", 0.65, xebsExp_21, ref_exp, {kExpS[1]}),
+        unary_row("xebsExp_11", "11", 0.65, xebsExp_11, ref_exp, {kExpS[1]}),
+        unary_row("xebdLn_HA", "HA", 0.8, xebdLn_HA, ref_ln, kLogD),
+        unary_row("xebdLn_50", "50", 0.8, xebdLn_50, ref_ln, {kLogD[1]}),
+        unary_row("xebsLn_HA", "HA", 0.8, xebsLn_HA, ref_ln, kLogS),
+        unary_row("xebsLn_21", "21", 0.8, xebsLn_21, ref_ln, {kLogS[1]}),
+        unary_row("xebsLn_11", "11", 0.8, xebsLn_11, ref_ln, {kLogS[1]}),
+        unary_row("xebdLog10_HA", "HA", 0.95, xebdLog10_HA, ref_log10, kLogD),
+        unary_row("xebdLog10_50", "50", 0.95, xebdLog10_50, ref_log10, {kLogD[1]}),
+        unary_row("xebsLog10_HA", "HA", 0.8, xebsLog10_HA, ref_log10, kLogS),
+        unary_row("xebsLog10_21", "21", 0.8, xebsLog10_21, ref_log10, {kLogS[1]}),
+        unary_row("xebsLog10_11", "11", 0.8, xebsLog10_11, ref_log10, {kLogS[1]}),
+    };
+}
+
+const AccuracyRows registered(explog_rows);
+
+}  // namespace
+}  // namespace xt
