@@ -11,6 +11,12 @@ const RngRegistration continuous_laws(std::vector<LawChoice>{
      law2<double, rukdRngUniform>, law2<float, ruksRngUniform>},
     {"exponential", {"a", "beta"}, {0.0, 1.0}, "a - beta ln U",
      law2<double, rukdRngExponential>, law2<float, ruksRngExponential>},
+    {"laplace", {"a", "beta"}, {0.0, 1.0}, "a -+ beta ln U, sign by a second uniform",
+     law2<double, rukdRngLaplace>, law2<float, ruksRngLaplace>},
+    {"weibull", {"alpha", "a", "beta"}, {1.0, 0.0, 1.0}, "a + beta (-ln U)^(1/alpha)",
+     law3<double, rukdRngWeibull>, law3<float, ruksRngWeibull>},
+    {"rayleigh", {"a", "beta"}, {0.0, 1.0}, "a + beta sqrt(-ln U)",
+     law2<double, rukdRngRayleigh>, law2<float, ruksRngRayleigh>},
     {"gumbel", {"a", "beta"}, {0.0, 1.0}, "a + beta ln(-ln U), long tail low",
      law2<double, rukdRngGumbel>, law2<float, ruksRngGumbel>},
 });

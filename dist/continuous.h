@@ -17,6 +17,9 @@
 
 #include "xebruk/rng_continuous.h"
 #include "xebruk/vm_explog.h"
+#include "xebruk/vm_pack.h"
+#include "xebruk/vm_power.h"
+#include "xebruk/vm_roots.h"
 
 namespace xeb::dist {
 
@@ -44,6 +47,9 @@ struct Precision<double> {
     }
     static void ln(int n, double* r) { xebdLn_HA(n, r, r); }
     static void exp(int n, double* r) { xebdExp_HA(n, r, r); }
+    static void sqrt(int n, double* r) { xebdSqrt_HA(n, r, r); }
+    static void powx(int n, double* r, double b) { xebdPowx_HA(n, r, b, r); }
+    static void pack(int n, const double* a, int inc, double* y) { xebdPackI(n, a, inc, y); }
 };
 
 template <>
@@ -56,6 +62,9 @@ struct Precision<float> {
     }
     static void ln(int n, float* r) { xebsLn_HA(n, r, r); }
     static void exp(int n, float* r) { xebsExp_HA(n, r, r); }
+    static void sqrt(int n, float* r) { xebsSqrt_HA(n, r, r); }
+    static void powx(int n, float* r, float b) { xebsPowx_HA(n, r, b, r); }
+    static void pack(int n, const float* a, int inc, float* y) { xebsPackI(n, a, inc, y); }
 };
 
 // x * m + s, rounded once to T from the working precision.

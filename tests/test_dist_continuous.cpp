@@ -89,8 +89,6 @@ struct Law {
 };
 
 
-
-
 std::vector<Law> laws() {
     std::vector<Law> v;
     v.push_back({"uniform(-2, 5)",
@@ -104,6 +102,41 @@ std::vector<Law> laws() {
                  [](const long double* u, std::size_t i, long double* scale, bool) {
                      *scale = std::fabs(2 * std::log(u[i]));
                      return 1.5L - 2 * std::log(u[i]);
+                 }});
+    v.push_back({"laplace(-1, 0.5)",
+                 [](RukStream* s, int32_t n, double* r) { return rukdRngLaplace(0, s, n, r, -1, 0.5); },
+                 [](RukStream* s, int32_t n, float* r) { return ruksRngLaplace(0, s, n, r, -1, 0.5f); },
+                 [](long double x) {
+                     const long double z = (x + 1) / 0.5L;
+                     return z < 0 ? 0.5L * std::exp(z) : 1 - 0.5L * std::exp(-z);
+                 },
+                 2,
+                 [](const long double* u, std::size_t i, long double* scale, bool) {
+                     const long double l = 0.5L * std::log(u[2 * i]);
+                     *scale = std::fabs(l);
+                     return u[2 * i + 1] <= 0.5L ? -1 - l : -1 + l;
+                 }});
+    v.push_back({"weibull(1.7, 0.5, 3)",
+                 [](RukStream* s, int32_t n, double* r) { return rukdRngWeibull(0, s, n, r, 1.7, 0.5, 3); },
+                 [](RukStream* s, int32_t n, float* r) { return ruksRngWeibull(0, s, n, r, 1.7f, 0.5f, 3); },
+                 [](long double x) {
+                     return x <= 0.5L ? 0 : -std::expm1(-std::pow((x - 0.5L) / 3, 1.7L));
+                 },
+                 1,
+                 [](const long double* u, std::size_t i, long double* scale, bool single) {
+                     // alpha as the law receives it.
+                     const long double alpha = single ? 1.7f : 1.7;
+                     *scale = 3 * std::pow(-std::log(u[i]), 1 / alpha);
+                     return 0.5L + *scale;
+                 }});
+    v.push_back({"rayleigh(1, 2)",
+                 [](RukStream* s, int32_t n, double* r) { return rukdRngRayleigh(0, s, n, r, 1, 2); },
+                 [](RukStream* s, int32_t n, float* r) { return ruksRngRayleigh(0, s, n, r, 1, 2); },
+                 // No factor 2: P(X <= x) = 1 - exp(-((x - a)/beta)^2).
+                 [](long double x) { return x <= 1 ? 0 : -std::expm1(-((x - 1) / 2) * ((x - 1) / 2)); }, 1,
+                 [](const long double* u, std::size_t i, long double* scale, bool) {
+                     *scale = 2 * std::sqrt(-std::log(u[i]));
+                     return 1 + *scale;
                  }});
     v.push_back({"gumbel(1, 1.5)",
                  [](RukStream* s, int32_t n, double* r) { return rukdRngGumbel(0, s, n, r, 1, 1.5); },
@@ -229,15 +262,20 @@ TEST(ContinuousLaws, DrawCountsAtBlockBoundaries) {
         int32_t n;
         std::vector<int32_t> calls;
     };
+    auto laplace = [](RukStream* s, int32_t n, double* r) { return rukdRngLaplace(0, s, n, r, 0, 1); };
     auto gumbel = [](RukStream* s, int32_t n, double* r) { return rukdRngGumbel(0, s, n, r, 0, 1); };
     const Case cases[] = {
+        {"laplace 1024", laplace, 1024, {2048, 0}},
+        {"laplace 1025", laplace, 1025, {2048, 2}},
+        {"laplace 0", laplace, 0, {0}},
+        {"laplace -5", laplace, -5, {0}},
         {"gumbel 7", gumbel, 7, {7}},
     };
     for (const Case& c : cases) {
         StreamHandle h;
         new_script_stream(h);
         script.reset(kSomeUniforms);
-        std::vector<double> r(static_cast<std::size_t>(c.n) + 1);
+        std::vector<double> r(static_cast<std::size_t>(std::max(c.n, 0)) + 1);
         EXPECT_EQ(c.law(h.get(), c.n, r.data()), RUK_OK) << c.name;
         EXPECT_EQ(script.calls, c.calls) << c.name;
     }
@@ -253,7 +291,10 @@ TEST(ContinuousLaws, GeneratorStatusPassesThrough) {
     const Case cases[] = {
         {"uniform", [](RukStream* s, int32_t n, double* r) { return rukdRngUniform(0, s, n, r, 0, 1); }},
         {"exponential", [](RukStream* s, int32_t n, double* r) { return rukdRngExponential(0, s, n, r, 0, 1); }},
+        {"weibull", [](RukStream* s, int32_t n, double* r) { return rukdRngWeibull(0, s, n, r, 2, 0, 1); }},
+        {"rayleigh", [](RukStream* s, int32_t n, double* r) { return rukdRngRayleigh(0, s, n, r, 0, 1); }},
         {"gumbel", [](RukStream* s, int32_t n, double* r) { return rukdRngGumbel(0, s, n, r, 0, 1); }},
+        {"laplace", [](RukStream* s, int32_t n, double* r) { return rukdRngLaplace(0, s, n, r, 0, 1); }},
     };
     for (const Case& c : cases) {
         StreamHandle h;
@@ -271,11 +312,31 @@ TEST(ContinuousLaws, GeneratorStatusPassesThrough) {
         const double raw = std::strcmp(c.name, "cauchy") ? 0.25 : -0x1.921fb54442d18p+0 + (2 * 0x1.921fb54442d18p+0) * 0.25;
         for (double x : f) EXPECT_EQ(x, direct ? raw : 9.0) << c.name;
     }
-}
-
-TEST(ContinuousLaws, SingleExponentialClamp) {
+    // Laplace: blocks finished before a failure stay final.
     StreamHandle h;
     new_script_stream(h);
+    script.reset({0.25, 0.75}, {0, -77});
+    std::vector<double> r(1030, 9.0);
+    EXPECT_EQ(rukdRngLaplace(0, h.get(), 1030, r.data(), 0, 1), -77);
+    EXPECT_NEAR(r[1023], std::log(0.25), 1e-15);
+    EXPECT_EQ(r[1024], 9.0);
+}
+
+TEST(ContinuousLaws, LaplaceSideOfOneHalfAndTheSingleExponentialClamp) {
+    StreamHandle h;
+    new_script_stream(h);
+    // Sizes 0.25; sides exactly 0.5, then just above.
+    script.reset({0.25, 0.5, 0.25, 0.5001});
+    double d[2];
+    float f[2];
+    rukdRngLaplace(0, h.get(), 2, d, 1, 2);
+    EXPECT_DOUBLE_EQ(d[0], 1 - 2 * std::log(0.25));  // at or above a
+    EXPECT_DOUBLE_EQ(d[1], 1 + 2 * std::log(0.25));
+    script.reset({0.25, 0.5, 0.25, 0.5001});
+    ruksRngLaplace(0, h.get(), 2, f, 1, 2);
+    EXPECT_GT(f[0], 1.0f);
+    EXPECT_LT(f[1], 1.0f);
+
     // beta < 0: the single form clamps every value to a, the double form
     // goes below a.
     script.reset(kSomeUniforms);

@@ -22,12 +22,27 @@ XEBRUK_API int32_t ruksRngUniform(int32_t method, RukStream *stream, int32_t n, 
 
 /* Inverse-transform laws; U uniform on (0, 1).
  *   Exponential(a, beta)     a - beta ln U; the single form then max(., a)
+ *   Laplace(a, beta)         a -+ beta ln U1, minus when a second U2 <= 0.5
+ *   Weibull(alpha, a, beta)  a + beta (-ln U)^(1/alpha)
+ *   Rayleigh(a, beta)        a + beta sqrt(-ln U)  (no factor 2)
  *   Gumbel(a, beta)          a + beta ln(-ln U)    (long tail on the low side)
  * method is ignored. */
 XEBRUK_API int32_t rukdRngExponential(int32_t method, RukStream *stream, int32_t n, double *r,
                                       double a, double beta);
 XEBRUK_API int32_t ruksRngExponential(int32_t method, RukStream *stream, int32_t n, float *r,
                                       float a, float beta);
+XEBRUK_API int32_t rukdRngLaplace(int32_t method, RukStream *stream, int32_t n, double *r,
+                                  double a, double beta);
+XEBRUK_API int32_t ruksRngLaplace(int32_t method, RukStream *stream, int32_t n, float *r,
+                                  float a, float beta);
+XEBRUK_API int32_t rukdRngWeibull(int32_t method, RukStream *stream, int32_t n, double *r,
+                                  double alpha, double a, double beta);
+XEBRUK_API int32_t ruksRngWeibull(int32_t method, RukStream *stream, int32_t n, float *r,
+                                  float alpha, float a, float beta);
+XEBRUK_API int32_t rukdRngRayleigh(int32_t method, RukStream *stream, int32_t n, double *r,
+                                   double a, double beta);
+XEBRUK_API int32_t ruksRngRayleigh(int32_t method, RukStream *stream, int32_t n, float *r,
+                                   float a, float beta);
 XEBRUK_API int32_t rukdRngGumbel(int32_t method, RukStream *stream, int32_t n, double *r,
                                  double a, double beta);
 XEBRUK_API int32_t ruksRngGumbel(int32_t method, RukStream *stream, int32_t n, float *r,
