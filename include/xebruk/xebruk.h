@@ -4,6 +4,7 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "vm_trig.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"

@@ -48,21 +48,26 @@ void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, st
         else return sample_float(r, count, rng);
     };
     const bool binary = k.ref2 != nullptr;
-    std::vector<T> a = draw(ra), b = draw(rb), r(count);
+    std::vector<T> a = draw(ra), b = draw(rb), r(count), z(count);
     const int n = static_cast<int>(count);
     if constexpr (is_double) {
         if (k.d1) k.d1(n, a.data(), r.data());
+        else if (k.d1x2) k.d1x2(n, a.data(), r.data(), z.data());
         else k.d2(n, a.data(), b.data(), r.data());
     } else {
         if (k.s1) k.s1(n, a.data(), r.data());
+        else if (k.s1x2) k.s1x2(n, a.data(), r.data(), z.data());
         else k.s2(n, a.data(), b.data(), r.data());
     }
     const long double top = is_double ? DBL_MAX : FLT_MAX;
-    for (std::size_t i = 0; i < count; ++i) {
-        const long double ref = binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]);
+    auto check = [&](T got, long double ref, std::size_t i) {
         // A reference beyond the format's range is met by an infinity.
-        if (std::fabs(ref) > top && std::isinf(r[i])) continue;
-        keep_worst(m, r[i], ref, a[i], binary ? b[i] : a[i]);
+        if (std::fabs(ref) > top && std::isinf(got)) return;
+        keep_worst(m, got, ref, a[i], binary ? b[i] : a[i]);
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        check(r[i], binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]), i);
+        if (k.ref1_second) check(z[i], k.ref1_second(a[i]), i);
     }
     m.count += count;
 }
@@ -115,6 +120,28 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
     k.ref2 = ref;
     k.a_ranges = std::move(a);
     k.b_ranges = std::move(b);
+    return k;
+}
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    KernelAccuracy k = entry(name, 'd', form, bound);
+    k.d1x2 = f;
+    k.ref1 = ref_y;
+    k.ref1_second = ref_z;
+    k.a_ranges = std::move(a);
+    return k;
+}
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const float*, float*, float*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    KernelAccuracy k = entry(name, 's', form, bound);
+    k.s1x2 = f;
+    k.ref1 = ref_y;
+    k.ref1_second = ref_z;
+    k.a_ranges = std::move(a);
     return k;
 }
 
