@@ -96,7 +96,10 @@ inline long double nearest_x87(long double v, uint32_t& m) {
     return y - 0x1.8p63L;
 }
 
-// The same in double arithmetic, |v| < 2^51.
+// The same in double arithmetic, |v| < 2^51.  The double kernels take m
+// this way too: any m within one of the nearest keeps |t| inside the bands
+// (the reduction itself stays in 64 bits), and the SSE unit gives it
+// without a round trip through memory.
 inline double nearest_double(double v, uint32_t& m) {
     const double y = v + 0x1.8p52;
     m = low_word(y);
@@ -111,9 +114,9 @@ inline float nearest_float(float v, int32_t& m) {
 inline double flip_if(double v, bool odd) { return odd ? -v : v; }
 inline float flip_if(float v, bool odd) { return odd ? -v : v; }
 
-// A polynomial in the form t + t*s*p turns -0 into +0; keep the zero as is.
-template <class F>
-inline F keep_zero(F t, F v) { return t == 0 ? t : v; }
+// A polynomial in the form t + t*s*p turns -0 into +0: a zero argument
+// keeps its own value (tested on the bits, after the store).
+inline double keep_zero(double x, double v) { return is_zero(x) ? x : v; }
 
 inline uint32_t abs_high(double x) { return high_word(x) & 0x7FFFFFFFu; }
 inline uint32_t abs_bits(float x) { return bits(x) & 0x7FFFFFFFu; }
@@ -147,7 +150,7 @@ struct SingleTrig {
 
 // The group structure shared by all twenty kernels.  K supplies the frame
 // record above, `beyond(x)`, `scalar(x, i)` (the scalar form of element i)
-// and `fast(x, i, count)` for count 4 (a group) or 1 (the tail).
+// and `fast<N>(x, i)` for N = 4 (a group) or 1 (the tail).
 template <class K>
 struct Trig : K {
     static void fall_back(const Arrays<typename K::T>& x, int i, int count) {
@@ -159,59 +162,96 @@ struct Trig : K {
         if (K::beyond(a[0]) | K::beyond(a[1]) | K::beyond(a[2]) | K::beyond(a[3]))
             fall_back(x, i, 4);
         else
-            K::fast(x, i, 4);
+            K::template fast<4>(x, i);
         return true;
     }
     static void one(const Arrays<typename K::T>& x, int i) {
         if (K::beyond(x.a[i])) fall_back(x, i, 1);
-        else K::fast(x, i, 1);
+        else K::template fast<1>(x, i);
     }
 };
 
-// ---- double Sin and Cos: t in [-pi/2, pi/2], banded polynomial ----------
-
-// sin t by the band of |t|, rounded once to double.
-inline double banded_sin(long double t) {
-    uint32_t k;
-    nearest_x87(std::fabs(t) * kSinBandScale, k);
-    const double* b = sin_bands[k];  // k <= 64: |t| <= pi/2 + 2^-40
-    const long double s = t * t;
-    const long double p = (((b[4] * s + b[3]) * s + b[2]) * s + b[1]) * s + b[0];
-    return static_cast<double>(keep_zero(t, t + t * s * p));
+// r[k] = num[k] / den[k].  For a group of four, one division: with
+// P = (d0 d1)(d2 d3) and R = 1/P, 1/(d0 d1) = R d2 d3 and so on (when P is
+// 0, plain divisions).  W is the width of the inputs; the work is in T.
+template <int N, class T, class W>
+inline void divide_group(const W (&num)[N], const W (&den)[N], T (&r)[N]) {
+    if constexpr (N == 4) {
+        const T d0 = den[0], d1 = den[1], d2 = den[2], d3 = den[3];
+        const T p01 = d0 * d1, p23 = d2 * d3;
+        const T p = p01 * p23;
+        if (p != 0) {
+            const T rp = T(1) / p;
+            const T u = rp * p23, w = rp * p01;  // 1/p01, 1/p23
+            r[0] = num[0] * d1 * u;
+            r[1] = num[1] * d0 * u;
+            r[2] = num[2] * d3 * w;
+            r[3] = num[3] * d2 * w;
+            return;
+        }
+    }
+    for (int k = 0; k < N; ++k) r[k] = static_cast<T>(num[k]) / static_cast<T>(den[k]);
 }
+
+// ---- double kernels ------------------------------------------------------
+//
+// Each group runs in two stages over its elements, so that the x87 works
+// on several independent chains at once: first m (from a double product),
+// the band row (from a double estimate of t, which may land a hair outside
+// its band; the fits extend smoothly) and t in 64 bits; then the
+// polynomials and the stores.
 
 inline long double minus_multiple(long double x, long double m, const double (&part)[4]) {
     return x - m * part[0] - m * part[1] - m * part[2] - m * part[3];
 }
 
-struct SinD : DoubleTrig {
-    static constexpr const char* name = "dSin_HA";
-    static void scalar(const Arrays<double>& x, int i) { xebdSin_SC_HA(i, x.a, x.y, nullptr); }
-    static void fast(const Arrays<double>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
-            const long double v = x.a[i + k];
-            uint32_t m;
-            const long double md = nearest_x87(v * kInvPi, m);
-            x.y[i + k] = flip_if(banded_sin(minus_multiple(v, md, kPi)), m & 1);
+inline const double* band_row(const double (*table)[5], double t_estimate) {
+    return table[static_cast<uint32_t>(std::fabs(t_estimate) * kSinBandScale + 0.5)];
+}
+
+// sin t from its band's polynomial, rounded once to double.
+inline double banded_sin(long double t, const double* b) {
+    const long double s = t * t;
+    const long double p = (((b[4] * s + b[3]) * s + b[2]) * s + b[1]) * s + b[0];
+    return static_cast<double>(t + t * s * p);
+}
+
+inline double flip_if_odd(double v, uint32_t m) {
+    return double_from_bits(bits(v) ^ (uint64_t(m & 1) << 63));
+}
+
+constexpr double kPiD = 0x1.921fb54442d18p+1, kPio2D = 0x1.921fb54442d18p+0;
+
+// sin x = (-1)^m sin t, m = round(x/pi), t = x - m pi in [-pi/2, pi/2];
+// cos x = sin(x + pi/2) = (-1)^m sin t, m = round((x + pi/2)/pi),
+// t = x - (m - 1/2) pi.
+template <bool Cosine>
+struct SinCosineD : DoubleTrig {
+    static constexpr const char* name = Cosine ? "dCos_HA" : "dSin_HA";
+    static void scalar(const Arrays<double>& x, int i) {
+        if (Cosine) xebdCos_SC_HA(i, x.a, x.y, nullptr);
+        else xebdSin_SC_HA(i, x.a, x.y, nullptr);
+    }
+    template <int N>
+    static void fast(const Arrays<double>& x, int i) {
+        long double t[N];
+        uint32_t m[N];
+        const double* row[N];
+        for (int k = 0; k < N; ++k) {
+            const double a = x.a[i + k];
+            double q = nearest_double((Cosine ? a + kPio2D : a) * kInvPi, m[k]);
+            if (Cosine) q -= 0.5;  // exact
+            row[k] = band_row(sin_bands, a - q * kPiD);  // row <= 65: |t| < pi/2 + 0.04
+            t[k] = minus_multiple(a, q, kPi);
+        }
+        for (int k = 0; k < N; ++k) {
+            const double r = flip_if_odd(banded_sin(t[k], row[k]), m[k]);
+            x.y[i + k] = Cosine ? r : keep_zero(x.a[i + k], r);
         }
     }
 };
-
-// cos x = sin(x + pi/2): m = round((x + pi/2)/pi), t = x - (m - 1/2) pi.
-struct CosD : DoubleTrig {
-    static constexpr const char* name = "dCos_HA";
-    static void scalar(const Arrays<double>& x, int i) { xebdCos_SC_HA(i, x.a, x.y, nullptr); }
-    static void fast(const Arrays<double>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
-            const long double v = x.a[i + k];
-            uint32_t m;
-            const long double q = nearest_x87((v + kPio2) * kInvPi, m) - 0.5L;
-            x.y[i + k] = flip_if(banded_sin(minus_multiple(v, q, kPi)), m & 1);
-        }
-    }
-};
-
-// ---- double SinCos: t in [-pi/4, pi/4], finer bands -------------------
+using SinD = SinCosineD<false>;
+using CosD = SinCosineD<true>;
 
 // Places sin t and cos t by the quadrant m: sin(x) = +-sin t or +-cos t.
 template <class F>
@@ -221,70 +261,62 @@ inline void place_quadrant(F sin_t, F cos_t, uint32_t m, F& y, F& z) {
     z = flip_if(p ? sin_t : cos_t, ((m + p) & 2) != 0);
 }
 
+// m = round(x / (pi/2)), t = x - m pi/2 in [-pi/4, pi/4], finer bands.
 struct SinCosD : DoubleTrig {
     static constexpr const char* name = "dSinCos_HA";
     static void scalar(const Arrays<double>& x, int i) { xebdSinCos_SC_HA(i, x.a, x.y, x.z, nullptr); }
-    static void fast(const Arrays<double>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
-            const long double v = x.a[i + k];
-            uint32_t m, band;
-            const long double t = minus_multiple(v, nearest_x87(v * kInvPio2, m), kPio2Parts);
-            nearest_x87(std::fabs(t) * kSinCosBandScale, band);
-            const double* b = sin_cos_bands[band];  // band <= 144
-            const long double s = t * t;
-            const long double sin_t = t + t * s * (b[0] + s * (b[1] + s * (b[2] + s * b[3])));
-            const long double cos_t = 1 + s * (-0.5L + s * (b[4] + s * (b[5] + s * (b[6] + s * b[7]))));
-            place_quadrant(static_cast<double>(keep_zero(t, sin_t)), static_cast<double>(cos_t), m,
-                           x.y[i + k], x.z[i + k]);
+    template <int N>
+    static void fast(const Arrays<double>& x, int i) {
+        long double t[N];
+        uint32_t m[N];
+        const double* b[N];
+        for (int k = 0; k < N; ++k) {
+            const double a = x.a[i + k];
+            const double md = nearest_double(a * kInvPio2, m[k]);
+            const double estimate = std::fabs(a - md * kPio2D);
+            b[k] = sin_cos_bands[static_cast<uint32_t>(estimate * kSinCosBandScale + 0.5)];  // <= 144
+            t[k] = minus_multiple(a, md, kPio2Parts);
+        }
+        for (int k = 0; k < N; ++k) {
+            const long double s = t[k] * t[k];
+            const double* c = b[k];
+            const long double sin_t = t[k] + t[k] * s * (c[0] + s * (c[1] + s * (c[2] + s * c[3])));
+            const long double cos_t = 1 + s * (-0.5L + s * (c[4] + s * (c[5] + s * (c[6] + s * c[7]))));
+            place_quadrant(keep_zero(x.a[i + k], static_cast<double>(sin_t)), static_cast<double>(cos_t),
+                           m[k], x.y[i + k], x.z[i + k]);
         }
     }
 };
 
-// ---- double Tan: rational, one division for four -----------------------
-
-// Numerator and denominator of tan x after the swap by quadrant parity
-// (tan x = N/D for even m, -D/N for odd m; the sign is applied at the end).
-template <class W>
-struct Ratio {
-    W num, den;
-    bool odd;
-};
-
-template <class W>
-inline Ratio<W> tan_ratio(double a) {
-    const long double v = a;
-    uint32_t m;
-    const long double t = minus_multiple(v, nearest_x87(v * kInvPio2, m), kPio2Parts);
-    const long double s = t * t;
-    const long double n = keep_zero(t, ((kTanN[2] * s + kTanN[1]) * s + kTanN[0]) * s * t + t);
-    const long double d = ((kTanD[2] * s + kTanD[1]) * s + kTanD[0]) * s + 1.0L;
-    const bool odd = m & 1;
-    return {static_cast<W>(odd ? d : n), static_cast<W>(odd ? n : d), odd};
-}
-
-// W: the width in which N and D are held before the division.
+// tan x = N/D for even m, -D/N for odd m, with m = round(x / (pi/2)) and a
+// rational N/D on [-pi/4, pi/4].  W: the width in which N and D are held
+// before the division (64 bits in Tan_HA, 53 in Tan_50).
 template <class W>
 struct TanD : DoubleTrig {
     static constexpr const char* name = "dTan_HA";
     static void scalar(const Arrays<double>& x, int i) { xebdTan_SC_HA(i, x.a, x.y, nullptr); }
-    static void fast(const Arrays<double>& x, int i, int count) {
-        Ratio<W> q[4];
-        for (int k = 0; k < count; ++k) q[k] = tan_ratio<W>(x.a[i + k]);
-        long double r[4];
-        const long double d0 = q[0].den, d1 = q[1].den, d2 = q[2].den, d3 = q[3].den;
-        const long double p01 = d0 * d1, p23 = d2 * d3;
-        const long double p = p01 * p23;
-        if (count == 4 && p != 0) {
-            const long double rp = 1.0L / p;
-            const long double u = rp * p23, w = rp * p01;  // 1/p01, 1/p23
-            r[0] = q[0].num * d1 * u;
-            r[1] = q[1].num * d0 * u;
-            r[2] = q[2].num * d3 * w;
-            r[3] = q[3].num * d2 * w;
-        } else {
-            for (int k = 0; k < count; ++k) r[k] = static_cast<long double>(q[k].num) / q[k].den;
+    template <int N>
+    static void fast(const Arrays<double>& x, int i) {
+        long double t[N];
+        uint32_t m[N];
+        for (int k = 0; k < N; ++k) {
+            const double a = x.a[i + k];
+            t[k] = minus_multiple(a, nearest_double(a * kInvPio2, m[k]), kPio2Parts);
         }
-        for (int k = 0; k < count; ++k) x.y[i + k] = flip_if(static_cast<double>(r[k]), q[k].odd);
+        W num[N], den[N];
+        for (int k = 0; k < N; ++k) {
+            const long double s = t[k] * t[k];
+            // A zero stays itself: N = t exactly, with its sign.
+            const long double n = is_zero(x.a[i + k])
+                                      ? t[k]
+                                      : ((kTanN[2] * s + kTanN[1]) * s + kTanN[0]) * s * t[k] + t[k];
+            const long double d = ((kTanD[2] * s + kTanD[1]) * s + kTanD[0]) * s + 1.0L;
+            num[k] = static_cast<W>((m[k] & 1) ? d : n);
+            den[k] = static_cast<W>((m[k] & 1) ? n : d);
+        }
+        long double r[N];
+        divide_group<N>(num, den, r);
+        for (int k = 0; k < N; ++k) x.y[i + k] = flip_if_odd(static_cast<double>(r[k]), m[k]);
     }
 };
 
@@ -297,8 +329,9 @@ struct SinCosineS : SingleTrig<kBound500k, frame::kX87Narrow> {
         if (Cosine) xebsCos_SC_HA(i, x.a, x.y, nullptr);
         else xebsSin_SC_HA(i, x.a, x.y, nullptr);
     }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        for (int k = 0; k < N; ++k) {
             const double v = x.a[i + k];
             uint32_t m;
             double q = nearest_double((Cosine ? v + kPio2 : v) * kInvPi, m);
@@ -328,8 +361,9 @@ struct SinCosFrameS : SingleTrig<kBound1M, X87> {
 struct SinCosS : SinCosFrameS<frame::kX87Narrow> {
     static constexpr const char* name = "sSinCos_HA";
     static void scalar(const Arrays<float>& x, int i) { xebsSinCos_SC_HA(i, x.a, x.y, x.z, nullptr); }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        for (int k = 0; k < N; ++k) {
             const double v = x.a[i + k];
             uint32_t m;
             const double md = nearest_double(v * kInvPio2, m);
@@ -343,10 +377,11 @@ struct SinCosS : SinCosFrameS<frame::kX87Narrow> {
 struct TanS : SingleTrig<kBound128k, frame::kX87Narrow> {
     static constexpr const char* name = "sTan_HA";
     static void scalar(const Arrays<float>& x, int i) { xebsTan_SC_HA(i, x.a, x.y, nullptr); }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        double num[4], den[4];
-        bool odd[4];
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        double num[N], den[N];
+        bool odd[N];
+        for (int k = 0; k < N; ++k) {
             const double v = x.a[i + k];
             uint32_t m;
             const double md = nearest_double(v * kInvPio2, m);
@@ -358,19 +393,9 @@ struct TanS : SingleTrig<kBound128k, frame::kX87Narrow> {
             num[k] = odd[k] ? d : n;
             den[k] = odd[k] ? n : d;
         }
-        double r[4];
-        const double p01 = den[0] * den[1], p23 = den[2] * den[3];
-        if (count == 4 && p01 * p23 != 0) {
-            const double rp = 1.0 / (p01 * p23);
-            const double u = rp * p23, w = rp * p01;
-            r[0] = num[0] * den[1] * u;
-            r[1] = num[1] * den[0] * u;
-            r[2] = num[2] * den[3] * w;
-            r[3] = num[3] * den[2] * w;
-        } else {
-            for (int k = 0; k < count; ++k) r[k] = num[k] / den[k];
-        }
-        for (int k = 0; k < count; ++k) x.y[i + k] = flip_if(static_cast<float>(r[k]), odd[k]);
+        double r[N];
+        divide_group<N>(num, den, r);
+        for (int k = 0; k < N; ++k) x.y[i + k] = flip_if(static_cast<float>(r[k]), odd[k]);
     }
 };
 
@@ -389,8 +414,9 @@ struct SinCosine21 : SingleTrig<Cosine ? kBound10048 : kBound1M, frame::kX87Wide
         if (Cosine) xebsCos_SC_LA(i, x.a, x.y, nullptr);
         else xebsSin_SC_LA(i, x.a, x.y, nullptr);
     }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        for (int k = 0; k < N; ++k) {
             const float v = x.a[i + k];
             int32_t m;
             float q = nearest_float((Cosine ? v + kPio2F : v) * kInvPiF, m);
@@ -406,8 +432,9 @@ struct SinCosine21 : SingleTrig<Cosine ? kBound10048 : kBound1M, frame::kX87Wide
 struct SinCos21 : SinCosFrameS<frame::kX87Wide> {
     static constexpr const char* name = "sSinCos_LA";
     static void scalar(const Arrays<float>& x, int i) { xebsSinCos_SC_LA(i, x.a, x.y, x.z, nullptr); }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        for (int k = 0; k < N; ++k) {
             const float v = x.a[i + k];
             uint32_t m;
             const long double md = nearest_x87(static_cast<long double>(v) * kInvPio2, m);
@@ -424,8 +451,9 @@ struct Tan21 : SingleTrig<kBound500k, frame::kX87Wide> {
     static constexpr const char* name = "sTan_LA";
     static bool beyond(float x) { return abs_bits(x) > kBound500k || abs_bits(x) == 0; }
     static void scalar(const Arrays<float>& x, int i) { xebsTan_SC_LA(i, x.a, x.y, nullptr); }
-    static void fast(const Arrays<float>& x, int i, int count) {
-        for (int k = 0; k < count; ++k) {
+    template <int N>
+    static void fast(const Arrays<float>& x, int i) {
+        for (int k = 0; k < N; ++k) {
             const float v = x.a[i + k];
             int32_t m = 0;
             float t = v;  // |x| <= pi/4 needs no reduction
