@@ -111,8 +111,10 @@ inline float nearest_float(float v, int32_t& m) {
     return static_cast<float>(m);
 }
 
-inline double flip_if(double v, bool odd) { return odd ? -v : v; }
-inline float flip_if(float v, bool odd) { return odd ? -v : v; }
+// Sign flips and selections on the bits: the parity of m is random, a
+// branch on it would be mispredicted half the time.
+inline double flip_if(double v, bool odd) { return double_from_bits(bits(v) ^ (uint64_t(odd) << 63)); }
+inline float flip_if(float v, bool odd) { return float_from_bits(bits(v) ^ (uint32_t(odd) << 31)); }
 
 // A polynomial in the form t + t*s*p turns -0 into +0: a zero argument
 // keeps its own value (tested on the bits, after the store).
@@ -201,8 +203,23 @@ inline void divide_group(const W (&num)[N], const W (&den)[N], T (&r)[N]) {
 // its band; the fits extend smoothly) and t in 64 bits; then the
 // polynomials and the stores.
 
-inline long double minus_multiple(long double x, long double m, const double (&part)[4]) {
-    return x - m * part[0] - m * part[1] - m * part[2] - m * part[3];
+// t = x - m*P1 - m*P2 - m*P3 - m*P4.  The first three parts are short
+// (22, 20 and 22 bits), so for |m| < 2^17 their products are exact doubles,
+// and x - m*P1 is exact too when m is an integer: m = 0 leaves x, and
+// otherwise |x| >= pi/4 (pi/2) has no bits below those of the result, which
+// is below 1 (2).  The SSE unit forms them alongside, and the x87 does the
+// remaining subtractions and the last product in 64 bits.
+inline long double minus_multiple(double x, double m, const double (&part)[4]) {
+    const double r1 = x - m * part[0];
+    const double p2 = m * part[1], p3 = m * part[2];
+    return (static_cast<long double>(r1) - p2) - p3 - static_cast<long double>(m) * part[3];
+}
+
+// The same for a half-integer multiple (cosine): x - q*P1 need not be exact
+// in double (x = 0.6, q = 1/2), so it is formed in the x87.
+inline long double minus_half_multiple(double x, double q, const double (&part)[4]) {
+    const long double xl = x, ql = q;
+    return xl - ql * part[0] - q * part[1] - q * part[2] - ql * part[3];
 }
 
 inline const double* band_row(const double (*table)[5], double t_estimate) {
@@ -211,8 +228,8 @@ inline const double* band_row(const double (*table)[5], double t_estimate) {
 
 // sin t from its band's polynomial, rounded once to double.
 inline double banded_sin(long double t, const double* b) {
-    const long double s = t * t;
-    const long double p = (((b[4] * s + b[3]) * s + b[2]) * s + b[1]) * s + b[0];
+    const long double s = t * t, s2 = s * s;
+    const long double p = (b[0] + b[1] * s) + s2 * ((b[2] + b[3] * s) + s2 * b[4]);  // Estrin
     return static_cast<double>(t + t * s * p);
 }
 
@@ -242,7 +259,7 @@ struct SinCosineD : DoubleTrig {
             double q = nearest_double((Cosine ? a + kPio2D : a) * kInvPi, m[k]);
             if (Cosine) q -= 0.5;  // exact
             row[k] = band_row(sin_bands, a - q * kPiD);  // row <= 65: |t| < pi/2 + 0.04
-            t[k] = minus_multiple(a, q, kPi);
+            t[k] = Cosine ? minus_half_multiple(a, q, kPi) : minus_multiple(a, q, kPi);
         }
         for (int k = 0; k < N; ++k) {
             const double r = flip_if_odd(banded_sin(t[k], row[k]), m[k]);
@@ -257,8 +274,9 @@ using CosD = SinCosineD<true>;
 template <class F>
 inline void place_quadrant(F sin_t, F cos_t, uint32_t m, F& y, F& z) {
     const uint32_t p = m & 1;
-    y = flip_if(p ? cos_t : sin_t, ((m - p) & 2) != 0);
-    z = flip_if(p ? sin_t : cos_t, ((m + p) & 2) != 0);
+    const F pair[2] = {sin_t, cos_t};
+    y = flip_if(pair[p], ((m - p) & 2) != 0);
+    z = flip_if(pair[p ^ 1], ((m + p) & 2) != 0);
 }
 
 // m = round(x / (pi/2)), t = x - m pi/2 in [-pi/4, pi/4], finer bands.
@@ -278,10 +296,10 @@ struct SinCosD : DoubleTrig {
             t[k] = minus_multiple(a, md, kPio2Parts);
         }
         for (int k = 0; k < N; ++k) {
-            const long double s = t[k] * t[k];
+            const long double s = t[k] * t[k], s2 = s * s;
             const double* c = b[k];
-            const long double sin_t = t[k] + t[k] * s * (c[0] + s * (c[1] + s * (c[2] + s * c[3])));
-            const long double cos_t = 1 + s * (-0.5L + s * (c[4] + s * (c[5] + s * (c[6] + s * c[7]))));
+            const long double sin_t = t[k] + t[k] * s * ((c[0] + s * c[1]) + s2 * (c[2] + s * c[3]));
+            const long double cos_t = 1 + s * (-0.5L + s * ((c[4] + s * c[5]) + s2 * (c[6] + s * c[7])));
             place_quadrant(keep_zero(x.a[i + k], static_cast<double>(sin_t)), static_cast<double>(cos_t),
                            m[k], x.y[i + k], x.z[i + k]);
         }
@@ -297,26 +315,25 @@ struct TanD : DoubleTrig {
     static void scalar(const Arrays<double>& x, int i) { xebdTan_SC_HA(i, x.a, x.y, nullptr); }
     template <int N>
     static void fast(const Arrays<double>& x, int i) {
-        long double t[N];
         uint32_t m[N];
-        for (int k = 0; k < N; ++k) {
-            const double a = x.a[i + k];
-            t[k] = minus_multiple(a, nearest_double(a * kInvPio2, m[k]), kPio2Parts);
-        }
         W num[N], den[N];
         for (int k = 0; k < N; ++k) {
-            const long double s = t[k] * t[k];
-            // A zero stays itself: N = t exactly, with its sign.
-            const long double n = is_zero(x.a[i + k])
-                                      ? t[k]
-                                      : ((kTanN[2] * s + kTanN[1]) * s + kTanN[0]) * s * t[k] + t[k];
+            const double a = x.a[i + k];
+            const long double t = minus_multiple(a, nearest_double(a * kInvPio2, m[k]), kPio2Parts);
+            const long double s = t * t;
+            const long double n = ((kTanN[2] * s + kTanN[1]) * s + kTanN[0]) * s * t + t;
             const long double d = ((kTanD[2] * s + kTanD[1]) * s + kTanD[0]) * s + 1.0L;
-            num[k] = static_cast<W>((m[k] & 1) ? d : n);
-            den[k] = static_cast<W>((m[k] & 1) ? n : d);
+            // The swap by parity without a branch: products by 0 and 1 and
+            // sums with a zero are exact (n and d are finite; a zero
+            // argument gets its sign back at the store).
+            const long double odd = static_cast<int>(m[k] & 1), even = 1 - odd;
+            num[k] = static_cast<W>(n * even + d * odd);
+            den[k] = static_cast<W>(d * even + n * odd);
         }
         long double r[N];
         divide_group<N>(num, den, r);
-        for (int k = 0; k < N; ++k) x.y[i + k] = flip_if_odd(static_cast<double>(r[k]), m[k]);
+        for (int k = 0; k < N; ++k)
+            x.y[i + k] = keep_zero(x.a[i + k], flip_if_odd(static_cast<double>(r[k]), m[k]));
     }
 };
 
@@ -390,8 +407,9 @@ struct TanS : SingleTrig<kBound128k, frame::kX87Narrow> {
             const double n = t * (1.0 + s * kTanSN);
             const double d = 1.0 + s * (kTanSD[0] + s * kTanSD[1]);
             odd[k] = m & 1;
-            num[k] = odd[k] ? d : n;
-            den[k] = odd[k] ? n : d;
+            const double pair[2] = {n, d};
+            num[k] = pair[odd[k]];
+            den[k] = pair[!odd[k]];
         }
         double r[N];
         divide_group<N>(num, den, r);
@@ -461,7 +479,8 @@ struct Tan21 : SingleTrig<kBound500k, frame::kX87Wide> {
             const float s = t * t;
             const float n = t + t * s * kTanNF;
             const float d = 1.0f + s * (kTanDF[0] + s * kTanDF[1]);
-            x.y[i + k] = (m & 1) ? -d / n : n / d;
+            const float pair[2] = {n, d};
+            x.y[i + k] = flip_if(pair[m & 1] / pair[(m & 1) ^ 1], m & 1);
         }
     }
 };
