@@ -123,26 +123,35 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
     return k;
 }
 
-KernelAccuracy two_output_row(const char* name, const char* form, double bound,
-                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
-                              RefUnary ref_z, std::vector<Range> a) {
-    KernelAccuracy k = entry(name, 'd', form, bound);
-    k.d1x2 = f;
+namespace {
+
+void set_kernel(KernelAccuracy& k, void (*f)(int, const double*, double*, double*)) { k.d1x2 = f; }
+void set_kernel(KernelAccuracy& k, void (*f)(int, const float*, float*, float*)) { k.s1x2 = f; }
+
+template <class T>
+KernelAccuracy two_output(const char* name, const char* form, double bound,
+                          void (*f)(int, const T*, T*, T*), RefUnary ref_y, RefUnary ref_z,
+                          std::vector<Range> a) {
+    KernelAccuracy k = entry(name, sizeof(T) == sizeof(double) ? 'd' : 's', form, bound);
+    set_kernel(k, f);
     k.ref1 = ref_y;
     k.ref1_second = ref_z;
     k.a_ranges = std::move(a);
     return k;
 }
 
+}  // namespace
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
+}
+
 KernelAccuracy two_output_row(const char* name, const char* form, double bound,
                               void (*f)(int, const float*, float*, float*), RefUnary ref_y,
                               RefUnary ref_z, std::vector<Range> a) {
-    KernelAccuracy k = entry(name, 's', form, bound);
-    k.s1x2 = f;
-    k.ref1 = ref_y;
-    k.ref1_second = ref_z;
-    k.a_ranges = std::move(a);
-    return k;
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
 }
 
 Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {
