@@ -308,58 +308,34 @@ struct SinCosD : DoubleTrig {
 
 // tan x = N/D for even m, -D/N for odd m, with m = round(x / (pi/2)) and a
 // rational N/D on [-pi/4, pi/4].  W: the width in which N and D are held
-// before the division (64 bits in Tan_HA, 53 in Tan_50).
+// before the division (64 bits in Tan_HA, 53 in Tan_50).  The swap by
+// parity is a branch: selections of x87 values without one cost more
+// (measured) than the mispredictions.
 template <class W>
 struct TanD : DoubleTrig {
     static constexpr const char* name = "dTan_HA";
     static void scalar(const Arrays<double>& x, int i) { xebdTan_SC_HA(i, x.a, x.y, nullptr); }
-
-    // Numerator and denominator of element a after the swap by parity.
-    static void ratio(double a, uint32_t& m, long double& num, long double& den) {
-        const long double t = minus_multiple(a, nearest_double(a * kInvPio2, m), kPio2Parts);
-        const long double s = t * t, s2 = s * s;  // Estrin: short chains
-        const long double n = t * s * ((kTanN[0] + kTanN[1] * s) + kTanN[2] * s2) + t;
-        const long double d = (1.0L + kTanD[0] * s) + s2 * (kTanD[1] + kTanD[2] * s);
-        // The swap without a branch: products by 0 and 1 and sums with a
-        // zero are exact (n and d are finite; a zero argument gets its sign
-        // back at the store).
-        const long double odd = static_cast<int>(m & 1), even = 1 - odd;
-        num = static_cast<W>(n * even + d * odd);
-        den = static_cast<W>(d * even + n * odd);
-    }
-    static void store(const Arrays<double>& x, int i, long double r, uint32_t m) {
-        x.y[i] = keep_zero(x.a[i], flip_if_odd(static_cast<double>(r), m));
-    }
-
-    // One division for four: with P = (d0 d1)(d2 d3) and R = 1/P,
-    // 1/(d0 d1) = R d2 d3 and 1/(d2 d3) = R d0 d1.  The pairs are folded as
-    // they come, so that no more than seven values are live.  When P is 0
-    // the group is done element by element.
     template <int N>
     static void fast(const Arrays<double>& x, int i) {
-        uint32_t m0, m1, m2, m3;
-        long double n0, d0, n1, d1, n2, d2, n3, d3;
-        ratio(x.a[i], m0, n0, d0);
-        if constexpr (N == 1) {
-            store(x, i, n0 / d0, m0);
-        } else {
-            ratio(x.a[i + 1], m1, n1, d1);
-            const long double a0 = n0 * d1, a1 = n1 * d0, p01 = d0 * d1;
-            ratio(x.a[i + 2], m2, n2, d2);
-            ratio(x.a[i + 3], m3, n3, d3);
-            const long double a2 = n2 * d3, a3 = n3 * d2, p23 = d2 * d3;
-            const long double p = p01 * p23;
-            if (p == 0) {
-                for (int k = 0; k < 4; ++k) fast<1>(x, i + k);
-                return;
-            }
-            const long double rp = 1.0L / p;
-            const long double u = rp * p23, w = rp * p01;
-            store(x, i, a0 * u, m0);
-            store(x, i + 1, a1 * u, m1);
-            store(x, i + 2, a2 * w, m2);
-            store(x, i + 3, a3 * w, m3);
+        long double t[N];
+        uint32_t m[N];
+        for (int k = 0; k < N; ++k) {
+            const double a = x.a[i + k];
+            t[k] = minus_multiple(a, nearest_double(a * kInvPio2, m[k]), kPio2Parts);
         }
+        W num[N], den[N];
+        for (int k = 0; k < N; ++k) {
+            const long double s = t[k] * t[k], s2 = s * s;  // Estrin: short chains
+            const long double n = t[k] * s * ((kTanN[0] + kTanN[1] * s) + kTanN[2] * s2) + t[k];
+            const long double d = (1.0L + kTanD[0] * s) + s2 * (kTanD[1] + kTanD[2] * s);
+            num[k] = static_cast<W>((m[k] & 1) ? d : n);
+            den[k] = static_cast<W>((m[k] & 1) ? n : d);
+        }
+        long double r[N];
+        divide_group<N>(num, den, r);
+        // A zero argument keeps its sign (N lost it in t + t*s*p).
+        for (int k = 0; k < N; ++k)
+            x.y[i + k] = keep_zero(x.a[i + k], flip_if_odd(static_cast<double>(r[k]), m[k]));
     }
 };
 
