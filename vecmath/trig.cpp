@@ -51,6 +51,12 @@ constexpr double kPi[4] = {0x1.921fb4p+1, 0x1.4442dp-23, 0x1.846988p-47, 0x1.8cc
 constexpr double kPio2Parts[4] = {0x1.921fb4p+0, 0x1.4442dp-24, 0x1.846988p-48, 0x1.8cc51701b839ap-72};
 constexpr double kPiShort[2] = {0x1.921fb5444p+1, 0x1.68c234c4c6629p-38};    // SP1, SP2
 constexpr double kPio2Short[2] = {0x1.921fb5444p+0, 0x1.68c234c4c6629p-39};  // SH1, SH2
+// SP1 and SH1 split once more, into 33 bits and a last bit: q*SP1 needs 54
+// bits once q has 19 (cosine above 411774, SinCos above 2^19 pi/2), and a
+// double product would then lose 2^-34 absolute, 16 float ulps near a
+// multiple of pi/2.  q*head and q*tail are exact for q below 2^20.
+constexpr double kPiSplit[3] = {0x1.921fb544p+1, 0x1p-33, 0x1.68c234c4c6629p-38};
+constexpr double kPio2Split[3] = {0x1.921fb544p+0, 0x1p-34, 0x1.68c234c4c6629p-39};
 constexpr double kSinBandScale = 0x1.436720cee34f2p+5;                       // 127/pi
 constexpr double kSinCosBandScale = 0x1.6eb167b830193p+7;                    // 576/pi
 
@@ -341,6 +347,12 @@ struct TanD : DoubleTrig {
 
 // ---- single HA: 53-bit arithmetic --------------------------------------
 
+// x - q*P for a float x and |q| < 2^20 (a multiple of 1/2): x - q*head is
+// exact (below 2 in magnitude, no bits below 2^-32 or those of x).
+inline double reduce_split(double x, double q, const double (&part)[3]) {
+    return ((x - q * part[0]) - q * part[1]) - q * part[2];
+}
+
 template <bool Cosine>
 struct SinCosineS : SingleTrig<kBound500k, frame::kX87Narrow> {
     static constexpr const char* name = Cosine ? "sCos_HA" : "sSin_HA";
@@ -355,7 +367,7 @@ struct SinCosineS : SingleTrig<kBound500k, frame::kX87Narrow> {
             uint32_t m;
             double q = nearest_double((Cosine ? v + kPio2 : v) * kInvPi, m);
             if (Cosine) q -= 0.5;
-            const double t = v - q * kPiShort[0] - q * kPiShort[1];
+            const double t = reduce_split(v, q, kPiSplit);
             const double s = t * t;
             const double r = t * ((((kSinS[4] * s + kSinS[3]) * s + kSinS[2]) * s + kSinS[1]) * s + kSinS[0]);
             x.y[i + k] = flip_if(static_cast<float>(r), m & 1);
@@ -387,7 +399,7 @@ struct SinCosS : SinCosFrameS<frame::kX87Narrow> {
             uint32_t m;
             const double md = nearest_double(v * kInvPio2, m);
             double sin_t, cos_t;
-            short_sin_cos(v - md * kPio2Short[0] - md * kPio2Short[1], kSinCosA, kSinCosB, sin_t, cos_t);
+            short_sin_cos(reduce_split(v, md, kPio2Split), kSinCosA, kSinCosB, sin_t, cos_t);
             place_quadrant(static_cast<float>(sin_t), static_cast<float>(cos_t), m, x.y[i + k], x.z[i + k]);
         }
     }
