@@ -119,6 +119,18 @@ void BM_InverseFftw(benchmark::State& state) {
     fftwf_free(y);
 }
 
+// Plans are made inside every convolution call, so their cost counts there.
+void BM_PlanXebruk(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    for (auto _ : state) {
+        sigFftPlan* plan = nullptr;
+        sigFftPlanInit(&plan, order, SIG_SCALE_INVERSE, 0);
+        benchmark::DoNotOptimize(plan);
+        sigFftPlanFree(plan);
+    }
+}
+
+BENCHMARK(BM_PlanXebruk)->Arg(8)->Arg(12)->Arg(16)->Arg(19)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ForwardXebruk)->DenseRange(6, 20, 1);
 BENCHMARK(BM_ForwardFftw)->DenseRange(6, 20, 1);
 BENCHMARK(BM_InverseXebruk)->DenseRange(6, 20, 1);

@@ -78,42 +78,72 @@ inline void butterfly4(Cx4 a0, Cx4 a1, Cx4 a2, Cx4 a3, Cx4& x0, Cx4& x1, Cx4& x2
 
 // ---- first passes: four groups at a time, one group per lane ----------
 
-// Reads point p of the four groups g0..g0+3 (lanes); lanes at or beyond
-// `groups` read zeros.
+// Two complex numbers at p and q: pairs (re, im) into lanes 0-1 and 2-3.
+inline __m128 load_two(const float* p, const float* q) {
+    __m128 v = _mm_setzero_ps();
+    v = _mm_loadl_pi(v, reinterpret_cast<const __m64*>(p));
+    return _mm_loadh_pi(v, reinterpret_cast<const __m64*>(q));
+}
+
+// Points of four groups into lanes (lane l = group g0 + l): pts[p] for the
+// group_size points of each group.  Lanes at or beyond `groups` read zeros.
 struct PairSource {
     const float* data;
     int32_t group_size;
     int64_t groups;
-    Cx4 operator()(int64_t g0, int32_t p) const {
-        float re[4] = {0, 0, 0, 0}, im[4] = {0, 0, 0, 0};
-        for (int l = 0; l < 4; ++l) {
-            if (g0 + l >= groups) break;
-            const float* q = data + 2 * ((g0 + l) * group_size + p);
-            re[l] = q[0];
-            im[l] = q[1];
+    void load(int64_t g0, Cx4* pts) const {
+        if (g0 + 4 > groups) {
+            load_partial(g0, pts);
+            return;
         }
-        return {_mm_loadu_ps(re), _mm_loadu_ps(im)};
+        const float* b0 = data + 2 * g0 * group_size;
+        const int64_t gs = 2 * int64_t{group_size};
+        for (int32_t p = 0; p < group_size; p += 2) {
+            // (re_p, im_p, re_p+1, im_p+1) of each group, transposed.
+            __m128 v0 = _mm_loadu_ps(b0 + 2 * p), v1 = _mm_loadu_ps(b0 + gs + 2 * p);
+            __m128 v2 = _mm_loadu_ps(b0 + 2 * gs + 2 * p), v3 = _mm_loadu_ps(b0 + 3 * gs + 2 * p);
+            _MM_TRANSPOSE4_PS(v0, v1, v2, v3);
+            pts[p] = {v0, v1};
+            pts[p + 1] = {v2, v3};
+        }
+    }
+    void load_partial(int64_t g0, Cx4* pts) const {
+        for (int32_t p = 0; p < group_size; ++p) {
+            float re[4] = {0, 0, 0, 0}, im[4] = {0, 0, 0, 0};
+            for (int l = 0; l < 4 && g0 + l < groups; ++l) {
+                const float* q = data + 2 * ((g0 + l) * group_size + p);
+                re[l] = q[0];
+                im[l] = q[1];
+            }
+            pts[p] = {_mm_loadu_ps(re), _mm_loadu_ps(im)};
+        }
     }
 };
 
 // Reads through the index table: position 4q + r of the bit-reversed
-// sequence is point table[q]/2 + rev2(r) * n/4 of the source.
+// sequence is point table[q]/2 + rev2(r) * n/4 of the source, four streams
+// n/4 apart.  Groups hold whole multiples of four positions.
 struct IndexedSource {
     const float* data;
     const int32_t* table;
     int32_t group_size;
     int64_t groups;
     int32_t stream[4];  // float offsets of the four streams, rev2(r) * n/2
-    Cx4 operator()(int64_t g0, int32_t p) const {
-        float re[4] = {0, 0, 0, 0}, im[4] = {0, 0, 0, 0};
-        for (int l = 0; l < 4; ++l) {
-            if (g0 + l >= groups) break;
-            const int64_t pos = (g0 + l) * group_size + p;
-            const float* q = data + table[pos >> 2] + stream[pos & 3];
-            re[l] = q[0];
-            im[l] = q[1];
+    void load(int64_t g0, Cx4* pts) const {
+        const int32_t quads = group_size / 4;
+        for (int32_t q = 0; q < quads; ++q) {
+            const float* base[4];
+            for (int l = 0; l < 4; ++l) {
+                const int64_t g = g0 + l < groups ? g0 + l : g0;  // missing lanes repeat lane 0
+                base[l] = data + table[g * quads + q];
+            }
+            for (int r = 0; r < 4; ++r) {
+                const __m128 lo = load_two(base[0] + stream[r], base[1] + stream[r]);
+                const __m128 hi = load_two(base[2] + stream[r], base[3] + stream[r]);
+                pts[4 * q + r] = {_mm_shuffle_ps(lo, hi, _MM_SHUFFLE(2, 0, 2, 0)),
+                                  _mm_shuffle_ps(lo, hi, _MM_SHUFFLE(3, 1, 3, 1))};
+            }
         }
-        return {_mm_loadu_ps(re), _mm_loadu_ps(im)};
     }
 };
 
@@ -136,10 +166,11 @@ inline void store_groups(float* out, int64_t g0, int64_t groups, int32_t group_s
 template <bool Inv, class Source>
 void first_pass16(const Source& src, float* out, int64_t groups, const float* tw) {
     for (int64_t g0 = 0; g0 < groups; g0 += 4) {
-        Cx4 y[16];
+        Cx4 pt[16], y[16];
+        src.load(g0, pt);
         for (int q = 0; q < 4; ++q)
-            butterfly4<Inv>(src(g0, 4 * q), src(g0, 4 * q + 1), src(g0, 4 * q + 2), src(g0, 4 * q + 3),
-                            y[4 * q], y[4 * q + 1], y[4 * q + 2], y[4 * q + 3]);
+            butterfly4<Inv>(pt[4 * q], pt[4 * q + 1], pt[4 * q + 2], pt[4 * q + 3], y[4 * q], y[4 * q + 1],
+                            y[4 * q + 2], y[4 * q + 3]);
         Cx4 x[16];
         for (int j = 0; j < 4; ++j) {
             const Cx4 a1 = twiddle<Inv>(y[4 + j], _mm_set1_ps(tw[8 + j]), _mm_set1_ps(tw[12 + j]));
@@ -160,9 +191,10 @@ constexpr float kNegSin8[4] = {0.0f, -kR8, -1.0f, -kR8};
 template <bool Inv, class Source>
 void first_pass8(const Source& src, float* out, int64_t groups) {
     for (int64_t g0 = 0; g0 < groups; g0 += 4) {
-        Cx4 e[4], o[4], x[8];
-        butterfly4<Inv>(src(g0, 0), src(g0, 1), src(g0, 2), src(g0, 3), e[0], e[1], e[2], e[3]);
-        butterfly4<Inv>(src(g0, 4), src(g0, 5), src(g0, 6), src(g0, 7), o[0], o[1], o[2], o[3]);
+        Cx4 pt[8], e[4], o[4], x[8];
+        src.load(g0, pt);
+        butterfly4<Inv>(pt[0], pt[1], pt[2], pt[3], e[0], e[1], e[2], e[3]);
+        butterfly4<Inv>(pt[4], pt[5], pt[6], pt[7], o[0], o[1], o[2], o[3]);
         for (int j = 0; j < 4; ++j) {
             const Cx4 t = twiddle<Inv>(o[j], _mm_set1_ps(kCos8[j]), _mm_set1_ps(kNegSin8[j]));
             x[j] = add(e[j], t);
@@ -175,9 +207,9 @@ void first_pass8(const Source& src, float* out, int64_t groups) {
 // ---- radix-4 passes on block layout -------------------------------------
 
 template <bool Inv>
-void radix4_pass(float* d, int32_t n, int32_t s, const float* tab) {
+void radix4_pass(float* d, int64_t n, int32_t s, const float* tab) {
     const int32_t group = 1 << s, m = group / 4;
-    for (int32_t base = 0; base < n; base += group) {
+    for (int64_t base = 0; base < n; base += group) {
         float* p0 = d + 2 * base;
         float* p1 = p0 + 2 * m;
         float* p2 = p0 + 4 * m;
@@ -203,10 +235,10 @@ int32_t log2_of(int64_t n) {
     return k;
 }
 
-// The first pass from `src`, then the radix-4 passes in buf.
+// The first pass from `src`, then the radix-4 passes in buf: transforms of
+// 2^k points over n consecutive points (n / 2^k independent transforms).
 template <bool Inv, class Source>
-void core_passes(Source src, float* buf, int32_t n, const float* tw) {
-    const int32_t k = log2_of(n);
+void core_passes(Source src, float* buf, int64_t n, int32_t k, const float* tw) {
     int32_t s;
     if (k % 2 == 0) {
         src.group_size = 16;
@@ -234,7 +266,7 @@ void finish(const float* buf, float* data, int64_t n, bool interleave) {
 template <bool Inv>
 void core(float* data, int32_t n, const float* tw, float* work, bool interleave) {
     float* buf = aligned16(data) ? data : work;
-    core_passes<Inv>(PairSource{data, 0, 0}, buf, n, tw);
+    core_passes<Inv>(PairSource{data, 0, 0}, buf, n, log2_of(n), tw);
     finish(buf, data, n, interleave);
 }
 
@@ -243,7 +275,7 @@ void reorder_core(const float* src, float* dst, int32_t n, const float* tw, cons
                   float* work) {
     float* buf = (src == dst || !aligned16(dst)) ? work : dst;
     const IndexedSource source{src, table, 0, 0, {0, n, n / 2, 3 * n / 2}};
-    core_passes<Inv>(source, buf, n, tw);
+    core_passes<Inv>(source, buf, n, log2_of(n), tw);
     finish(buf, dst, n, true);
 }
 
@@ -372,7 +404,9 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, int32_t level, float* 
     const float* col_tw = p->columnTwiddles[level];
     for (int64_t cb = 0; cb < cols / 4; ++cb) {
         column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[level], work);
-        for (int c = 0; c < 4; ++c) core<Inv>(work + 2 * c * rows, rows, col_tw, nullptr, false);
+        // The four columns lie one after the other in aligned work: one run
+        // of the passes transforms them all.
+        core_passes<Inv>(PairSource{work, 0, 0}, work, 4 * int64_t{rows}, f, col_tw);
         column_scatter(data, row_floats, rows, cb, work, level == 0);
     }
 }
@@ -382,12 +416,31 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, int32_t level, float* 
 // Complex point p = top * n/2 + 2 * mid + bottom goes to
 // bottom * n/2 + 2 * rev(mid) + top.  For a table pair (4i, 4j) = (i, rev i)
 // the four exchanges below cover the eight points of i and j; a
-// self-reversed i needs only the cross exchange of its middle points.
-template <class Swap>
-void walk_swap_table(int64_t n, const int32_t* table, Swap swap) {
+// self-reversed i needs only the cross exchange of its middle points, and
+// has two fixed points (2i and n/2 + 2i + 1), which only a copy visits.
+template <class Swap, class Fixed>
+void walk_swap_table(int64_t n, const int32_t* table, const float* src, const float* dst, Swap swap,
+                     Fixed fixed) {
     const int64_t half = n;  // float offset of the second half
     const int32_t* t = table;
+    // The partners lie far apart in large arrays: the lines of the pair
+    // eight places on are fetched while this one is exchanged.
+    constexpr int64_t kAhead = 16;
+    const int32_t* prefetch_end = table + n / 4 + 1 - kAhead;
     for (; t[0] != 0; t += 2) {
+        if (t < prefetch_end) {
+            const int64_t pa = t[kAhead], pb = t[kAhead + 1];
+            _mm_prefetch(reinterpret_cast<const char*>(src + pa), _MM_HINT_T0);
+            _mm_prefetch(reinterpret_cast<const char*>(src + pb), _MM_HINT_T0);
+            _mm_prefetch(reinterpret_cast<const char*>(src + half + pa), _MM_HINT_T0);
+            _mm_prefetch(reinterpret_cast<const char*>(src + half + pb), _MM_HINT_T0);
+            if (dst != src) {
+                _mm_prefetch(reinterpret_cast<const char*>(dst + pa), _MM_HINT_T0);
+                _mm_prefetch(reinterpret_cast<const char*>(dst + pb), _MM_HINT_T0);
+                _mm_prefetch(reinterpret_cast<const char*>(dst + half + pa), _MM_HINT_T0);
+                _mm_prefetch(reinterpret_cast<const char*>(dst + half + pb), _MM_HINT_T0);
+            }
+        }
         const int64_t a = t[0], b = t[1];
         swap(a, b);
         swap(half + a + 2, half + b + 2);
@@ -399,6 +452,8 @@ void walk_swap_table(int64_t n, const int32_t* table, Swap swap) {
     do {
         const int64_t a = *t;
         swap(a + 2, half + a);
+        fixed(a);
+        fixed(half + a + 2);
         ++t;
     } while (*t != 0);
 }
@@ -439,21 +494,21 @@ void sigBitReverseInPlace(float* data, int64_t n, const int32_t* table) {
     if (n < 4) return;
     if ((reinterpret_cast<std::uintptr_t>(data) & 7) == 0) {
         // Whole complex numbers as 64-bit words.
-        walk_swap_table(n, table, [data](int64_t a, int64_t b) {
+        walk_swap_table(n, table, data, data, [data](int64_t a, int64_t b) {
             double x, y;
             std::memcpy(&x, data + a, 8);
             std::memcpy(&y, data + b, 8);
             std::memcpy(data + a, &y, 8);
             std::memcpy(data + b, &x, 8);
-        });
+        }, [](int64_t) {});
     } else {
-        walk_swap_table(n, table, [data](int64_t a, int64_t b) {
+        walk_swap_table(n, table, data, data, [data](int64_t a, int64_t b) {
             const float r = data[a], i = data[a + 1];
             data[a] = data[b];
             data[a + 1] = data[b + 1];
             data[b] = r;
             data[b + 1] = i;
-        });
+        }, [](int64_t) {});
     }
 }
 
@@ -462,15 +517,13 @@ void sigBitReverseCopy(const float* src, float* dst, int64_t n, const int32_t* t
         std::memcpy(dst, src, static_cast<std::size_t>(n) * 8);
         return;
     }
-    // Fixed points (top == bottom with a self-reversed middle) are never
-    // named by an exchange; copy everything first, then exchange from src.
-    sigCopy32fLong(src, dst, 2 * n);
-    walk_swap_table(n, table, [src, dst](int64_t a, int64_t b) {
-        dst[a] = src[b];
-        dst[a + 1] = src[b + 1];
-        dst[b] = src[a];
-        dst[b + 1] = src[a + 1];
-    });
+    walk_swap_table(
+        n, table, src, dst,
+        [src, dst](int64_t a, int64_t b) {
+            std::memcpy(dst + a, src + b, 8);
+            std::memcpy(dst + b, src + a, 8);
+        },
+        [src, dst](int64_t a) { std::memcpy(dst + a, src + a, 8); });
 }
 
 void sigScale32f(float scale, float* data, int64_t n) {

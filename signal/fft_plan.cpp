@@ -40,11 +40,11 @@ constexpr int64_t swap_table_bytes(int32_t f) { return round_up16(4 * ((int64_t{
 struct SineTable {
     const float* s;
     int32_t order;
-    int64_t quarter;
+    int64_t quarter;  // N/4, a power of two
     // cos and sin of 2 pi m / 2^bits, 0 <= m < 2^bits <= N.
     void unit(int64_t m, int32_t bits, float& c, float& sn) const {
         const int64_t mm = m << (order - bits);
-        const int64_t q = mm / quarter, r = mm % quarter;
+        const int64_t q = mm >> (order - 2), r = mm & (quarter - 1);
         switch (q & 3) {
             case 0: c = s[quarter - r]; sn = s[r]; break;
             case 1: c = -s[r]; sn = s[quarter - r]; break;
