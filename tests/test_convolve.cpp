@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -230,6 +231,11 @@ TEST(CrossCorr, FftChoiceAndResults) {
     ASSERT_EQ(sigCorrFft32f(one, 1, two, 2, z, 2, 0), SIG_OK);
     EXPECT_NEAR(z[0], 6.0f, 1e-6);
     EXPECT_NEAR(z[1], -3.0f, 1e-6);
+    // Lags at the ends of the 32-bit range: zeros, no overflow.
+    std::fill(out.begin(), out.end(), 5.0f);
+    EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data(), 10, INT32_MIN), SIG_OK);
+    EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data() + 10, 10, INT32_MAX - 5), SIG_OK);
+    for (int i = 0; i < 20; ++i) ASSERT_EQ(out[i], 0.0f);
     float v = 1;
     EXPECT_EQ(sigCrossCorr32f(&v, 1, nullptr, 1, &v, 1, 0), SIG_ERR_NULL);
     EXPECT_EQ(sigCrossCorr32f(&v, 1, &v, 1, &v, 0, 0), SIG_ERR_SIZE);

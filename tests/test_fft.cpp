@@ -5,6 +5,7 @@
 #include <complex>
 #include <cstring>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "signal/fft_core.h"
@@ -482,6 +483,26 @@ TEST(FftTransform, ScalingAndSpecialInputs) {
     EXPECT_EQ(e[0], 8.0f);
     EXPECT_EQ(e[1], -2.0f);
     EXPECT_EQ(std::memcmp(e, o, sizeof e), 0);
+}
+
+// A plan is read-only: threads share it, each with its own work, and get
+// the results of a lone caller.
+TEST(FftTransform, SharedPlanAcrossThreads) {
+    for (int order : {10, 16}) {
+        const std::size_t n = std::size_t{1} << order;
+        PlanGuard g(order, SIG_SCALE_INVERSE);
+        const auto x = random_signal(n, 9);
+        std::vector<float> expect(n);
+        sigFftForwardEdge(x.data(), expect.data(), g.p, nullptr);
+        std::vector<std::vector<float>> got(4, std::vector<float>(n));
+        std::vector<std::thread> threads;
+        for (auto& y : got)
+            threads.emplace_back([&, out = y.data()] {
+                for (int rep = 0; rep < 20; ++rep) sigFftForwardEdge(x.data(), out, g.p, nullptr);
+            });
+        for (auto& t : threads) t.join();
+        for (const auto& y : got) EXPECT_EQ(std::memcmp(y.data(), expect.data(), n * 4), 0) << order;
+    }
 }
 
 TEST(FftTransform, SpectrumProducts) {
