@@ -123,6 +123,7 @@ TEST(Convolve, AllPathsAgainstReference) {
     float v = 1;
     EXPECT_EQ(sigConvolve32f(nullptr, 1, &v, 1, &v), SIG_ERR_NULL);
     EXPECT_EQ(sigConvolve32f(&v, 0, &v, 1, &v), SIG_ERR_SIZE);
+    EXPECT_EQ(sigConvolve32f(&v, INT32_MAX, &v, 2, &v), SIG_ERR_SIZE);  // result beyond 32 bits
     EXPECT_EQ(v, 1.0f);
 }
 
