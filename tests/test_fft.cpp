@@ -467,6 +467,14 @@ TEST(FftTransform, ScalingAndSpecialInputs) {
         }
         sigFftInverseEdge(b.data(), b.data(), root.p, nullptr);
         for (std::size_t i = 0; i < n; ++i) ASSERT_NEAR(b[i], x[i], 1e-5) << order;
+        // Out of place, both directions and layouts leave the source alone.
+        std::vector<float> src = x, spec(n), back(n);
+        sigFftForwardOrdered(src.data(), spec.data(), root.p, nullptr);
+        EXPECT_EQ(std::memcmp(src.data(), x.data(), n * 4), 0) << order;
+        const std::vector<float> kept = spec;
+        sigFftInverseOrdered(spec.data(), back.data(), root.p, nullptr);
+        EXPECT_EQ(std::memcmp(spec.data(), kept.data(), n * 4), 0) << order;
+        for (std::size_t i = 0; i < n; ++i) ASSERT_NEAR(back[i], x[i], 1e-5) << order;
     }
     // The ordered layout of order 1 is the edge-first layout.
     PlanGuard g(1, SIG_SCALE_NONE);
