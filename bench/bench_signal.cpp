@@ -58,23 +58,23 @@ void BM_Fftw(benchmark::State& state) {
     const int order = static_cast<int>(state.range(0));
     const std::size_t n = std::size_t{1} << order;
     float* real = fftwf_alloc_real(n);
-    fftwf_complex* spec = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_complex* freq = fftwf_alloc_complex(n / 2 + 1);
     const int len = static_cast<int>(n);
-    fftwf_plan p = Inverse ? fftwf_plan_dft_c2r_1d(len, spec, real, FFTW_MEASURE | FFTW_PRESERVE_INPUT)
-                           : fftwf_plan_dft_r2c_1d(len, real, spec, FFTW_MEASURE);
+    fftwf_plan p = Inverse ? fftwf_plan_dft_c2r_1d(len, freq, real, FFTW_MEASURE | FFTW_PRESERVE_INPUT)
+                           : fftwf_plan_dft_r2c_1d(len, real, freq, FFTW_MEASURE);
     // Data after planning, which overwrites the arrays.
     const auto src = xt::uniform_signal(n + 2, 1);
-    std::copy(src.begin(), src.end() - (Inverse ? 0 : 2), Inverse ? reinterpret_cast<float*>(spec) : real);
+    std::copy(src.begin(), src.end() - (Inverse ? 0 : 2), Inverse ? reinterpret_cast<float*>(freq) : real);
     for (auto _ : state) {
         fftwf_execute(p);
         benchmark::DoNotOptimize(real);
-        benchmark::DoNotOptimize(spec);
+        benchmark::DoNotOptimize(freq);
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
     fftwf_destroy_plan(p);
     fftwf_free(real);
-    fftwf_free(spec);
+    fftwf_free(freq);
 }
 
 void BM_ForwardXebruk(benchmark::State& state) { BM_Xebruk<false>(state); }
@@ -108,14 +108,14 @@ void BM_ConvolveFftw(benchmark::State& state) {
     const int64_t n = int64_t{2} << order_of(2 * nh), step = n - nh + 1, out = nx + nh - 1;
     std::vector<float> y(out);
     float* buf = fftwf_alloc_real(n);
-    fftwf_complex* spec = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_complex* freq = fftwf_alloc_complex(n / 2 + 1);
     fftwf_complex* filt = fftwf_alloc_complex(n / 2 + 1);
-    fftwf_plan fwd = fftwf_plan_dft_r2c_1d(static_cast<int>(n), buf, spec, FFTW_MEASURE);
-    fftwf_plan inv = fftwf_plan_dft_c2r_1d(static_cast<int>(n), spec, buf, FFTW_MEASURE);
+    fftwf_plan fwd = fftwf_plan_dft_r2c_1d(static_cast<int>(n), buf, freq, FFTW_MEASURE);
+    fftwf_plan inv = fftwf_plan_dft_c2r_1d(static_cast<int>(n), freq, buf, FFTW_MEASURE);
     std::fill(buf, buf + n, 0.0f);
     std::copy(h.begin(), h.end(), buf);
     fftwf_execute(fwd);
-    std::memcpy(filt, spec, sizeof(fftwf_complex) * static_cast<std::size_t>(n / 2 + 1));
+    std::memcpy(filt, freq, sizeof(fftwf_complex) * static_cast<std::size_t>(n / 2 + 1));
     const float scale = 1.0f / static_cast<float>(n);
     for (auto _ : state) {
         for (int64_t p = 0; p < out; p += step) {
@@ -125,10 +125,10 @@ void BM_ConvolveFftw(benchmark::State& state) {
             std::fill(buf + count, buf + n, 0.0f);
             fftwf_execute(fwd);
             for (int64_t k = 0; k <= n / 2; ++k) {
-                const float re = spec[k][0] * filt[k][0] - spec[k][1] * filt[k][1];
-                const float im = spec[k][0] * filt[k][1] + spec[k][1] * filt[k][0];
-                spec[k][0] = re * scale;
-                spec[k][1] = im * scale;
+                const float re = freq[k][0] * filt[k][0] - freq[k][1] * filt[k][1];
+                const float im = freq[k][0] * filt[k][1] + freq[k][1] * filt[k][0];
+                freq[k][0] = re * scale;
+                freq[k][1] = im * scale;
             }
             fftwf_execute(inv);
             const int64_t take = std::min(out - p, step);
@@ -139,7 +139,7 @@ void BM_ConvolveFftw(benchmark::State& state) {
     fftwf_destroy_plan(fwd);
     fftwf_destroy_plan(inv);
     fftwf_free(buf);
-    fftwf_free(spec);
+    fftwf_free(freq);
     fftwf_free(filt);
 }
 
