@@ -77,37 +77,49 @@ void new_mt(StreamHandle& h, uint32_t seed) {
 // Every law of both precisions behind one call form, with the parameters of
 // the tests, its distribution function, and the formula from uniforms.
 
+struct Forms {
+    std::function<int32_t(RukStream*, int32_t, double*)> d;
+    std::function<int32_t(RukStream*, int32_t, float*)> s;
+};
+
+// The double and single function of a law with one method and parameters.
+template <class... Dp, class... Sp, class... P>
+Forms forms(int32_t (*d)(int32_t, RukStream*, int32_t, double*, Dp...),
+            int32_t (*s)(int32_t, RukStream*, int32_t, float*, Sp...), int32_t method, P... p) {
+    return {[=](RukStream* st, int32_t n, double* r) { return d(method, st, n, r, static_cast<double>(p)...); },
+            [=](RukStream* st, int32_t n, float* r) { return s(method, st, n, r, static_cast<float>(p)...); }};
+}
+
+const long double kPi = 3.141592653589793238462643383279502884L;
+constexpr double kHalfPi = 0x1.921fb54442d18p+0;
+
 struct Law {
     const char* name;
-    std::function<int32_t(RukStream*, int32_t, double*)> draw_d;
-    std::function<int32_t(RukStream*, int32_t, float*)> draw_s;
+    Forms draw;
     std::function<long double(long double)> cdf;
     // Uniforms per value (2 for Laplace and the Gaussians), the value and
     // the size of its largest term (for the error measure) from them.
     int uniforms_per_value;
     std::function<long double(const long double* u, std::size_t i, long double* scale, bool single)> formula;
+    double lo = 0, hi = 1;  // the interval the law draws its uniforms on
 };
 
 long double normal_cdf(long double z) { return 0.5L * std::erfc(-z / std::sqrt(2.0L)); }
-const long double kPi = 3.141592653589793238462643383279502884L;
 
 std::vector<Law> laws() {
     std::vector<Law> v;
     v.push_back({"uniform(-2, 5)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngUniform(0, s, n, r, -2, 5); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngUniform(0, s, n, r, -2, 5); },
-                 [](long double x) { return (x + 2) / 7; }, 1, nullptr});
+                 forms(rukdRngUniform, ruksRngUniform, 0, -2, 5),
+                 [](long double x) { return (x + 2) / 7; }, 1, nullptr, -2, 5});
     v.push_back({"exponential(1.5, 2)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngExponential(0, s, n, r, 1.5, 2); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngExponential(0, s, n, r, 1.5f, 2); },
+                 forms(rukdRngExponential, ruksRngExponential, 0, 1.5, 2),
                  [](long double x) { return x < 1.5L ? 0 : -std::expm1(-(x - 1.5L) / 2); }, 1,
                  [](const long double* u, std::size_t i, long double* scale, bool) {
                      *scale = std::fabs(2 * std::log(u[i]));
                      return 1.5L - 2 * std::log(u[i]);
                  }});
     v.push_back({"laplace(-1, 0.5)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngLaplace(0, s, n, r, -1, 0.5); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngLaplace(0, s, n, r, -1, 0.5f); },
+                 forms(rukdRngLaplace, ruksRngLaplace, 0, -1, 0.5),
                  [](long double x) {
                      const long double z = (x + 1) / 0.5L;
                      return z < 0 ? 0.5L * std::exp(z) : 1 - 0.5L * std::exp(-z);
@@ -119,8 +131,7 @@ std::vector<Law> laws() {
                      return u[2 * i + 1] <= 0.5L ? -1 - l : -1 + l;
                  }});
     v.push_back({"weibull(1.7, 0.5, 3)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngWeibull(0, s, n, r, 1.7, 0.5, 3); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngWeibull(0, s, n, r, 1.7f, 0.5f, 3); },
+                 forms(rukdRngWeibull, ruksRngWeibull, 0, 1.7, 0.5, 3),
                  [](long double x) {
                      return x <= 0.5L ? 0 : -std::expm1(-std::pow((x - 0.5L) / 3, 1.7L));
                  },
@@ -132,16 +143,15 @@ std::vector<Law> laws() {
                      return 0.5L + *scale;
                  }});
     v.push_back({"cauchy(2, 0.5)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngCauchy(0, s, n, r, 2, 0.5); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngCauchy(0, s, n, r, 2, 0.5f); },
+                 forms(rukdRngCauchy, ruksRngCauchy, 0, 2, 0.5),
                  [](long double x) { return 0.5L + std::atan((x - 2) / 0.5L) / kPi; }, 1,
                  [](const long double* u, std::size_t i, long double* scale, bool) {
                      *scale = std::fabs(0.5L * std::tan(u[i]));  // u is the angle here
                      return 2 + 0.5L * std::tan(u[i]);
-                 }});
+                 },
+                 -kHalfPi, kHalfPi});
     v.push_back({"rayleigh(1, 2)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngRayleigh(0, s, n, r, 1, 2); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngRayleigh(0, s, n, r, 1, 2); },
+                 forms(rukdRngRayleigh, ruksRngRayleigh, 0, 1, 2),
                  // No factor 2: P(X <= x) = 1 - exp(-((x - a)/beta)^2).
                  [](long double x) { return x <= 1 ? 0 : -std::expm1(-((x - 1) / 2) * ((x - 1) / 2)); }, 1,
                  [](const long double* u, std::size_t i, long double* scale, bool) {
@@ -149,8 +159,7 @@ std::vector<Law> laws() {
                      return 1 + *scale;
                  }});
     v.push_back({"gumbel(1, 1.5)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngGumbel(0, s, n, r, 1, 1.5); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngGumbel(0, s, n, r, 1, 1.5f); },
+                 forms(rukdRngGumbel, ruksRngGumbel, 0, 1, 1.5),
                  // Long tail low: P(X <= x) = 1 - exp(-exp((x - a)/beta)).
                  [](long double x) { return -std::expm1(-std::exp((x - 1) / 1.5L)); }, 1,
                  [](const long double* u, std::size_t i, long double* scale, bool) {
@@ -160,8 +169,7 @@ std::vector<Law> laws() {
                  }});
     for (int method : {0, 1}) {
         v.push_back({method ? "gaussian method 1 (3, 2)" : "gaussian method 0 (3, 2)",
-                     [method](RukStream* s, int32_t n, double* r) { return rukdRngGaussian(method, s, n, r, 3, 2); },
-                     [method](RukStream* s, int32_t n, float* r) { return ruksRngGaussian(method, s, n, r, 3, 2); },
+                     forms(rukdRngGaussian, ruksRngGaussian, method, 3, 2),
                      [](long double x) { return normal_cdf((x - 3) / 2); }, 2,
                      [method](const long double* u, std::size_t i, long double* scale, bool) {
                          // Method 0: pair i gives value i; method 1: pair i/2
@@ -175,8 +183,7 @@ std::vector<Law> laws() {
                      }});
     }
     v.push_back({"lognormal(0.3, 0.6, -1, 2)",
-                 [](RukStream* s, int32_t n, double* r) { return rukdRngLognormal(0, s, n, r, 0.3, 0.6, -1, 2); },
-                 [](RukStream* s, int32_t n, float* r) { return ruksRngLognormal(0, s, n, r, 0.3f, 0.6f, -1, 2); },
+                 forms(rukdRngLognormal, ruksRngLognormal, 0, 0.3, 0.6, -1, 2),
                  [](long double x) { return x <= -1 ? 0 : normal_cdf((std::log((x + 1) / 2) - 0.3L) / 0.6L); }, 2,
                  [](const long double* u, std::size_t i, long double* scale, bool single) {
                      const std::size_t pair = i / 2;
@@ -214,8 +221,8 @@ TEST(ContinuousLaws, SamplesFollowTheirDistributions) {
         new_mt(hs, ++seed);
         std::vector<double> d(n);
         std::vector<float> f(n);
-        ASSERT_EQ(law.draw_d(hd.get(), static_cast<int32_t>(n), d.data()), RUK_OK) << law.name;
-        ASSERT_EQ(law.draw_s(hs.get(), static_cast<int32_t>(n), f.data()), RUK_OK) << law.name;
+        ASSERT_EQ(law.draw.d(hd.get(), static_cast<int32_t>(n), d.data()), RUK_OK) << law.name;
+        ASSERT_EQ(law.draw.s(hs.get(), static_cast<int32_t>(n), f.data()), RUK_OK) << law.name;
         EXPECT_LT(ks_statistic(d, law.cdf), 1.95) << law.name << " double";
         EXPECT_LT(ks_statistic(f, law.cdf), 1.95) << law.name << " single";
     }
@@ -240,12 +247,10 @@ void check_formula(const Law& law, const std::function<int32_t(RukStream*, int32
     new_mt(twin, 77);
     std::vector<T> got(n);
     ASSERT_EQ(draw(h.get(), n, got.data()), RUK_OK);
-    // The same uniforms, by the law's own interval (Cauchy draws angles).
-    const bool cauchy = std::strncmp(law.name, "cauchy", 6) == 0;
+    // The same uniforms, on the law's own interval (Cauchy draws angles).
     const std::size_t count = static_cast<std::size_t>(n + 1) * law.uniforms_per_value;
     std::vector<T> u(count);
-    const T lo = cauchy ? static_cast<T>(-1.5707963267948966) : T(0);
-    const T hi = cauchy ? static_cast<T>(1.5707963267948966) : T(1);
+    const T lo = static_cast<T>(law.lo), hi = static_cast<T>(law.hi);
     if constexpr (sizeof(T) == 8)
         rukdRngUniform(0, twin.get(), static_cast<int32_t>(count), u.data(), lo, hi);
     else
@@ -283,8 +288,8 @@ TEST(ContinuousLaws, ValuesMatchTheFormulaOnTheSameUniforms) {
         if (!law.formula) continue;
         for (const Bound& b : bounds)
             if (std::strncmp(law.name, b.prefix, std::strlen(b.prefix)) == 0) {
-                check_formula<double>(law, law.draw_d, b.d);
-                check_formula<float>(law, law.draw_s, b.s);
+                check_formula<double>(law, law.draw.d, b.d);
+                check_formula<float>(law, law.draw.s, b.s);
             }
     }
 }
@@ -314,6 +319,7 @@ TEST(ContinuousLaws, DrawCountsAtBlockBoundaries) {
         {"gaussian0 512", gauss(0), 512, {1024, 0}},
         {"gaussian0 1025", gauss(0), 1025, {1024, 1024, 2}},
         {"gaussian0 0", gauss(0), 0, {0}},
+        {"gaussian0 -5", gauss(0), -5, {0}},
         {"gaussian1 1024", gauss(1), 1024, {1024}},
         {"gaussian1 1025", gauss(1), 1025, {1024, 2}},
         {"gaussian1 2050", gauss(1), 2050, {1024, 1024, 2}},
@@ -343,38 +349,19 @@ TEST(ContinuousLaws, DrawCountsAtBlockBoundaries) {
 
 TEST(ContinuousLaws, GeneratorStatusPassesThrough) {
     // A positive status is the result; a negative one is returned at once,
-    // with r as the generator left it.
-    struct Case {
-        const char* name;
-        std::function<int32_t(RukStream*, int32_t, double*)> law;
-    };
-    const Case cases[] = {
-        {"uniform", [](RukStream* s, int32_t n, double* r) { return rukdRngUniform(0, s, n, r, 0, 1); }},
-        {"exponential", [](RukStream* s, int32_t n, double* r) { return rukdRngExponential(0, s, n, r, 0, 1); }},
-        {"weibull", [](RukStream* s, int32_t n, double* r) { return rukdRngWeibull(0, s, n, r, 2, 0, 1); }},
-        {"cauchy", [](RukStream* s, int32_t n, double* r) { return rukdRngCauchy(0, s, n, r, 0, 1); }},
-        {"rayleigh", [](RukStream* s, int32_t n, double* r) { return rukdRngRayleigh(0, s, n, r, 0, 1); }},
-        {"gumbel", [](RukStream* s, int32_t n, double* r) { return rukdRngGumbel(0, s, n, r, 0, 1); }},
-        {"gaussian0", [](RukStream* s, int32_t n, double* r) { return rukdRngGaussian(0, s, n, r, 0, 1); }},
-        {"gaussian1", [](RukStream* s, int32_t n, double* r) { return rukdRngGaussian(1, s, n, r, 0, 1); }},
-        {"lognormal", [](RukStream* s, int32_t n, double* r) { return rukdRngLognormal(0, s, n, r, 0, 1, 0, 1); }},
-        {"laplace", [](RukStream* s, int32_t n, double* r) { return rukdRngLaplace(0, s, n, r, 0, 1); }},
-    };
-    for (const Case& c : cases) {
+    // with r as the generator left it: the raw draws for the laws that draw
+    // into r, untouched for those that draw into a buffer.
+    for (const Law& law : laws()) {
         StreamHandle h;
         new_script_stream(h);
         std::vector<double> r(6);
         script.reset(kSomeUniforms, {7, 7, 7});
-        EXPECT_EQ(c.law(h.get(), 6, r.data()), 7) << c.name;
+        EXPECT_EQ(law.draw.d(h.get(), 6, r.data()), 7) << law.name;
         script.reset({0.25}, {-77});
         std::vector<double> f(6, 9.0);
-        EXPECT_EQ(c.law(h.get(), 6, f.data()), -77) << c.name;
-        // The inverse-transform laws draw into r: it keeps the raw draws.
-        const bool direct = std::strcmp(c.name, "laplace") && std::strncmp(c.name, "gauss", 5) &&
-                            std::strcmp(c.name, "lognormal");
-        // (Cauchy's interval is (-pi/2, pi/2).)
-        const double raw = std::strcmp(c.name, "cauchy") ? 0.25 : -0x1.921fb54442d18p+0 + (2 * 0x1.921fb54442d18p+0) * 0.25;
-        for (double x : f) EXPECT_EQ(x, direct ? raw : 9.0) << c.name;
+        EXPECT_EQ(law.draw.d(h.get(), 6, f.data()), -77) << law.name;
+        const double raw = law.lo + (law.hi - law.lo) * 0.25;
+        for (double x : f) EXPECT_EQ(x, law.uniforms_per_value == 1 ? raw : 9.0) << law.name;
     }
     // Laplace: blocks finished before a failure stay final.
     StreamHandle h;
