@@ -1,0 +1,221 @@
+// Real FFT and linear convolution side by side with FFTW (single precision,
+// FFTW_MEASURE, planning outside the timed loop).  Pairs share their
+// arguments; the ratio of a pair's times is the figure of merit.
+#include <benchmark/benchmark.h>
+#include <fftw3.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "signal/convolve.h"
+#include "signal/fft_plan.h"
+
+namespace {
+
+using namespace xeb::sig;
+
+std::vector<float> random_signal(std::size_t n, unsigned seed) {
+    std::mt19937 gen(seed);
+    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
+    std::vector<float> x(n);
+    for (auto& v : x) v = u(gen);
+    return x;
+}
+
+int order_of(int64_t n) {
+    int k = 0;
+    while ((int64_t{1} << k) < n) ++k;
+    return k;
+}
+
+// ---- transforms ---------------------------------------------------------
+
+void BM_ForwardXebruk(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    const std::size_t n = std::size_t{1} << order;
+    sigFftPlan* plan = nullptr;
+    sigFftPlanInit(&plan, order, SIG_SCALE_NONE, 0);
+    int32_t wbytes = 0;
+    sigFftWorkSize(plan, &wbytes);
+    float* work = sigAlloc32f(wbytes / 4 + 1);
+    float* x = sigAlloc32f(static_cast<int64_t>(n));
+    float* y = sigAlloc32f(static_cast<int64_t>(n));
+    const auto src = random_signal(n, 1);
+    std::copy(src.begin(), src.end(), x);
+    for (auto _ : state) {
+        sigFftForwardEdge(x, y, plan, work);
+        benchmark::DoNotOptimize(y);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+    sigFree(x);
+    sigFree(y);
+    sigFree(work);
+    sigFftPlanFree(plan);
+}
+
+void BM_ForwardFftw(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    const std::size_t n = std::size_t{1} << order;
+    float* x = fftwf_alloc_real(n);
+    fftwf_complex* y = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_plan p = fftwf_plan_dft_r2c_1d(static_cast<int>(n), x, y, FFTW_MEASURE);
+    const auto src = random_signal(n, 1);
+    std::copy(src.begin(), src.end(), x);  // after planning, which overwrites
+    for (auto _ : state) {
+        fftwf_execute(p);
+        benchmark::DoNotOptimize(y);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+    fftwf_destroy_plan(p);
+    fftwf_free(x);
+    fftwf_free(y);
+}
+
+void BM_InverseXebruk(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    const std::size_t n = std::size_t{1} << order;
+    sigFftPlan* plan = nullptr;
+    sigFftPlanInit(&plan, order, SIG_SCALE_NONE, 0);
+    int32_t wbytes = 0;
+    sigFftWorkSize(plan, &wbytes);
+    float* work = sigAlloc32f(wbytes / 4 + 1);
+    float* x = sigAlloc32f(static_cast<int64_t>(n));
+    float* y = sigAlloc32f(static_cast<int64_t>(n));
+    const auto src = random_signal(n, 2);
+    std::copy(src.begin(), src.end(), x);
+    for (auto _ : state) {
+        sigFftInverseEdge(x, y, plan, work);
+        benchmark::DoNotOptimize(y);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+    sigFree(x);
+    sigFree(y);
+    sigFree(work);
+    sigFftPlanFree(plan);
+}
+
+void BM_InverseFftw(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    const std::size_t n = std::size_t{1} << order;
+    fftwf_complex* x = fftwf_alloc_complex(n / 2 + 1);
+    float* y = fftwf_alloc_real(n);
+    // c2r destroys its input; FFTW_PRESERVE_INPUT keeps the runs alike.
+    fftwf_plan p = fftwf_plan_dft_c2r_1d(static_cast<int>(n), x, y, FFTW_MEASURE | FFTW_PRESERVE_INPUT);
+    const auto src = random_signal(n + 2, 2);
+    std::copy(src.begin(), src.end(), reinterpret_cast<float*>(x));
+    for (auto _ : state) {
+        fftwf_execute(p);
+        benchmark::DoNotOptimize(y);
+        benchmark::ClobberMemory();
+    }
+    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
+    fftwf_destroy_plan(p);
+    fftwf_free(x);
+    fftwf_free(y);
+}
+
+// Plans are made inside every convolution call, so their cost counts there.
+void BM_PlanXebruk(benchmark::State& state) {
+    const int order = static_cast<int>(state.range(0));
+    for (auto _ : state) {
+        sigFftPlan* plan = nullptr;
+        sigFftPlanInit(&plan, order, SIG_SCALE_INVERSE, 0);
+        benchmark::DoNotOptimize(plan);
+        sigFftPlanFree(plan);
+    }
+}
+
+BENCHMARK(BM_PlanXebruk)->Arg(8)->Arg(12)->Arg(16)->Arg(19)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_ForwardXebruk)->DenseRange(6, 20, 1);
+BENCHMARK(BM_ForwardFftw)->DenseRange(6, 20, 1);
+BENCHMARK(BM_InverseXebruk)->DenseRange(6, 20, 1);
+BENCHMARK(BM_InverseFftw)->DenseRange(6, 20, 1);
+
+// ---- convolution --------------------------------------------------------
+
+void BM_ConvolveXebruk(benchmark::State& state) {
+    const auto nx = state.range(0), nh = state.range(1);
+    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    std::vector<float> y(nx + nh - 1);
+    for (auto _ : state) {
+        sigConvolve32f(x.data(), static_cast<int32_t>(nx), h.data(), static_cast<int32_t>(nh), y.data());
+        benchmark::DoNotOptimize(y.data());
+    }
+}
+
+// Overlap-save on FFTW with the same block length (N = 2M, M the smallest
+// power of two not below 2 Nh); plans and the filter spectrum are made
+// outside the timed loop.
+void BM_ConvolveFftw(benchmark::State& state) {
+    const int64_t nx = state.range(0), nh = state.range(1);
+    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    const int64_t n = int64_t{2} << order_of(2 * nh), step = n - nh + 1, out = nx + nh - 1;
+    std::vector<float> y(out);
+    float* buf = fftwf_alloc_real(n);
+    fftwf_complex* spec = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_complex* filt = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_plan fwd = fftwf_plan_dft_r2c_1d(static_cast<int>(n), buf, spec, FFTW_MEASURE);
+    fftwf_plan inv = fftwf_plan_dft_c2r_1d(static_cast<int>(n), spec, buf, FFTW_MEASURE);
+    std::fill(buf, buf + n, 0.0f);
+    std::copy(h.begin(), h.end(), buf);
+    fftwf_execute(fwd);
+    std::memcpy(filt, spec, sizeof(fftwf_complex) * static_cast<std::size_t>(n / 2 + 1));
+    const float scale = 1.0f / static_cast<float>(n);
+    for (auto _ : state) {
+        for (int64_t p = 0; p < out; p += step) {
+            const int64_t overlap = p > 0 ? nh - 1 : 0;
+            const int64_t count = std::min(std::min(nx - p + overlap, nx), overlap + step);
+            std::copy(x.begin() + (p - overlap), x.begin() + (p - overlap + count), buf);
+            std::fill(buf + count, buf + n, 0.0f);
+            fftwf_execute(fwd);
+            for (int64_t k = 0; k <= n / 2; ++k) {
+                const float re = spec[k][0] * filt[k][0] - spec[k][1] * filt[k][1];
+                const float im = spec[k][0] * filt[k][1] + spec[k][1] * filt[k][0];
+                spec[k][0] = re * scale;
+                spec[k][1] = im * scale;
+            }
+            fftwf_execute(inv);
+            const int64_t take = std::min(out - p, step);
+            std::copy(buf + overlap, buf + overlap + take, y.begin() + p);
+        }
+        benchmark::DoNotOptimize(y.data());
+    }
+    fftwf_destroy_plan(fwd);
+    fftwf_destroy_plan(inv);
+    fftwf_free(buf);
+    fftwf_free(spec);
+    fftwf_free(filt);
+}
+
+void BM_ConvolveDirectLoop(benchmark::State& state) {
+    const int64_t nx = state.range(0), nh = state.range(1);
+    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    std::vector<float> y(nx + nh - 1);
+    for (auto _ : state) {
+        std::fill(y.begin(), y.end(), 0.0f);
+        for (int64_t j = 0; j < nh; ++j)
+            for (int64_t i = 0; i < nx; ++i) y[i + j] += x[i] * h[j];
+        benchmark::DoNotOptimize(y.data());
+    }
+}
+
+void conv_sizes(benchmark::internal::Benchmark* b) {
+    b->Args({100000, 64})->Args({1000000, 1000})->Args({1000000, 100000})->Unit(benchmark::kMillisecond);
+}
+BENCHMARK(BM_ConvolveXebruk)->Apply(conv_sizes);
+BENCHMARK(BM_ConvolveFftw)->Apply(conv_sizes);
+// The direct loop of 10^11 products (10^6 by 10^5) would take minutes.
+BENCHMARK(BM_ConvolveDirectLoop)
+    ->Args({100000, 64})
+    ->Args({1000000, 1000})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
+
+}  // namespace
+
+BENCHMARK_MAIN();
