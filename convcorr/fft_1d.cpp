@@ -26,26 +26,9 @@ void* (*fft_kernel_malloc)(std::size_t bytes) = std::malloc;
 
 namespace {
 
-// Statuses of the two kernels: correlation's are 100 lower.
-enum FftCheck : int32_t {
-    kXStrideZero = 0,
-    kXStrideNegative = 1,
-    kYStrideZero = 2,
-    kYStrideNegative = 3,
-    kZStrideZero = 4,
-    kZStrideNegative = 5,
-    kXShapeLow = 6,
-    kYShapeLow = 7,
-    kZShapeLow = 8,
-    kStartLowFft = 9,
-    kStartHighFft = 10,
-    kEndHighFft = 11,
-    kEngine = 12,
-};
-
-constexpr int32_t fft_status(Job job, FftCheck check) {
-    return (job == Job::Conv ? RUK_CONVFFT_ERROR_X_STRIDE_ZERO : RUK_CORRFFT_ERROR_X_STRIDE_ZERO) -
-           check;
+// The status of correlation is that of convolution, 100 lower.
+constexpr int32_t fft_status(Job job, int32_t conv_status) {
+    return job == Job::Conv ? conv_status : conv_status - 100;
 }
 
 // Checks in their order; every negative stride is reported before any zero
@@ -53,23 +36,23 @@ constexpr int32_t fft_status(Job job, FftCheck check) {
 template <Job J>
 int32_t check(int64_t xs, int64_t ys, int64_t zs, int64_t nx, int64_t ny, int64_t start,
               int64_t nz) {
-    if (xs < 0) return fft_status(J, kXStrideNegative);
-    if (ys < 0) return fft_status(J, kYStrideNegative);
-    if (zs < 0) return fft_status(J, kZStrideNegative);
-    if (xs == 0) return fft_status(J, kXStrideZero);
-    if (ys == 0) return fft_status(J, kYStrideZero);
-    if (zs == 0) return fft_status(J, kZStrideZero);
-    if (nx < 1) return fft_status(J, kXShapeLow);
-    if (ny < 1) return fft_status(J, kYShapeLow);
-    if (nz < 1) return fft_status(J, kZShapeLow);
+    if (xs < 0) return fft_status(J, RUK_CONVFFT_ERROR_X_STRIDE_NEGATIVE);
+    if (ys < 0) return fft_status(J, RUK_CONVFFT_ERROR_Y_STRIDE_NEGATIVE);
+    if (zs < 0) return fft_status(J, RUK_CONVFFT_ERROR_Z_STRIDE_NEGATIVE);
+    if (xs == 0) return fft_status(J, RUK_CONVFFT_ERROR_X_STRIDE_ZERO);
+    if (ys == 0) return fft_status(J, RUK_CONVFFT_ERROR_Y_STRIDE_ZERO);
+    if (zs == 0) return fft_status(J, RUK_CONVFFT_ERROR_Z_STRIDE_ZERO);
+    if (nx < 1) return fft_status(J, RUK_CONVFFT_ERROR_X_SHAPE);
+    if (ny < 1) return fft_status(J, RUK_CONVFFT_ERROR_Y_SHAPE);
+    if (nz < 1) return fft_status(J, RUK_CONVFFT_ERROR_Z_SHAPE);
     // Convolution: outputs 0 .. nx+ny-2.  Correlation stops at the length
     // of y: a start of ny is let through (and fails the end test).
     const int64_t first = J == Job::Conv ? 0 : 1 - nx;
     const int64_t start_max = J == Job::Conv ? nx + ny - 2 : ny;
     const int64_t end_max = J == Job::Conv ? nx + ny - 1 : ny;
-    if (start < first) return fft_status(J, kStartLowFft);
-    if (start > start_max) return fft_status(J, kStartHighFft);
-    if (start + nz > end_max) return fft_status(J, kEndHighFft);
+    if (start < first) return fft_status(J, RUK_CONVFFT_ERROR_START_LOW);
+    if (start > start_max) return fft_status(J, RUK_CONVFFT_ERROR_START_HIGH);
+    if (start + nz > end_max) return fft_status(J, RUK_CONVFFT_ERROR_END_HIGH);
     return RUK_OK;
 }
 
@@ -121,10 +104,10 @@ int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float
         if (out == nullptr) return RUK_ERROR_NO_MEMORY;
     }
     if (J == Job::Conv) {
-        if (sig::sigConvolve32f(dx, nx, dy, ny, out) != 0) return fft_status(J, kEngine);
+        if (sig::sigConvolve32f(dx, nx, dy, ny, out) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
         if (private_out || start > 0) scatter(out + start, z, zs, nz);
     } else {
-        if (sig::sigCrossCorr32f(dx, nx, dy, ny, out, nz, start) != 0) return fft_status(J, kEngine);
+        if (sig::sigCrossCorr32f(dx, nx, dy, ny, out, nz, start) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
         if (private_out) scatter(out, z, zs, nz);
     }
     return RUK_OK;
