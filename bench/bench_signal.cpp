@@ -6,23 +6,15 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "signal/convolve.h"
 #include "signal/fft_plan.h"
+#include "support/signals.h"
 
 namespace {
 
 using namespace xeb::sig;
-
-std::vector<float> random_signal(std::size_t n, unsigned seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
-    std::vector<float> x(n);
-    for (auto& v : x) v = u(gen);
-    return x;
-}
 
 int order_of(int64_t n) {
     int k = 0;
@@ -32,7 +24,9 @@ int order_of(int64_t n) {
 
 // ---- transforms ---------------------------------------------------------
 
-void BM_ForwardXebruk(benchmark::State& state) {
+// Out-of-place transforms of 2^order values with the caller's work.
+template <bool Inverse>
+void BM_Xebruk(benchmark::State& state) {
     const int order = static_cast<int>(state.range(0));
     const std::size_t n = std::size_t{1} << order;
     sigFftPlan* plan = nullptr;
@@ -42,10 +36,11 @@ void BM_ForwardXebruk(benchmark::State& state) {
     float* work = sigAlloc32f(wbytes / 4 + 1);
     float* x = sigAlloc32f(static_cast<int64_t>(n));
     float* y = sigAlloc32f(static_cast<int64_t>(n));
-    const auto src = random_signal(n, 1);
+    const auto src = xt::uniform_signal(n, 1);
     std::copy(src.begin(), src.end(), x);
+    auto transform = Inverse ? sigFftInverseEdge : sigFftForwardEdge;
     for (auto _ : state) {
-        sigFftForwardEdge(x, y, plan, work);
+        transform(x, y, plan, work);
         benchmark::DoNotOptimize(y);
         benchmark::ClobberMemory();
     }
@@ -56,81 +51,37 @@ void BM_ForwardXebruk(benchmark::State& state) {
     sigFftPlanFree(plan);
 }
 
-void BM_ForwardFftw(benchmark::State& state) {
+// FFTW r2c (forward) or c2r (inverse, input preserved so that every run
+// starts alike), planned with FFTW_MEASURE outside the timed loop.
+template <bool Inverse>
+void BM_Fftw(benchmark::State& state) {
     const int order = static_cast<int>(state.range(0));
     const std::size_t n = std::size_t{1} << order;
-    float* x = fftwf_alloc_real(n);
-    fftwf_complex* y = fftwf_alloc_complex(n / 2 + 1);
-    fftwf_plan p = fftwf_plan_dft_r2c_1d(static_cast<int>(n), x, y, FFTW_MEASURE);
-    const auto src = random_signal(n, 1);
-    std::copy(src.begin(), src.end(), x);  // after planning, which overwrites
+    float* real = fftwf_alloc_real(n);
+    fftwf_complex* spec = fftwf_alloc_complex(n / 2 + 1);
+    const int len = static_cast<int>(n);
+    fftwf_plan p = Inverse ? fftwf_plan_dft_c2r_1d(len, spec, real, FFTW_MEASURE | FFTW_PRESERVE_INPUT)
+                           : fftwf_plan_dft_r2c_1d(len, real, spec, FFTW_MEASURE);
+    // Data after planning, which overwrites the arrays.
+    const auto src = xt::uniform_signal(n + 2, 1);
+    std::copy(src.begin(), src.end() - (Inverse ? 0 : 2), Inverse ? reinterpret_cast<float*>(spec) : real);
     for (auto _ : state) {
         fftwf_execute(p);
-        benchmark::DoNotOptimize(y);
+        benchmark::DoNotOptimize(real);
+        benchmark::DoNotOptimize(spec);
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
     fftwf_destroy_plan(p);
-    fftwf_free(x);
-    fftwf_free(y);
+    fftwf_free(real);
+    fftwf_free(spec);
 }
 
-void BM_InverseXebruk(benchmark::State& state) {
-    const int order = static_cast<int>(state.range(0));
-    const std::size_t n = std::size_t{1} << order;
-    sigFftPlan* plan = nullptr;
-    sigFftPlanInit(&plan, order, SIG_SCALE_NONE, 0);
-    int32_t wbytes = 0;
-    sigFftWorkSize(plan, &wbytes);
-    float* work = sigAlloc32f(wbytes / 4 + 1);
-    float* x = sigAlloc32f(static_cast<int64_t>(n));
-    float* y = sigAlloc32f(static_cast<int64_t>(n));
-    const auto src = random_signal(n, 2);
-    std::copy(src.begin(), src.end(), x);
-    for (auto _ : state) {
-        sigFftInverseEdge(x, y, plan, work);
-        benchmark::DoNotOptimize(y);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
-    sigFree(x);
-    sigFree(y);
-    sigFree(work);
-    sigFftPlanFree(plan);
-}
+void BM_ForwardXebruk(benchmark::State& state) { BM_Xebruk<false>(state); }
+void BM_ForwardFftw(benchmark::State& state) { BM_Fftw<false>(state); }
+void BM_InverseXebruk(benchmark::State& state) { BM_Xebruk<true>(state); }
+void BM_InverseFftw(benchmark::State& state) { BM_Fftw<true>(state); }
 
-void BM_InverseFftw(benchmark::State& state) {
-    const int order = static_cast<int>(state.range(0));
-    const std::size_t n = std::size_t{1} << order;
-    fftwf_complex* x = fftwf_alloc_complex(n / 2 + 1);
-    float* y = fftwf_alloc_real(n);
-    // c2r destroys its input; FFTW_PRESERVE_INPUT keeps the runs alike.
-    fftwf_plan p = fftwf_plan_dft_c2r_1d(static_cast<int>(n), x, y, FFTW_MEASURE | FFTW_PRESERVE_INPUT);
-    const auto src = random_signal(n + 2, 2);
-    std::copy(src.begin(), src.end(), reinterpret_cast<float*>(x));
-    for (auto _ : state) {
-        fftwf_execute(p);
-        benchmark::DoNotOptimize(y);
-        benchmark::ClobberMemory();
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
-    fftwf_destroy_plan(p);
-    fftwf_free(x);
-    fftwf_free(y);
-}
-
-// Plans are made inside every convolution call, so their cost counts there.
-void BM_PlanXebruk(benchmark::State& state) {
-    const int order = static_cast<int>(state.range(0));
-    for (auto _ : state) {
-        sigFftPlan* plan = nullptr;
-        sigFftPlanInit(&plan, order, SIG_SCALE_INVERSE, 0);
-        benchmark::DoNotOptimize(plan);
-        sigFftPlanFree(plan);
-    }
-}
-
-BENCHMARK(BM_PlanXebruk)->Arg(8)->Arg(12)->Arg(16)->Arg(19)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ForwardXebruk)->DenseRange(6, 20, 1);
 BENCHMARK(BM_ForwardFftw)->DenseRange(6, 20, 1);
 BENCHMARK(BM_InverseXebruk)->DenseRange(6, 20, 1);
@@ -140,7 +91,7 @@ BENCHMARK(BM_InverseFftw)->DenseRange(6, 20, 1);
 
 void BM_ConvolveXebruk(benchmark::State& state) {
     const auto nx = state.range(0), nh = state.range(1);
-    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    const auto x = xt::uniform_signal(nx, 3), h = xt::uniform_signal(nh, 4);
     std::vector<float> y(nx + nh - 1);
     for (auto _ : state) {
         sigConvolve32f(x.data(), static_cast<int32_t>(nx), h.data(), static_cast<int32_t>(nh), y.data());
@@ -153,7 +104,7 @@ void BM_ConvolveXebruk(benchmark::State& state) {
 // outside the timed loop.
 void BM_ConvolveFftw(benchmark::State& state) {
     const int64_t nx = state.range(0), nh = state.range(1);
-    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    const auto x = xt::uniform_signal(nx, 3), h = xt::uniform_signal(nh, 4);
     const int64_t n = int64_t{2} << order_of(2 * nh), step = n - nh + 1, out = nx + nh - 1;
     std::vector<float> y(out);
     float* buf = fftwf_alloc_real(n);
@@ -194,7 +145,7 @@ void BM_ConvolveFftw(benchmark::State& state) {
 
 void BM_ConvolveDirectLoop(benchmark::State& state) {
     const int64_t nx = state.range(0), nh = state.range(1);
-    const auto x = random_signal(nx, 3), h = random_signal(nh, 4);
+    const auto x = xt::uniform_signal(nx, 3), h = xt::uniform_signal(nh, 4);
     std::vector<float> y(nx + nh - 1);
     for (auto _ : state) {
         std::fill(y.begin(), y.end(), 0.0f);

@@ -11,6 +11,7 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <climits>
 
 #include "signal/fft_plan.h"
 
@@ -176,6 +177,8 @@ sigConvChoice sigConvolveChoice(int32_t len1, int32_t len2) {
 int32_t sigConvolve32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst) {
     if (!src1 || !src2 || !dst) return SIG_ERR_NULL;
     if (len1 < 1 || len2 < 1) return SIG_ERR_SIZE;
+    // A result longer than a 32-bit count cannot be addressed by its length.
+    if (int64_t{len1} + len2 - 1 > INT32_MAX) return SIG_ERR_SIZE;
     const int32_t out = len1 + len2 - 1;
     // Convolution commutes: the shorter input is the filter.
     const bool swap = len1 < len2;

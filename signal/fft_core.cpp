@@ -423,10 +423,12 @@ void walk_swap_table(int64_t n, const int32_t* table, const float* src, const fl
                      Fixed fixed) {
     const int64_t half = n;  // float offset of the second half
     const int32_t* t = table;
-    // The partners lie far apart in large arrays: the lines of the pair
-    // eight places on are fetched while this one is exchanged.
+    // The partners lie far apart in large arrays: beyond the second-level
+    // cache the lines of the pair eight places on are fetched while this
+    // one is exchanged.
     constexpr int64_t kAhead = 16;
-    const int32_t* prefetch_end = table + n / 4 + 1 - kAhead;
+    constexpr int64_t kPrefetchFrom = int64_t{1} << 16;  // points: 512 KB
+    const int32_t* prefetch_end = n >= kPrefetchFrom ? table + n / 4 + 1 - kAhead : table;
     for (; t[0] != 0; t += 2) {
         if (t < prefetch_end) {
             const int64_t pa = t[kAhead], pb = t[kAhead + 1];

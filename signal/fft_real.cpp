@@ -35,75 +35,64 @@ inline void store_pairs(float* p, __m128 re, __m128 im) {
     _mm_storeu_ps(p + 4, _mm_unpackhi_ps(re, im));
 }
 
-// One pair (k', n - k') of the forward split, scalar.
-inline void post_one(float* z, int64_t n, int64_t kk, const float* tab) {
-    const int64_t at = 8 * ((kk - 1) / 4) + (kk - 1) % 4;
-    const float A = tab[at], B = tab[at + 4];
-    float* a = z + 2 * kk;
-    float* b = z + 2 * (n - kk);
-    const float d = a[0] - b[0], s = a[1] + b[1];
-    const float t1 = B * s - A * d, t2 = A * s + B * d;
-    const float are = a[0], aim = a[1], bre = b[0], bim = b[1];
-    a[0] = bre + t2;
-    a[1] = t1 - bim;
-    b[0] = are - t2;
-    b[1] = t1 - aim;
-}
-
-void real_post(float* z, int64_t n, const float* tab) {
+// A split pass over the pairs a = Z[k'] (from the low end, going up) and
+// b = Z[n - k'] (from the high end, going down), k' = 1 .. n/2 - 1: `op`
+// maps a, b and the table's two values for k' to the new values at k' and
+// n - k'.  Four k' run at a time in the lanes, with the table's blocks
+// loaded as they stand; the op is written once for floats and lanes alike.
+template <class Op>
+void split_pass(const float* in, float* out, int64_t n, const float* tab, Op op) {
     int64_t kk = 1;
     for (; kk + 3 <= n / 2 - 1; kk += 4) {
         const float* t = tab + 8 * ((kk - 1) / 4);
-        const __m128 A = _mm_load_ps(t), B = _mm_load_ps(t + 4);
-        __m128 are, aim, bre, bim;
-        load_pairs(z + 2 * kk, are, aim);
-        load_pairs(z + 2 * (n - kk - 3), bre, bim);
-        bre = reversed(bre);
-        bim = reversed(bim);
-        const __m128 d = _mm_sub_ps(are, bre), s = _mm_add_ps(aim, bim);
-        const __m128 t1 = _mm_sub_ps(_mm_mul_ps(B, s), _mm_mul_ps(A, d));
-        const __m128 t2 = _mm_add_ps(_mm_mul_ps(A, s), _mm_mul_ps(B, d));
-        store_pairs(z + 2 * kk, _mm_add_ps(bre, t2), _mm_sub_ps(t1, bim));
-        store_pairs(z + 2 * (n - kk - 3), reversed(_mm_sub_ps(are, t2)), reversed(_mm_sub_ps(t1, aim)));
+        __m128 are, aim, bre, bim, xr, xi, yr, yi;
+        load_pairs(in + 2 * kk, are, aim);
+        load_pairs(in + 2 * (n - kk - 3), bre, bim);
+        op(_mm_load_ps(t), _mm_load_ps(t + 4), are, aim, reversed(bre), reversed(bim), xr, xi, yr, yi);
+        store_pairs(out + 2 * kk, xr, xi);
+        store_pairs(out + 2 * (n - kk - 3), reversed(yr), reversed(yi));
     }
-    for (; kk <= n / 2 - 1; ++kk) post_one(z, n, kk, tab);
+    for (; kk <= n / 2 - 1; ++kk) {
+        const int64_t at = 8 * ((kk - 1) / 4) + (kk - 1) % 4;
+        const float* a = in + 2 * kk;
+        const float* b = in + 2 * (n - kk);
+        float xr, xi, yr, yi;
+        op(tab[at], tab[at + 4], a[0], a[1], b[0], b[1], xr, xi, yr, yi);
+        out[2 * kk] = xr;
+        out[2 * kk + 1] = xi;
+        out[2 * (n - kk)] = yr;
+        out[2 * (n - kk) + 1] = yi;
+    }
+}
+
+// Forward: A = cos(t)/2, B = (1 - sin t)/2, d = a.re - b.re, s = a.im + b.im,
+// t1 = B s - A d, t2 = A s + B d.
+void real_post(float* z, int64_t n, const float* tab) {
+    split_pass(z, z, n, tab, [](auto A, auto B, auto are, auto aim, auto bre, auto bim, auto& xr, auto& xi,
+                                auto& yr, auto& yi) {
+        const auto d = are - bre, s = aim + bim;
+        const auto t1 = B * s - A * d, t2 = A * s + B * d;
+        xr = bre + t2;
+        xi = t1 - bim;
+        yr = are - t2;
+        yi = t1 - aim;
+    });
     z[n + 1] = -z[n + 1];  // Z[n/2] is its own partner
 }
 
-// With c = cos t, q = -sin t, p = a.re + b.re, e = a.im - b.im,
+// Inverse: c = cos t, q = -sin t, p = a.re + b.re, e = a.im - b.im,
 // d = a.re - b.re, s = a.im + b.im, u = d q - s c, v = c d + q s:
 //   Z[k'] = (p + u, e + v),  Z[n-k'] = (p - u, v - e).
-inline void pre_one(const float* x, float* z, int64_t n, int64_t kk, const float* tab) {
-    const int64_t at = 8 * ((kk - 1) / 4) + (kk - 1) % 4;
-    const float c = tab[at], q = tab[at + 4];
-    const float* a = x + 2 * kk;
-    const float* b = x + 2 * (n - kk);
-    const float p = a[0] + b[0], e = a[1] - b[1], d = a[0] - b[0], s = a[1] + b[1];
-    const float u = d * q - s * c, v = c * d + q * s;
-    z[2 * kk] = p + u;
-    z[2 * kk + 1] = e + v;
-    z[2 * (n - kk)] = p - u;
-    z[2 * (n - kk) + 1] = v - e;
-}
-
 void real_pre(const float* x, float* z, int64_t n, const float* tab) {
-    int64_t kk = 1;
-    for (; kk + 3 <= n / 2 - 1; kk += 4) {
-        const float* t = tab + 8 * ((kk - 1) / 4);
-        const __m128 c = _mm_load_ps(t), q = _mm_load_ps(t + 4);
-        __m128 are, aim, bre, bim;
-        load_pairs(x + 2 * kk, are, aim);
-        load_pairs(x + 2 * (n - kk - 3), bre, bim);
-        bre = reversed(bre);
-        bim = reversed(bim);
-        const __m128 p = _mm_add_ps(are, bre), e = _mm_sub_ps(aim, bim);
-        const __m128 d = _mm_sub_ps(are, bre), s = _mm_add_ps(aim, bim);
-        const __m128 u = _mm_sub_ps(_mm_mul_ps(d, q), _mm_mul_ps(s, c));
-        const __m128 v = _mm_add_ps(_mm_mul_ps(c, d), _mm_mul_ps(q, s));
-        store_pairs(z + 2 * kk, _mm_add_ps(p, u), _mm_add_ps(e, v));
-        store_pairs(z + 2 * (n - kk - 3), reversed(_mm_sub_ps(p, u)), reversed(_mm_sub_ps(v, e)));
-    }
-    for (; kk <= n / 2 - 1; ++kk) pre_one(x, z, n, kk, tab);
+    split_pass(x, z, n, tab, [](auto c, auto q, auto are, auto aim, auto bre, auto bim, auto& xr, auto& xi,
+                                auto& yr, auto& yi) {
+        const auto p = are + bre, e = aim - bim, d = are - bre, s = aim + bim;
+        const auto u = d * q - s * c, v = c * d + q * s;
+        xr = p + u;
+        xi = e + v;
+        yr = p - u;
+        yi = v - e;
+    });
     z[n] = 2 * x[n];
     z[n + 1] = -2 * x[n + 1];
 }
@@ -334,37 +323,27 @@ int32_t sigFftInverseOrdered(const float* src, float* dst, const sigFftPlan* pla
 
 namespace {
 
-// b := a * b on complex pairs, four pairs a pass.
-void spectrum_mul(const float* a, float* b, int64_t pairs) {
+// b := a * b, or a * conj(b) with Conj, on complex pairs, four a pass:
+// (a.re b.re - a.im b.im, a.re b.im + a.im b.re), or
+// (a.re b.re + a.im b.im, a.im b.re - a.re b.im).
+template <bool Conj>
+void spectrum_product(const float* a, float* b, int64_t pairs) {
     int64_t i = 0;
     for (; i + 4 <= pairs; i += 4) {
         __m128 are, aim, bre, bim;
         load_pairs(a + 2 * i, are, aim);
         load_pairs(b + 2 * i, bre, bim);
-        store_pairs(b + 2 * i, _mm_sub_ps(_mm_mul_ps(are, bre), _mm_mul_ps(aim, bim)),
-                    _mm_add_ps(_mm_mul_ps(are, bim), _mm_mul_ps(aim, bre)));
+        const __m128 rr = _mm_mul_ps(are, bre), ii = _mm_mul_ps(aim, bim);
+        const __m128 ri = _mm_mul_ps(are, bim), ir = _mm_mul_ps(aim, bre);
+        if (Conj)
+            store_pairs(b + 2 * i, _mm_add_ps(rr, ii), _mm_sub_ps(ir, ri));
+        else
+            store_pairs(b + 2 * i, _mm_sub_ps(rr, ii), _mm_add_ps(ri, ir));
     }
     for (; i < pairs; ++i) {
         const float ar = a[2 * i], ai = a[2 * i + 1], br = b[2 * i], bi = b[2 * i + 1];
-        b[2 * i] = ar * br - ai * bi;
-        b[2 * i + 1] = ar * bi + ai * br;
-    }
-}
-
-// b := a * conj(b).
-void spectrum_mul_conj(const float* a, float* b, int64_t pairs) {
-    int64_t i = 0;
-    for (; i + 4 <= pairs; i += 4) {
-        __m128 are, aim, bre, bim;
-        load_pairs(a + 2 * i, are, aim);
-        load_pairs(b + 2 * i, bre, bim);
-        store_pairs(b + 2 * i, _mm_add_ps(_mm_mul_ps(are, bre), _mm_mul_ps(aim, bim)),
-                    _mm_sub_ps(_mm_mul_ps(aim, bre), _mm_mul_ps(are, bim)));
-    }
-    for (; i < pairs; ++i) {
-        const float ar = a[2 * i], ai = a[2 * i + 1], br = b[2 * i], bi = b[2 * i + 1];
-        b[2 * i] = ar * br + ai * bi;
-        b[2 * i + 1] = ai * br - ar * bi;
+        b[2 * i] = Conj ? ar * br + ai * bi : ar * br - ai * bi;
+        b[2 * i + 1] = Conj ? ai * br - ar * bi : ar * bi + ai * br;
     }
 }
 
@@ -375,11 +354,11 @@ int32_t sigMulSpectrumEdge(const float* a, float* b, int32_t n) {
     if (n < 1) return SIG_ERR_SIZE;
     b[0] *= a[0];
     if (n % 2 == 1) {
-        spectrum_mul(a + 1, b + 1, (n - 1) / 2);
+        spectrum_product<false>(a + 1, b + 1, (n - 1) / 2);
         return SIG_OK;
     }
     b[1] *= a[1];
-    spectrum_mul(a + 2, b + 2, (n - 2) / 2);
+    spectrum_product<false>(a + 2, b + 2, (n - 2) / 2);
     return SIG_OK;
 }
 
@@ -388,7 +367,7 @@ int32_t sigMulConjSpectrumOrdered(const float* a, float* b, int32_t n) {
     if (n < 1) return SIG_ERR_SIZE;
     b[0] *= a[0];
     if (n % 2 == 0 && n > 1) b[n - 1] *= a[n - 1];
-    spectrum_mul_conj(a + 1, b + 1, (n - 1) / 2);
+    spectrum_product<true>(a + 1, b + 1, (n - 1) / 2);
     return SIG_OK;
 }
 

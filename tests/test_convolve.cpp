@@ -12,18 +12,11 @@
 #include "signal/convolve.h"
 #include "signal/primitives.h"
 #include "support/scale.h"
+#include "support/signals.h"
 
 namespace {
 
 using namespace xeb::sig;
-
-std::vector<float> random_signal(std::size_t n, unsigned seed) {
-    std::mt19937 gen(seed);
-    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
-    std::vector<float> x(n);
-    for (auto& v : x) v = u(gen);
-    return x;
-}
 
 // Largest error of y against the reference, relative to the largest
 // absolute sum of any output.
@@ -108,7 +101,7 @@ TEST(Convolve, AllPathsAgainstReference) {
         {777, 512}, {big, 64},  {20000, 1000}, {70, 4000}, {255, 200},
     };
     for (auto [l1, l2] : sizes) {
-        const auto x = random_signal(l1, l1 * 31 + l2), h = random_signal(l2, l2 * 17 + 1);
+        const auto x = xt::uniform_signal(l1, l1 * 31 + l2), h = xt::uniform_signal(l2, l2 * 17 + 1);
         const Reference ref = convolution(x, h);
         std::vector<float> y(ref.value.size() + 1, 99.0f);
         ASSERT_EQ(sigConvolve32f(x.data(), l1, h.data(), l2, y.data()), SIG_OK);
@@ -122,7 +115,7 @@ TEST(Convolve, AllPathsAgainstReference) {
     }
     // The filter spectrum and the first block of overlap-save, each failing
     // after the plan was made.
-    const auto x = random_signal(2000, 1), h = random_signal(100, 2);
+    const auto x = xt::uniform_signal(2000, 1), h = xt::uniform_signal(100, 2);
     std::vector<float> y(2099);
     sigFailAllocationsAfter(6);  // the six allocations of the plan succeed
     EXPECT_EQ(sigConvolve32f(x.data(), 2000, h.data(), 100, y.data()), SIG_ERR_MEMORY);
@@ -130,6 +123,7 @@ TEST(Convolve, AllPathsAgainstReference) {
     float v = 1;
     EXPECT_EQ(sigConvolve32f(nullptr, 1, &v, 1, &v), SIG_ERR_NULL);
     EXPECT_EQ(sigConvolve32f(&v, 0, &v, 1, &v), SIG_ERR_SIZE);
+    EXPECT_EQ(sigConvolve32f(&v, INT32_MAX, &v, 2, &v), SIG_ERR_SIZE);  // result beyond 32 bits
     EXPECT_EQ(v, 1.0f);
 }
 
@@ -138,7 +132,7 @@ TEST(Convolve, AllPathsAgainstReference) {
 TEST(Convolve, AccumulateBlockIndependence) {
     for (int32_t taps : {1, 3, 4, 5, 9, 31}) {
         const int32_t n = 1000;
-        const auto x = random_signal(n, taps), h = random_signal(taps, 100 + taps);
+        const auto x = xt::uniform_signal(n, taps), h = xt::uniform_signal(taps, 100 + taps);
         std::vector<float> whole(n + taps - 1, 0.5f), parts(n + taps - 1, 0.5f);
         sigConvAccumulate32f(x.data(), n, h.data(), taps, whole.data());
         int32_t pos = 0;
@@ -163,7 +157,7 @@ TEST(CrossCorr, DirectRangesAgainstReference) {
     std::vector<float> out(700);
     for (int32_t l1 : lens)
         for (int32_t l2 : lens) {
-            const auto a = random_signal(l1, l1 * 7 + l2), b = random_signal(l2, l2 * 5 + 3);
+            const auto a = xt::uniform_signal(l1, l1 * 7 + l2), b = xt::uniform_signal(l2, l2 * 5 + 3);
             for (int32_t low = -l1 - 4; low <= l2 + 2; low += (l1 + l2 > 60 ? 5 : 1))
                 for (int32_t count : {1, 3, 6, 9, 50, 250}) {
                     for (int offset : {0, 1, 3}) {
@@ -183,7 +177,7 @@ TEST(CrossCorr, DirectRangesAgainstReference) {
 // reach it.
 TEST(CrossCorr, FftChoiceAndResults) {
     const int32_t n = 3000;
-    const auto a = random_signal(n, 1), b = random_signal(n, 2);
+    const auto a = xt::uniform_signal(n, 1), b = xt::uniform_signal(n, 2);
     std::vector<float> out(1000);
     struct Row {
         int32_t count, low;
@@ -212,7 +206,7 @@ TEST(CrossCorr, FftChoiceAndResults) {
     }
     sigFailAllocationsAfter(-1);
     // Unequal lengths through the FFT, both orders.
-    const auto c = random_signal(700, 3);
+    const auto c = xt::uniform_signal(700, 3);
     for (bool swap : {false, true}) {
         const auto& s1 = swap ? a : c;
         const auto& s2 = swap ? c : a;
