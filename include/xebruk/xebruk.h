@@ -4,6 +4,9 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "vm_pack.h"
+#include "vm_power.h"
+#include "vm_roots.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"

@@ -10,7 +10,7 @@
 
 namespace xt {
 
-const Range kAllDoubles{DBL_TRUE_MIN, DBL_MAX, true};
+const Range kAllDoubles{kDoubleTrueMin, DBL_MAX, true};
 const Range kAllFloats{FLT_TRUE_MIN, FLT_MAX, true};
 
 namespace {
@@ -39,9 +39,10 @@ void keep_worst(Measurement& m, T got, long double ref, double a, double b) {
     }
 }
 
+// b_scalar: the scalar argument of a kernel of that shape (NaN otherwise).
 template <class T>
-void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, std::size_t count,
-                   std::mt19937_64& rng, Measurement& m) {
+void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, double b_scalar,
+                   std::size_t count, std::mt19937_64& rng, Measurement& m) {
     constexpr bool is_double = sizeof(T) == sizeof(double);
     auto draw = [&](const Range& r) {
         if constexpr (is_double) return sample(r, count, rng);
@@ -49,12 +50,16 @@ void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, st
     };
     const bool binary = k.ref2 != nullptr;
     std::vector<T> a = draw(ra), b = draw(rb), r(count);
+    const bool scalar = k.dx != nullptr || k.sx != nullptr;
+    if (scalar) b.assign(count, static_cast<T>(b_scalar));
     const int n = static_cast<int>(count);
     if constexpr (is_double) {
         if (k.d1) k.d1(n, a.data(), r.data());
+        else if (k.dx) k.dx(n, a.data(), b_scalar, r.data());
         else k.d2(n, a.data(), b.data(), r.data());
     } else {
         if (k.s1) k.s1(n, a.data(), r.data());
+        else if (k.sx) k.sx(n, a.data(), static_cast<float>(b_scalar), r.data());
         else k.s2(n, a.data(), b.data(), r.data());
     }
     const long double top = is_double ? DBL_MAX : FLT_MAX;
@@ -118,16 +123,46 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
     return k;
 }
 
+template <class F>
+KernelAccuracy scalar_row_in(char precision, F KernelAccuracy::*slot, const char* name, const char* form,
+                             double bound, F f, RefBinary ref, std::vector<Range> a, std::vector<double> b) {
+    KernelAccuracy k = entry(name, precision, form, bound);
+    k.*slot = f;
+    k.ref2 = ref;
+    k.a_ranges = std::move(a);
+    k.b_scalars = std::move(b);
+    return k;
+}
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, double, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b) {
+    return scalar_row_in('d', &KernelAccuracy::dx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const float*, float, float*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b) {
+    return scalar_row_in('s', &KernelAccuracy::sx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
 Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {
     Measurement m;
     std::mt19937_64 rng = seeded(seed);
     const uint32_t old_mode = xebSetMode(XEB_REPORT_NONE);
     const int32_t old_status = xebGetErrStatus();
+    // A scalar-argument kernel runs every a range once per scalar value,
+    // with the count shared out among the values.
+    const std::vector<double> scalars = k.b_scalars.empty() ? std::vector<double>{NAN} : k.b_scalars;
+    const std::size_t per = std::max<std::size_t>(count / scalars.size(), 64);
     for (std::size_t ri = 0; ri < k.a_ranges.size(); ++ri) {
         const Range& ra = k.a_ranges[ri];
         const Range& rb = k.b_ranges.empty() ? ra : k.b_ranges[ri % k.b_ranges.size()];
-        if (k.precision == 'd') measure_range<double>(k, ra, rb, count, rng, m);
-        else measure_range<float>(k, ra, rb, count, rng, m);
+        for (double bs : scalars) {
+            const std::size_t c = k.b_scalars.empty() ? count : per;
+            if (k.precision == 'd') measure_range<double>(k, ra, rb, bs, c, rng, m);
+            else measure_range<float>(k, ra, rb, bs, c, rng, m);
+        }
     }
     xebSetMode(old_mode & XEB_REPORT_MASK);
     xebSetErrStatus(old_status);
