@@ -5,12 +5,12 @@
 // (2) FFTW overlap-save with the engine's block length; (3) the plain
 // direct loop.  Signal of 10^6 samples, filters of 10^3 and 32 taps.
 #include <algorithm>
-#include <random>
 #include <vector>
 
 #include "fftw_overlap_save.h"
 #include "paired.h"
 #include "signal/convolve.h"
+#include "support/signals.h"
 #include "xebruk/convcorr.h"
 
 namespace {
@@ -20,11 +20,8 @@ constexpr int32_t kSignal = 1000000;
 struct Setup {
     std::vector<float> x, h, z, w;
     RukTask* task = nullptr;
-    explicit Setup(int32_t taps) : x(kSignal), h(taps), z(kSignal + taps - 1), w(z.size()) {
-        std::mt19937 gen(5);
-        std::uniform_real_distribution<float> u(-1.0f, 1.0f);
-        for (auto& v : x) v = u(gen);
-        for (auto& v : h) v = u(gen);
+    explicit Setup(int32_t taps)
+        : x(xt::uniform_signal(kSignal, 3)), h(xt::uniform_signal(taps, 4)), z(kSignal + taps - 1), w(z.size()) {
         const int32_t nx = kSignal, nz = static_cast<int32_t>(z.size());
         rukNewTask(&task, RUK_JOB_CONV, 0, RUK_METHOD_AUTO, 0, RUK_TYPE_SINGLE, 1, &nx, &taps, &nz);
     }
