@@ -25,6 +25,10 @@ run(conv_same 0 "^12\n123\n1230\n$" "^$" "" conv x.txt y.txt --mode same)
 run(conv_valid 0 "^123\n1230\n$" "^$" "" conv x.txt y.txt --mode valid)
 run(corr_valid 0 "^321\n3210\n$" "^$" "" conv --corr x.txt y.txt --mode valid)
 run(conv_decimated 0 "^1\n123\n2300\n$" "^$" "" conv x.txt y.txt --decimation 2)
+# Every fifth output: the last step passes the end by more than the
+# one-dimensional kernels let through, so the tool runs it as two dimensions.
+run(conv_step_five 0 "^1\n3000\n$" "^$" "" conv x.txt y.txt --decimation 5)
+run(corr_step_four 0 "^3\n2100\n$" "^$" "" conv --corr x.txt y.txt --decimation 4)
 run(conv_start_count 0 "^1230\n2300\n$" "^$" "" conv x.txt y.txt --start 3 --count 2)
 run(corr_lags 0 "^3210\n1000\n$" "^$" "" conv --corr x.txt y.txt --start 1 --decimation 2)
 # Two dimensions: rows on lines.
