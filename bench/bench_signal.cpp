@@ -53,23 +53,23 @@ void BM_Fftw(benchmark::State& state) {
     const int order = static_cast<int>(state.range(0));
     const std::size_t n = std::size_t{1} << order;
     float* real = fftwf_alloc_real(n);
-    fftwf_complex* spec = fftwf_alloc_complex(n / 2 + 1);
+    fftwf_complex* freq = fftwf_alloc_complex(n / 2 + 1);
     const int len = static_cast<int>(n);
-    fftwf_plan p = Inverse ? fftwf_plan_dft_c2r_1d(len, spec, real, FFTW_MEASURE | FFTW_PRESERVE_INPUT)
-                           : fftwf_plan_dft_r2c_1d(len, real, spec, FFTW_MEASURE);
+    fftwf_plan p = Inverse ? fftwf_plan_dft_c2r_1d(len, freq, real, FFTW_MEASURE | FFTW_PRESERVE_INPUT)
+                           : fftwf_plan_dft_r2c_1d(len, real, freq, FFTW_MEASURE);
     // Data after planning, which overwrites the arrays.
     const auto src = xt::uniform_signal(n + 2, 1);
-    std::copy(src.begin(), src.end() - (Inverse ? 0 : 2), Inverse ? reinterpret_cast<float*>(spec) : real);
+    std::copy(src.begin(), src.end() - (Inverse ? 0 : 2), Inverse ? reinterpret_cast<float*>(freq) : real);
     for (auto _ : state) {
         fftwf_execute(p);
         benchmark::DoNotOptimize(real);
-        benchmark::DoNotOptimize(spec);
+        benchmark::DoNotOptimize(freq);
         benchmark::ClobberMemory();
     }
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(n));
     fftwf_destroy_plan(p);
     fftwf_free(real);
-    fftwf_free(spec);
+    fftwf_free(freq);
 }
 
 void BM_ForwardXebruk(benchmark::State& state) { BM_Xebruk<false>(state); }

@@ -419,30 +419,10 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, int32_t level, float* 
 // self-reversed i needs only the cross exchange of its middle points, and
 // has two fixed points (2i and n/2 + 2i + 1), which only a copy visits.
 template <class Swap, class Fixed>
-void walk_swap_table(int64_t n, const int32_t* table, const float* src, const float* dst, Swap swap,
-                     Fixed fixed) {
+void walk_swap_table(int64_t n, const int32_t* table, Swap swap, Fixed fixed) {
     const int64_t half = n;  // float offset of the second half
     const int32_t* t = table;
-    // The partners lie far apart in large arrays: beyond the second-level
-    // cache the lines of the pair eight places on are fetched while this
-    // one is exchanged.
-    constexpr int64_t kAhead = 16;
-    constexpr int64_t kPrefetchFrom = int64_t{1} << 16;  // points: 512 KB
-    const int32_t* prefetch_end = n >= kPrefetchFrom ? table + n / 4 + 1 - kAhead : table;
     for (; t[0] != 0; t += 2) {
-        if (t < prefetch_end) {
-            const int64_t pa = t[kAhead], pb = t[kAhead + 1];
-            _mm_prefetch(reinterpret_cast<const char*>(src + pa), _MM_HINT_T0);
-            _mm_prefetch(reinterpret_cast<const char*>(src + pb), _MM_HINT_T0);
-            _mm_prefetch(reinterpret_cast<const char*>(src + half + pa), _MM_HINT_T0);
-            _mm_prefetch(reinterpret_cast<const char*>(src + half + pb), _MM_HINT_T0);
-            if (dst != src) {
-                _mm_prefetch(reinterpret_cast<const char*>(dst + pa), _MM_HINT_T0);
-                _mm_prefetch(reinterpret_cast<const char*>(dst + pb), _MM_HINT_T0);
-                _mm_prefetch(reinterpret_cast<const char*>(dst + half + pa), _MM_HINT_T0);
-                _mm_prefetch(reinterpret_cast<const char*>(dst + half + pb), _MM_HINT_T0);
-            }
-        }
         const int64_t a = t[0], b = t[1];
         swap(a, b);
         swap(half + a + 2, half + b + 2);
@@ -458,6 +438,48 @@ void walk_swap_table(int64_t n, const int32_t* table, const float* src, const fl
         fixed(half + a + 2);
         ++t;
     } while (*t != 0);
+}
+
+// Beyond the second-level cache the partners of the swap table lie a cache
+// miss apart.  There the same permutation runs by tiles: with
+// p = hi * n/16 + 16 mid + lo (hi, lo of 4 bits), the 256 points of one
+// mid go to the 256 points of rev(mid), hi and lo exchanged and reversed,
+// so each tile is sixteen runs of two whole cache lines, read once and
+// written once.
+constexpr int64_t kTiledFrom = int64_t{1} << 16;  // points: 512 KB
+constexpr int kTileBits = 4, kTile = 1 << kTileBits;
+
+constexpr int rev4(int v) { return ((v & 1) << 3) | ((v & 2) << 1) | ((v & 4) >> 1) | ((v & 8) >> 3); }
+
+void reverse_tiled(const float* src, float* dst, int64_t n, int32_t k) {
+    const int32_t mid_bits = k - 2 * kTileBits;
+    const int64_t row = n / kTile;  // complex points between hi values
+    auto at = [row](int64_t h, int64_t m, int64_t l) { return 2 * (h * row + kTile * m + l); };
+    uint64_t a[kTile][kTile], b[kTile][kTile];
+    int64_t rm = 0;  // rev(m), carried along by a reversed increment
+    for (int64_t m = 0; m < (int64_t{1} << mid_bits); ++m) {
+        if (m > 0) {
+            int64_t bit = int64_t{1} << (mid_bits - 1);
+            while (rm & bit) {
+                rm ^= bit;
+                bit >>= 1;
+            }
+            rm |= bit;
+        }
+        if (rm < m) continue;
+        for (int h = 0; h < kTile; ++h) {
+            std::memcpy(a[h], src + at(h, m, 0), 8 * kTile);
+            std::memcpy(b[h], src + at(h, rm, 0), 8 * kTile);
+        }
+        for (int h = 0; h < kTile; ++h) {
+            float* to_rm = dst + at(0, rm, rev4(h));
+            float* to_m = dst + at(0, m, rev4(h));
+            for (int l = 0; l < kTile; ++l) {
+                std::memcpy(to_rm + 2 * row * rev4(l), &a[h][l], 8);
+                std::memcpy(to_m + 2 * row * rev4(l), &b[h][l], 8);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -494,9 +516,13 @@ void sigFftBlockedInverse(const sigFftPlan* plan, float* data, int32_t k, float*
 
 void sigBitReverseInPlace(float* data, int64_t n, const int32_t* table) {
     if (n < 4) return;
+    if (n >= kTiledFrom) {
+        reverse_tiled(data, data, n, log2_of(n));
+        return;
+    }
     if ((reinterpret_cast<std::uintptr_t>(data) & 7) == 0) {
         // Whole complex numbers as 64-bit words.
-        walk_swap_table(n, table, data, data, [data](int64_t a, int64_t b) {
+        walk_swap_table(n, table, [data](int64_t a, int64_t b) {
             double x, y;
             std::memcpy(&x, data + a, 8);
             std::memcpy(&y, data + b, 8);
@@ -504,7 +530,7 @@ void sigBitReverseInPlace(float* data, int64_t n, const int32_t* table) {
             std::memcpy(data + b, &x, 8);
         }, [](int64_t) {});
     } else {
-        walk_swap_table(n, table, data, data, [data](int64_t a, int64_t b) {
+        walk_swap_table(n, table, [data](int64_t a, int64_t b) {
             const float r = data[a], i = data[a + 1];
             data[a] = data[b];
             data[a + 1] = data[b + 1];
@@ -519,8 +545,12 @@ void sigBitReverseCopy(const float* src, float* dst, int64_t n, const int32_t* t
         std::memcpy(dst, src, static_cast<std::size_t>(n) * 8);
         return;
     }
+    if (n >= kTiledFrom) {
+        reverse_tiled(src, dst, n, log2_of(n));
+        return;
+    }
     walk_swap_table(
-        n, table, src, dst,
+        n, table,
         [src, dst](int64_t a, int64_t b) {
             std::memcpy(dst + a, src + b, 8);
             std::memcpy(dst + b, src + a, 8);

@@ -312,7 +312,7 @@ TEST(FftPlan, TableContents) {
 }
 
 TEST(FftPlan, BitReversal) {
-    for (int k : {5, 8, 10, 11}) {
+    for (int k : {5, 8, 10, 11, 16, 17}) {  // 2^16 points on: the tiled walk
         const int64_t n = int64_t{1} << k;
         std::vector<int32_t> table((n >> 2) + 1);
         sigFillSwapTable(table.data(), k);
@@ -355,8 +355,8 @@ TEST(FftTransform, ForwardAgainstReference) {
         }
         // The inverse without scale of the exact spectrum gives N x.
         const auto ref = packed(X, n, false);
-        std::vector<float> spec(ref.begin(), ref.end()), back(n);
-        ASSERT_EQ(sigFftInverseEdge(spec.data(), back.data(), g.p, nullptr), SIG_OK);
+        std::vector<float> freq(ref.begin(), ref.end()), back(n);
+        ASSERT_EQ(sigFftInverseEdge(freq.data(), back.data(), g.p, nullptr), SIG_OK);
         long double worst = 0;
         for (std::size_t i = 0; i < n; ++i) worst = std::max(worst, fabsl(back[i] - (long double)n * x[i]));
         EXPECT_LT(worst / n, 1e-5L) << "inverse order " << order;
@@ -410,7 +410,7 @@ TEST(FftTransform, RoundTrip) {
         int32_t wsize = 0;
         ASSERT_EQ(sigFftWorkSize(g.p, &wsize), SIG_OK);
         std::vector<char> work(static_cast<std::size_t>(wsize) + 4);
-        std::vector<float> aligned_spec;
+        std::vector<float> aligned_freq;
         // Larger orders: only the combinations that differ in their path.
         const bool small = order <= 14;
         for (int offset : {0, 1}) {
@@ -419,20 +419,20 @@ TEST(FftTransform, RoundTrip) {
                     if (!small && offset == 1 && (ordered || !in_place)) continue;
                     Buffer a(n, offset), b(n, offset);
                     std::memcpy(a.data, x.data(), n * 4);
-                    float* spec = in_place ? a.data : b.data;
+                    float* freq = in_place ? a.data : b.data;
                     void* w = in_place ? nullptr : work.data() + 4;  // caller's work, misaligned
                     auto fwd = ordered ? sigFftForwardOrdered : sigFftForwardEdge;
                     auto inv = ordered ? sigFftInverseOrdered : sigFftInverseEdge;
-                    ASSERT_EQ(fwd(a.data, spec, g.p, w), SIG_OK);
+                    ASSERT_EQ(fwd(a.data, freq, g.p, w), SIG_OK);
                     if (!ordered && !in_place) {
                         if (offset == 0)
-                            aligned_spec.assign(spec, spec + n);
+                            aligned_freq.assign(freq, freq + n);
                         else
-                            ASSERT_EQ(std::memcmp(aligned_spec.data(), spec, n * 4), 0) << "order " << order;
+                            ASSERT_EQ(std::memcmp(aligned_freq.data(), freq, n * 4), 0) << "order " << order;
                     }
-                    ASSERT_EQ(inv(spec, spec, g.p, w), SIG_OK);
+                    ASSERT_EQ(inv(freq, freq, g.p, w), SIG_OK);
                     double worst = 0;
-                    for (std::size_t i = 0; i < n; ++i) worst = std::max(worst, std::fabs(double(spec[i]) - x[i]));
+                    for (std::size_t i = 0; i < n; ++i) worst = std::max(worst, std::fabs(double(freq[i]) - x[i]));
                     EXPECT_LT(worst, 0x1p-24 * 4 * (order + 1))
                         << "order " << order << " offset " << offset << " in place " << in_place << " ordered "
                         << ordered;
@@ -468,12 +468,12 @@ TEST(FftTransform, ScalingAndSpecialInputs) {
         sigFftInverseEdge(b.data(), b.data(), root.p, nullptr);
         for (std::size_t i = 0; i < n; ++i) ASSERT_NEAR(b[i], x[i], 1e-5) << order;
         // Out of place, both directions and layouts leave the source alone.
-        std::vector<float> src = x, spec(n), back(n);
-        sigFftForwardOrdered(src.data(), spec.data(), root.p, nullptr);
+        std::vector<float> src = x, freq(n), back(n);
+        sigFftForwardOrdered(src.data(), freq.data(), root.p, nullptr);
         EXPECT_EQ(std::memcmp(src.data(), x.data(), n * 4), 0) << order;
-        const std::vector<float> kept = spec;
-        sigFftInverseOrdered(spec.data(), back.data(), root.p, nullptr);
-        EXPECT_EQ(std::memcmp(spec.data(), kept.data(), n * 4), 0) << order;
+        const std::vector<float> kept = freq;
+        sigFftInverseOrdered(freq.data(), back.data(), root.p, nullptr);
+        EXPECT_EQ(std::memcmp(freq.data(), kept.data(), n * 4), 0) << order;
         for (std::size_t i = 0; i < n; ++i) ASSERT_NEAR(back[i], x[i], 1e-5) << order;
     }
     // The ordered layout of order 1 is the edge-first layout.
