@@ -21,20 +21,20 @@ public:
         while ((int64_t{1} << order) < 2 * nh_) ++order;
         n_ = int64_t{2} << order;
         buf_ = fftwf_alloc_real(static_cast<std::size_t>(n_));
-        spec_ = fftwf_alloc_complex(static_cast<std::size_t>(n_ / 2 + 1));
+        freq_ = fftwf_alloc_complex(static_cast<std::size_t>(n_ / 2 + 1));
         filt_ = fftwf_alloc_complex(static_cast<std::size_t>(n_ / 2 + 1));
-        fwd_ = fftwf_plan_dft_r2c_1d(static_cast<int>(n_), buf_, spec_, FFTW_MEASURE);
-        inv_ = fftwf_plan_dft_c2r_1d(static_cast<int>(n_), spec_, buf_, FFTW_MEASURE);
+        fwd_ = fftwf_plan_dft_r2c_1d(static_cast<int>(n_), buf_, freq_, FFTW_MEASURE);
+        inv_ = fftwf_plan_dft_c2r_1d(static_cast<int>(n_), freq_, buf_, FFTW_MEASURE);
         std::fill(buf_, buf_ + n_, 0.0f);
         std::copy(h.begin(), h.end(), buf_);
         fftwf_execute(fwd_);
-        std::memcpy(filt_, spec_, sizeof(fftwf_complex) * static_cast<std::size_t>(n_ / 2 + 1));
+        std::memcpy(filt_, freq_, sizeof(fftwf_complex) * static_cast<std::size_t>(n_ / 2 + 1));
     }
     ~FftwOverlapSave() {
         fftwf_destroy_plan(fwd_);
         fftwf_destroy_plan(inv_);
         fftwf_free(buf_);
-        fftwf_free(spec_);
+        fftwf_free(freq_);
         fftwf_free(filt_);
     }
     FftwOverlapSave(const FftwOverlapSave&) = delete;
@@ -51,10 +51,10 @@ public:
             std::fill(buf_ + count, buf_ + n_, 0.0f);
             fftwf_execute(fwd_);
             for (int64_t k = 0; k <= n_ / 2; ++k) {
-                const float re = spec_[k][0] * filt_[k][0] - spec_[k][1] * filt_[k][1];
-                const float im = spec_[k][0] * filt_[k][1] + spec_[k][1] * filt_[k][0];
-                spec_[k][0] = re * scale;
-                spec_[k][1] = im * scale;
+                const float re = freq_[k][0] * filt_[k][0] - freq_[k][1] * filt_[k][1];
+                const float im = freq_[k][0] * filt_[k][1] + freq_[k][1] * filt_[k][0];
+                freq_[k][0] = re * scale;
+                freq_[k][1] = im * scale;
             }
             fftwf_execute(inv_);
             const int64_t take = std::min(out - p, step);
@@ -65,7 +65,7 @@ public:
 private:
     int64_t nx_, nh_, n_ = 0;
     float* buf_ = nullptr;
-    fftwf_complex* spec_ = nullptr;
+    fftwf_complex* freq_ = nullptr;
     fftwf_complex* filt_ = nullptr;
     fftwf_plan fwd_, inv_;
 };
