@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "npy.h"
 #include "rng_choices.h"
 #include "xebruk/xebruk.h"
 
@@ -184,23 +185,6 @@ Format format_of(const Options& o) {
     return Format::Text;
 }
 
-// The .npy header: magic, version 1.0, its length, then a dictionary padded
-// with spaces and a newline so that the data start at a multiple of 64.
-std::string npy_header(bool single, int64_t n) {
-    char dict[160];
-    std::snprintf(dict, sizeof dict, "{'descr': '<f%d', 'fortran_order': False, 'shape': (%" PRId64 ",), }",
-                  single ? 4 : 8, n);
-    std::string body = dict;
-    const std::size_t preamble = 10;
-    const std::size_t total = (preamble + body.size() + 1 + 63) / 64 * 64;
-    body.append(total - preamble - body.size() - 1, ' ');
-    body += '\n';
-    std::string h("\x93NUMPY\x01\x00", 8);
-    h += static_cast<char>(body.size() & 0xFF);
-    h += static_cast<char>(body.size() >> 8);
-    return h + body;
-}
-
 class Progress {
 public:
     Progress(int64_t total, bool on) : total_(total), on_(on && total >= kProgressFrom) {
@@ -315,7 +299,7 @@ int rng(const Args& args) {
     }
     int rc = 0;
     if (format == Format::Npy) {
-        const std::string h = npy_header(o.single, o.n);
+        const std::string h = npy_header(o.single, {o.n});
         if (std::fwrite(h.data(), 1, h.size(), f) != h.size()) {
             std::fprintf(stderr, "xebruk: rng: writing '%s' failed\n", o.out.c_str());
             rc = 1;
