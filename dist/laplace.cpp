@@ -9,7 +9,8 @@
 // positive beta).
 //
 // Error: the logarithm (below 1 ulp) and the final step x * (+-beta) + a,
-// rounded once (double) or twice (single).
+// rounded once (double) or twice (single): within 2 ulp of the larger of
+// |a| and beta |ln U1|.
 #include "dist/continuous.h"
 
 namespace xeb::dist {

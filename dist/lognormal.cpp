@@ -3,9 +3,10 @@
 // method, whatever method the caller names, so that an odd count leaves
 // its half pair in the stream for the next call of either law.
 //
-// Error: that of G (a few ulp of its size, see gaussian.cpp), magnified by
-// |G| in the exponential, plus the exponential (below 1 ulp) and the final
-// pass.
+// Error: that of G (a few ulp of its size, see gaussian.cpp) becomes a
+// relative error of exp(G) magnified by |G|, plus the exponential (below
+// 1 ulp) and the final pass: within 10 ulp (double) and 12 ulp (single)
+// of the larger of |b| and beta exp(G) for |G| up to about 4.
 #include "dist/continuous.h"
 
 namespace xeb::dist {
