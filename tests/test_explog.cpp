@@ -101,10 +101,10 @@ TEST(ExpLogTables, PrintedRows) {
     EXPECT_EQ(image(kExpC1), std::make_pair(uint16_t{0x4002}, uint64_t{0xC7CFB95CAC480639}));
     EXPECT_EQ(image(kExpC0), std::make_pair(uint16_t{0x4003}, uint64_t{0x90222B58DB3C8E05}));
     // The x87's constants, which the kernels load with fldl2e, fldln2, fldlg2.
-    long double l2e, ln2, lg2;
-    asm("fldl2e" : "=t"(l2e));
-    asm("fldln2" : "=t"(ln2));
-    asm("fldlg2" : "=t"(lg2));
+    using xeb::fpu::X87Constant;
+    const long double l2e = xeb::fpu::x87_constant<X87Constant::Log2E>();
+    const long double ln2 = xeb::fpu::x87_constant<X87Constant::Ln2>();
+    const long double lg2 = xeb::fpu::x87_constant<X87Constant::Log10Of2>();
     EXPECT_LT(std::fabs(l2e * logl(2.0L) - 1), 0x1p-63L);
     EXPECT_LT(std::fabs(ln2 / logl(2.0L) - 1), 0x1p-63L);
     EXPECT_LT(std::fabs(lg2 / log10l(2.0L) - 1), 0x1p-63L);

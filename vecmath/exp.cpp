@@ -32,6 +32,7 @@
 #include <limits>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/explog_tables.h"
 #include "xebruk/vm_explog.h"
@@ -75,14 +76,7 @@ struct ExpSplit {
     uint32_t k;     // round(t 2^14), two's complement
 };
 
-// log2(e) rounded to 64 bits (0xb.8aa3b295c17f0bcp-3), as the x87 loads
-// it: far cheaper than an 80-bit load from memory.  Volatile, so that it
-// stays where it is used and is never spilled as an 80-bit value.
-inline long double x87_log2e() {
-    long double v;
-    asm volatile("fldl2e" : "=t"(v));
-    return v;
-}
+inline long double x87_log2e() { return fpu::x87_constant<fpu::X87Constant::Log2E>(); }
 
 inline ExpSplit split(double x) {
     const long double t = x * x87_log2e();
