@@ -19,6 +19,10 @@ int demo(const Args& args);
 int info(const Args& args);
 int vm(const Args& args);
 
+// Sections of the demo that live in their own files; each returns 0 or an
+// exit code.
+int demo_streams();
+
 // Reports a usage error on stderr (one line) and returns the exit code 2.
 int usage_error(const std::string& message);
 

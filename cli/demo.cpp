@@ -62,6 +62,7 @@ int demo(const Args& args) {
     std::printf("\nSingle precision, xebsInv_HA of {2, -4, 0.25, 10}: {%g, %g, %g, %g}\n", fr[0],
                 fr[1], fr[2], fr[3]);
     xebClearErrStatus();
+    if (int rc = demo_streams()) return rc;
     std::printf("\nDone: the status word was cleared again.\n");
     return 0;
 }

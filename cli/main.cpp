@@ -14,7 +14,7 @@ int usage_error(const std::string& message) {
 namespace {
 
 const Command kCommands[] = {
-    {"demo", "evaluate the kernels on a few arrays and show an event being reported", demo},
+    {"demo", "evaluate kernels, show an event being reported, draw from a random stream", demo},
     {"info", "version, processor features and the kernels this build exports", info},
     {"vm", "apply a vector kernel to numbers from a file, standard input or a range", vm},
 };

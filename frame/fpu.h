@@ -76,6 +76,13 @@ inline void or_image_status(X87Image& img, uint16_t flags) {
     img.bytes[4] = static_cast<unsigned char>(img.bytes[4] | (flags & 0xFF));
 }
 
+// Rounds an x87 value to double once, by the x87's own store (rounding as
+// its control word says), straight into memory.  The compiler's conversion
+// would do the same but may bounce the value through an SSE register.
+inline void store_rounded(double* dst, long double v) {
+    asm("fstpl %0" : "=m"(*dst) : "t"(v) : "st");
+}
+
 // The double-precision operations that raise an exception on the x87 and
 // store the result, so that the operation can neither be folded nor dropped.
 inline void x87_divide_store(double num, double den) {

@@ -22,6 +22,7 @@ void* heap_create(std::size_t initial_bytes);
 void* heap_alloc(void* heap, std::size_t bytes);
 void heap_free(void* heap, void* block);
 void heap_destroy(void* heap);  // frees every block still in the heap
+std::size_t heap_block_count(void* heap);  // blocks alive (white-box tests)
 
 // Module path of the main program; false when none can be had.
 bool main_module_path(char* buf, std::size_t size);

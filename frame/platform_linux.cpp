@@ -137,6 +137,15 @@ void heap_destroy(void* heap) {
     delete h;
 }
 
+std::size_t heap_block_count(void* heap) {
+    auto* h = static_cast<Heap*>(heap);
+    if (h == nullptr) return 0;
+    std::lock_guard<std::mutex> guard(h->lock);
+    std::size_t n = 0;
+    for (BlockHeader* b = h->blocks; b != nullptr; b = b->next) ++n;
+    return n;
+}
+
 bool main_module_path(char* buf, std::size_t size) {
     if (faults().no_module_path || size == 0) return false;
     ssize_t len = readlink("/proc/self/exe", buf, size - 1);

@@ -17,5 +17,16 @@ int main(void) {
         return 1;
     }
     printf("C interface works: 1/a and pole status %d\n", (int)status);
+
+    RukStream *stream = NULL;
+    uint32_t seed = 1, words[2];
+    if (rukNewStreamEx(&stream, RUK_BRNG_MCG31M1, 1, &seed) != RUK_OK) return 1;
+    rukiBRngMCG31M1(stream, 2, words);
+    rukDeleteStream(&stream);
+    if (words[0] != 1 || words[1] != 1132489760u || stream != NULL || __RegBrngs[0].streamSize != 24) {
+        printf("unexpected stream words %u %u\n", (unsigned)words[0], (unsigned)words[1]);
+        return 1;
+    }
+    printf("C interface works: MCG31M1 stream\n");
     return 0;
 }

@@ -47,8 +47,11 @@ struct DoubleFrame {
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
 };
 
-// Four reciprocals with one division; false when the product is out of range.
-inline bool reciprocal4(const double* d, long double out[4]) {
+// Four reciprocals with one division, handed to put(k, 1/d[k]) as they are
+// formed (kept on the x87 stack, never spilled at 80 bits); false, before
+// anything is put, when the product is out of range.
+template <class Put>
+inline bool reciprocal4(const double* d, Put put) {
     const long double d0 = d[0], d1 = d[1], d2 = d[2], d3 = d[3];
     const long double p01 = d0 * d1;
     const long double p23 = d2 * d3;
@@ -57,10 +60,10 @@ inline bool reciprocal4(const double* d, long double out[4]) {
     const long double rp = 1.0L / p;
     const long double u = rp * p23;
     const long double v = rp * p01;
-    out[0] = d1 * u;
-    out[1] = d0 * u;
-    out[2] = d3 * v;
-    out[3] = d2 * v;
+    put(0, d1 * u);
+    put(1, d0 * u);
+    put(2, d3 * v);
+    put(3, d2 * v);
     return true;
 }
 
@@ -68,10 +71,8 @@ struct InvD : DoubleFrame {
     static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr const char* name = "_xebdInv_HA";
     static bool group_path(const Arrays<double>& x, int i) {
-        long double q[4];
-        if (!reciprocal4(x.a + i, q)) return false;
-        for (int k = 0; k < 4; ++k) x.y[i + k] = static_cast<double>(q[k]);
-        return true;
+        double* r = x.y + i;
+        return reciprocal4(x.a + i, [r](int k, long double q) { fpu::store_rounded(r + k, q); });
     }
     static void one(const Arrays<double>& x, int i) {
         const double d = x.a[i];
@@ -84,14 +85,11 @@ struct DivD : DoubleFrame {
     static constexpr unsigned prefetch_arrays = frame::kPrefetchB;
     static constexpr const char* name = "_xebdDiv_HA";
     static bool group_path(const Arrays<double>& x, int i) {
-        long double q[4];
-        if (!reciprocal4(x.b + i, q)) return false;
-        const long double n0 = x.a[i], n1 = x.a[i + 1], n2 = x.a[i + 2], n3 = x.a[i + 3];
-        x.y[i] = static_cast<double>(n0 * q[0]);
-        x.y[i + 1] = static_cast<double>(n1 * q[1]);
-        x.y[i + 2] = static_cast<double>(n2 * q[2]);
-        x.y[i + 3] = static_cast<double>(n3 * q[3]);
-        return true;
+        const double* a = x.a + i;
+        double* r = x.y + i;
+        return reciprocal4(x.b + i, [a, r](int k, long double q) {
+            fpu::store_rounded(r + k, static_cast<long double>(a[k]) * q);
+        });
     }
     // The numerator is not looked at: 0/0 and NaN/0 raise the pole event too.
     static void one(const Arrays<double>& x, int i) {

@@ -4,6 +4,10 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "rng_stream.h"
+#include "rng_modular.h"
+#include "rng_generators.h"
 #include "vm_explog.h"
+#include "convcorr.h"
 
 #endif

@@ -1,0 +1,48 @@
+// What a basic generator supplies to the stream service.
+//
+// A generator G keeps its running state in a plain record G::State that
+// lies in the stream right after the header (state_of<G::State>); its row's
+// streamSize is 16 + sizeof(G::State).  It supplies three static functions,
+// one per initStream method:
+//
+//   int32_t seed(State&, int32_t n, const uint32_t* params);   RUK_INIT_NEW
+//   int32_t leapfrog(State&, int32_t k, int32_t nstreams);     RUK_INIT_LEAPFROG
+//   int32_t skip_ahead(State&, int32_t nskip);                 RUK_INIT_SKIPAHEAD
+//
+// (answering RUK_ERROR_NO_LEAPFROG or RUK_ERROR_NO_SKIP when it has no such
+// method or refuses the arguments), and its exported initStream is
+// init_stream<G>.  Its three kernels fill r with n numbers and leave the
+// state ready for the next call, so that one call of n gives the same
+// numbers as any run of calls whose counts add up to n.
+#pragma once
+
+#include <cstdint>
+
+#include "rng/stream.h"
+
+namespace xeb::rng {
+
+template <class G>
+int32_t init_stream(int32_t method, RukStream* stream, int32_t n, const uint32_t* params) {
+    auto& s = state_of<typename G::State>(stream);
+    switch (method) {
+        case RUK_INIT_NEW:
+            return G::seed(s, n, params);
+        case RUK_INIT_LEAPFROG:
+            return G::leapfrog(s, static_cast<int32_t>(params[0]), n);
+        case RUK_INIT_SKIPAHEAD:
+            return G::skip_ahead(s, n);
+        default:
+            return RUK_ERROR_UNKNOWN_METHOD;
+    }
+}
+
+// A 32-bit output word as a number: converted as a signed integer, plus
+// 2^32 when its top bit is set.  Exact.  (The table holds doubles: an
+// 80-bit load costs several times a 64-bit one.)
+inline long double word_value(uint32_t w) {
+    static constexpr double kTopBitTerm[2] = {0.0, 4294967296.0};
+    return static_cast<long double>(static_cast<int32_t>(w)) + kTopBitTerm[w >> 31];
+}
+
+}  // namespace xeb::rng

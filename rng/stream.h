@@ -1,0 +1,53 @@
+// Stream objects: the header, the state behind it and the chunk list.
+// Internal interface; the exported services are in xebruk/rng_stream.h.
+//
+// Layout.  A stream is one malloc block: the 16-byte RukStream header, then
+// the generator's state record at byte 16.  The block holds at least the
+// row's streamSize bytes, and at least 16 + seedCount * wordSize bytes, so
+// that rukCopyStreamState, which moves seedCount * wordSize bytes, stays
+// inside the block for every row (the WH row counts 64 bytes of state in a
+// 48-byte stream).  Bytes beyond the generator's own state are zero.
+//
+// Chunks.  chunkHead holds the address of the newest chunk (sign-extended
+// where addresses are 32 bits); each node's next leads to the older ones.
+// add_chunk puts a node in front, search walks from the newest.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "xebruk/rng_stream.h"
+
+namespace xeb::rng {
+
+constexpr std::size_t kStreamHeaderBytes = sizeof(RukStream);
+static_assert(kStreamHeaderBytes == 16, "the stream header is four 32-bit words");
+
+// Bytes of the block a stream of this row lives in.
+std::size_t stream_block_bytes(const RukBrngEntry& row);
+
+// The generator state record of a stream.
+template <class State>
+inline State& state_of(RukStream* stream) {
+    return *reinterpret_cast<State*>(reinterpret_cast<unsigned char*>(stream) +
+                                     kStreamHeaderBytes);
+}
+inline unsigned char* state_bytes(RukStream* stream) {
+    return reinterpret_cast<unsigned char*>(stream) + kStreamHeaderBytes;
+}
+inline const unsigned char* state_bytes(const RukStream* stream) {
+    return reinterpret_cast<const unsigned char*>(stream) + kStreamHeaderBytes;
+}
+
+inline RukStreamChunk* chunk_head(const RukStream* stream) {
+    return reinterpret_cast<RukStreamChunk*>(static_cast<uintptr_t>(stream->chunkHead));
+}
+inline void set_chunk_head(RukStream* stream, RukStreamChunk* node) {
+    stream->chunkHead =
+        static_cast<uint64_t>(static_cast<int64_t>(reinterpret_cast<intptr_t>(node)));
+}
+
+// Frees every chunk and its data; the list is empty afterwards.
+void drop_chunks(RukStream* stream);
+
+}  // namespace xeb::rng
