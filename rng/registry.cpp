@@ -18,8 +18,12 @@ constexpr RukBrngEntry kR250 = unbuilt_row({1024, 252, 1, 4, 32});
 constexpr RukBrngEntry kMrg32k3a = unbuilt_row({40, 6, 1, 4, 32});
 constexpr RukBrngEntry kMcg59 = unbuilt_row({32, 1, 0, 8, 59});
 constexpr RukBrngEntry kWh = unbuilt_row({48, 4, 1, 16, 24});
-constexpr RukBrngEntry kSobol = unbuilt_row({5472, 1324, 0, 4, 32});
-constexpr RukBrngEntry kNiederr = unbuilt_row({43280, 10498, 0, 4, 32});
+constexpr RukBrngEntry kSobol =
+    generator_row({5472, 1324, 0, 4, 32}, rukBRngSobolInitStream, ruksBRngSobol, rukdBRngSobol,
+                  ikernel_entry<uint32_t, rukiBRngSobol>);
+constexpr RukBrngEntry kNiederr =
+    generator_row({43280, 10498, 0, 4, 32}, rukBRngNiederrInitStream, ruksBRngNiederr,
+                  rukdBRngNiederr, ikernel_entry<uint32_t, rukiBRngNiederr>);
 constexpr RukBrngEntry kMt19937 = unbuilt_row({2520, 625, 1, 4, 32});
 constexpr RukBrngEntry kMt2203 = unbuilt_row({312, 70, 1, 4, 32});
 constexpr RukBrngEntry kIAbstract = unbuilt_row({40, 0, 1, 4, 32});

@@ -80,9 +80,15 @@ int main(int argc, char** argv) {
     for (const xt::KernelAccuracy& k : xt::accuracy_table()) {
         const xt::Measurement m = xt::measure(k, count, seed_of(k.name));
         std::string worst = number(m.worst_a, k.precision);
-        if (!k.b_ranges.empty()) worst += ", " + number(m.worst_b, k.precision);
+        if (!k.b_ranges.empty() || !k.b_scalars.empty()) worst += ", " + number(m.worst_b, k.precision);
         std::string ranges = intervals(k.a_ranges);
         if (!k.b_ranges.empty()) ranges = "a: " + ranges + "; b: " + intervals(k.b_ranges);
+        if (!k.b_scalars.empty()) {
+            // A kernel with a scalar second argument: each value against every a interval.
+            std::string values;
+            for (double b : k.b_scalars) values += (values.empty() ? "" : ", ") + number(b, k.precision);
+            ranges = "a: " + ranges + "; scalar b: " + values;
+        }
         char line[1024];
         const bool fails = !(m.max_ulp < k.bound_ulp);
         over += fails;

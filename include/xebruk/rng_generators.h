@@ -21,6 +21,31 @@ XEBRUK_API int32_t ruksBRngMCG31M1(RukStream *stream, int32_t n, float *r, float
 XEBRUK_API int32_t rukdBRngMCG31M1(RukStream *stream, int32_t n, double *r, double a, double b);
 XEBRUK_API int32_t rukiBRngMCG31M1(RukStream *stream, int32_t n, uint32_t *r);
 
+/* SOBOL: the Sobol quasi-random sequence of up to 40 dimensions in
+ * Gray-code order.  params[0] is the dimension (1 without seeds, above 40
+ * taken as 1); the numbers are the components of one vector after another,
+ * and a call may stop inside a vector.  Leapfrog only with nstreams
+ * 0x7FFFFFFF: the stream then hands out component k alone.  Skip-ahead by
+ * any count of 1 or more numbers.  A stream of dimension 0 or below hands
+ * out nothing: its kernels return RUK_ERROR_BAD_ARGUMENT for counts of 1
+ * or more. */
+XEBRUK_API int32_t rukBRngSobolInitStream(int32_t method, RukStream *stream, int32_t n,
+                                          const uint32_t *params);
+XEBRUK_API int32_t ruksBRngSobol(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngSobol(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngSobol(RukStream *stream, int32_t n, uint32_t *r);
+
+/* Niederr: the base-2 Niederreiter sequence of up to 318 dimensions in
+ * Gray-code order, with SOBOL's kernels, leapfrog and dimension rules (above
+ * 318 taken as 1).  Its direction numbers are built at creation.  A
+ * skip-ahead that starts inside a vector makes two vector steps fewer than
+ * drawing the same count would; from a whole vector it agrees with drawing. */
+XEBRUK_API int32_t rukBRngNiederrInitStream(int32_t method, RukStream *stream, int32_t n,
+                                            const uint32_t *params);
+XEBRUK_API int32_t ruksBRngNiederr(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngNiederr(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngNiederr(RukStream *stream, int32_t n, uint32_t *r);
+
 XEBRUK_EXTERN_C_END
 
 #endif

@@ -4,6 +4,10 @@
 
 #include "frame.h"
 #include "vm_div.h"
+#include "vm_pack.h"
+#include "vm_power.h"
+#include "vm_roots.h"
+#include "vm_trig.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"

@@ -10,7 +10,7 @@
 
 namespace xt {
 
-const Range kAllDoubles{DBL_TRUE_MIN, DBL_MAX, true};
+const Range kAllDoubles{kDoubleTrueMin, DBL_MAX, true};
 const Range kAllFloats{FLT_TRUE_MIN, FLT_MAX, true};
 
 namespace {
@@ -39,30 +39,40 @@ void keep_worst(Measurement& m, T got, long double ref, double a, double b) {
     }
 }
 
+// b_scalar: the scalar argument of a kernel of that shape (NaN otherwise).
 template <class T>
-void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, std::size_t count,
-                   std::mt19937_64& rng, Measurement& m) {
+void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, double b_scalar,
+                   std::size_t count, std::mt19937_64& rng, Measurement& m) {
     constexpr bool is_double = sizeof(T) == sizeof(double);
     auto draw = [&](const Range& r) {
         if constexpr (is_double) return sample(r, count, rng);
         else return sample_float(r, count, rng);
     };
     const bool binary = k.ref2 != nullptr;
-    std::vector<T> a = draw(ra), b = draw(rb), r(count);
+    std::vector<T> a = draw(ra), b = draw(rb), r(count), z(count);
+    const bool scalar = k.dx != nullptr || k.sx != nullptr;
+    if (scalar) b.assign(count, static_cast<T>(b_scalar));
     const int n = static_cast<int>(count);
     if constexpr (is_double) {
         if (k.d1) k.d1(n, a.data(), r.data());
+        else if (k.dx) k.dx(n, a.data(), b_scalar, r.data());
+        else if (k.d1x2) k.d1x2(n, a.data(), r.data(), z.data());
         else k.d2(n, a.data(), b.data(), r.data());
     } else {
         if (k.s1) k.s1(n, a.data(), r.data());
+        else if (k.sx) k.sx(n, a.data(), static_cast<float>(b_scalar), r.data());
+        else if (k.s1x2) k.s1x2(n, a.data(), r.data(), z.data());
         else k.s2(n, a.data(), b.data(), r.data());
     }
     const long double top = is_double ? DBL_MAX : FLT_MAX;
-    for (std::size_t i = 0; i < count; ++i) {
-        const long double ref = binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]);
+    auto check = [&](T got, long double ref, std::size_t i) {
         // A reference beyond the format's range is met by an infinity.
-        if (std::fabs(ref) > top && std::isinf(r[i])) continue;
-        keep_worst(m, r[i], ref, a[i], binary ? b[i] : a[i]);
+        if (std::fabs(ref) > top && std::isinf(got)) return;
+        keep_worst(m, got, ref, a[i], binary ? b[i] : a[i]);
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        check(r[i], binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]), i);
+        if (k.ref1_second) check(z[i], k.ref1_second(a[i]), i);
     }
     m.count += count;
 }
@@ -118,16 +128,77 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
     return k;
 }
 
+template <class F>
+KernelAccuracy scalar_row_in(char precision, F KernelAccuracy::*slot, const char* name, const char* form,
+                             double bound, F f, RefBinary ref, std::vector<Range> a, std::vector<double> b) {
+    KernelAccuracy k = entry(name, precision, form, bound);
+    k.*slot = f;
+    k.ref2 = ref;
+    k.a_ranges = std::move(a);
+    k.b_scalars = std::move(b);
+    return k;
+}
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, double, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b) {
+    return scalar_row_in('d', &KernelAccuracy::dx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const float*, float, float*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b) {
+    return scalar_row_in('s', &KernelAccuracy::sx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
+namespace {
+
+void set_kernel(KernelAccuracy& k, void (*f)(int, const double*, double*, double*)) { k.d1x2 = f; }
+void set_kernel(KernelAccuracy& k, void (*f)(int, const float*, float*, float*)) { k.s1x2 = f; }
+
+template <class T>
+KernelAccuracy two_output(const char* name, const char* form, double bound,
+                          void (*f)(int, const T*, T*, T*), RefUnary ref_y, RefUnary ref_z,
+                          std::vector<Range> a) {
+    KernelAccuracy k = entry(name, sizeof(T) == sizeof(double) ? 'd' : 's', form, bound);
+    set_kernel(k, f);
+    k.ref1 = ref_y;
+    k.ref1_second = ref_z;
+    k.a_ranges = std::move(a);
+    return k;
+}
+
+}  // namespace
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
+}
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const float*, float*, float*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
+}
+
 Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {
     Measurement m;
     std::mt19937_64 rng = seeded(seed);
     const uint32_t old_mode = xebSetMode(XEB_REPORT_NONE);
     const int32_t old_status = xebGetErrStatus();
+    // A scalar-argument kernel runs every a range once per scalar value,
+    // with the count shared out among the values.
+    const std::vector<double> scalars = k.b_scalars.empty() ? std::vector<double>{NAN} : k.b_scalars;
+    const std::size_t per = std::max<std::size_t>(count / scalars.size(), 64);
     for (std::size_t ri = 0; ri < k.a_ranges.size(); ++ri) {
         const Range& ra = k.a_ranges[ri];
         const Range& rb = k.b_ranges.empty() ? ra : k.b_ranges[ri % k.b_ranges.size()];
-        if (k.precision == 'd') measure_range<double>(k, ra, rb, count, rng, m);
-        else measure_range<float>(k, ra, rb, count, rng, m);
+        for (double bs : scalars) {
+            const std::size_t c = k.b_scalars.empty() ? count : per;
+            if (k.precision == 'd') measure_range<double>(k, ra, rb, bs, c, rng, m);
+            else measure_range<float>(k, ra, rb, bs, c, rng, m);
+        }
     }
     xebSetMode(old_mode & XEB_REPORT_MASK);
     xebSetErrStatus(old_status);

@@ -27,10 +27,16 @@ struct KernelAccuracy {
     void (*d2)(int, const double*, const double*, double*) = nullptr;
     void (*s1)(int, const float*, float*) = nullptr;
     void (*s2)(int, const float*, const float*, float*) = nullptr;
+    void (*dx)(int, const double*, double, double*) = nullptr;  // scalar second argument
+    void (*sx)(int, const float*, float, float*) = nullptr;
+    void (*d1x2)(int, const double*, double*, double*) = nullptr;  // one in, two out
+    void (*s1x2)(int, const float*, float*, float*) = nullptr;
     RefUnary ref1 = nullptr;
     RefBinary ref2 = nullptr;
+    RefUnary ref1_second = nullptr;  // reference of the second output (two-output kernels)
     std::vector<Range> a_ranges;  // first argument
     std::vector<Range> b_ranges;  // second argument (binary kernels)
+    std::vector<double> b_scalars;  // scalar second argument: each value against every a range
 };
 
 // The whole table, sorted by name.  Each family adds its rows from its own
@@ -52,6 +58,21 @@ KernelAccuracy binary_row(const char* name, const char* form, double bound,
 KernelAccuracy binary_row(const char* name, const char* form, double bound,
                           void (*f)(int, const float*, const float*, float*), RefBinary ref,
                           std::vector<Range> a, std::vector<Range> b);
+
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const double*, double, double*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b);
+KernelAccuracy scalar_row(const char* name, const char* form, double bound,
+                          void (*f)(int, const float*, float, float*), RefBinary ref,
+                          std::vector<Range> a, std::vector<double> b);
+// Kernels of one input and two outputs (n, a, y, z): y against ref_y, z
+// against ref_z; the measure is the worse of the two.
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a);
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const float*, float*, float*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a);
 
 // Ranges used by many families.
 extern const Range kAllDoubles;  // every finite nonzero double magnitude, both signs

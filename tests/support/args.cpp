@@ -37,7 +37,7 @@ std::vector<float> sample_float(const Range& r, std::size_t count, std::mt19937_
 std::vector<double> special_doubles() {
     const double inf = std::numeric_limits<double>::infinity();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    std::vector<double> v = {0.0, DBL_TRUE_MIN, 2 * DBL_TRUE_MIN, DBL_MIN - DBL_TRUE_MIN,
+    std::vector<double> v = {0.0, kDoubleTrueMin, 2 * kDoubleTrueMin, DBL_MIN - kDoubleTrueMin,
                              DBL_MIN, 2 * DBL_MIN, 0.5, 1.0 - DBL_EPSILON / 2, 1.0,
                              1.0 + DBL_EPSILON, 2.0, 1e300, DBL_MAX / 2, DBL_MAX, inf, nan};
     const std::size_t n = v.size();

@@ -7,6 +7,12 @@
 
 namespace xt {
 
+// The smallest denormal double.  Use this, not DBL_TRUE_MIN: g++ 12 with
+// -frounding-math turns that macro (a long double literal cast to double)
+// into garbage in constant initializers of aggregates (-0.0, or the long
+// double's own bytes).
+constexpr double kDoubleTrueMin = 0x1p-1074;
+
 // A range of magnitudes [lo, hi] (both positive, denormals allowed), taken
 // with positive sign only or with both signs.  Sampling is uniform over the
 // bit patterns between lo and hi, so every binade gets its share.
