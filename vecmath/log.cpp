@@ -81,7 +81,9 @@ inline long double poly6(const double (&c)[6], long double r) {
 }
 
 // The group path of both precisions: a pair goes through `value` when both
-// arguments pass `fast`, and leaves the fast path whole otherwise.
+// arguments pass `fast`, and leaves the fast path whole otherwise.  Both are
+// lambdas, which inline; a function pointer here would cost a call per
+// element and the x87 stack with it.
 template <class T, class Fast, class Value>
 inline bool pair_path(const Arrays<T>& x, int i, Fast fast, Value value) {
     const T a0 = x.a[i], a1 = x.a[i + 1];
@@ -129,7 +131,9 @@ struct LogD {
     static constexpr const char* name = B::double_name;
 
     static bool group_path(const Arrays<double>& x, int i) {
-        return pair_path(x, i, [](double a) { return table_domain(high_word(a)); }, log_table<B>);
+        return pair_path(
+            x, i, [](double a) { return table_domain(high_word(a)); },
+            [](double a) { return log_table<B>(a); });
     }
 
     // Kept out of line: the group loop stays small.
@@ -174,7 +178,9 @@ struct LogS {
     static constexpr const char* name = B::single_name;
 
     static bool group_path(const Arrays<float>& x, int i) {
-        return pair_path(x, i, [](float a) { return single_table_domain(bits(a)); }, log_cubic<B>);
+        return pair_path(
+            x, i, [](float a) { return single_table_domain(bits(a)); },
+            [](float a) { return log_cubic<B>(a); });
     }
 
     // Everything through fyl2x (at the 53 bits the frame set), not only the
