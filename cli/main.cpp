@@ -14,6 +14,7 @@ int usage_error(const std::string& message) {
 namespace {
 
 const Command kCommands[] = {
+    {"conv", "convolve or correlate two arrays from text, raw or .npy files", conv},
     {"demo", "evaluate kernels, show an event being reported, draw from a random stream", demo},
     {"info", "version, processor features and the kernels this build exports", info},
     {"vm", "apply a vector kernel to numbers from a file, standard input or a range", vm},
