@@ -36,6 +36,22 @@ inline uint16_t x87_status() {
 
 inline void x87_clear_exceptions() { asm volatile("fnclex" ::: "memory"); }
 
+// The x87's built-in constants, rounded to the 64-bit significand by the
+// load under rounding to nearest: log2(e) 0xb.8aa3b295c17f0bcp-3,
+// ln 2 0xb.17217f7d1cf79acp-4, log10 2 0x9.a209a84fbcff799p-5.  Far cheaper
+// than an 80-bit load from memory; volatile, so that each stays where it is
+// used and the compiler never spills it as an 80-bit value.
+enum class X87Constant { Log2E, Ln2, Log10Of2 };
+
+template <X87Constant C>
+inline long double x87_constant() {
+    long double v;
+    if constexpr (C == X87Constant::Log2E) asm volatile("fldl2e" : "=t"(v));
+    else if constexpr (C == X87Constant::Ln2) asm volatile("fldln2" : "=t"(v));
+    else asm volatile("fldlg2" : "=t"(v));
+    return v;
+}
+
 inline uint32_t mxcsr() {
     uint32_t v;
     asm volatile("stmxcsr %0" : "=m"(v));

@@ -25,3 +25,7 @@ run(bad_option 2 "^$" "unknown option '--fast'" "" vm exp_ha --fast)
 run(bad_range 2 "^$" "--range count" "" vm exp_ha --range 0 1 0)
 run(bad_mode 2 "^$" "--mode needs" "" vm exp_ha --mode loud)
 run(needs_b 2 "^$" "needs --b VALUE" "" vm div_ha --range 0 1 2)
+# The other two shapes: two outputs per element, and a scalar second argument.
+run(two_outputs 0 "^0 1\n0.70710678118654746 0.70710678118654757\n$" "^$" "" vm sincos_ha --range 0 0.78539816339744828 2)
+run(scalar_b 0 "^1\n4\n9\n$" "^$" "" vm powx_ha --range 1 3 3 --b 2)
+run(scalar_b_missing 2 "^$" "needs its scalar: --b VALUE" "" vm powx_ha --range 1 3 3)

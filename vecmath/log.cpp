@@ -34,6 +34,7 @@
 #include <cstring>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/explog_tables.h"
 #include "xebruk/vm_explog.h"
@@ -53,15 +54,9 @@ inline long double fyl2x(long double scale, long double x) {
 }
 
 // Constants of one logarithm: its base's L as the x87 loads it (fldln2,
-// fldlg2: far cheaper than an 80-bit load, and never spilled as one, being
-// volatile), the polynomial on [0, 1/256) and the Taylor form below 1.
+// fldlg2), the polynomial on [0, 1/256) and the Taylor form below 1.
 struct Natural {
-    // ln 2 rounded to 64 bits, 0xb.17217f7d1cf79acp-4.
-    static long double L() {
-        long double v;
-        asm volatile("fldln2" : "=t"(v));
-        return v;
-    }
+    static long double L() { return fpu::x87_constant<fpu::X87Constant::Ln2>(); }
     static constexpr const double (&A)[6] = explog::kLnPoly;
     static constexpr const double (&T)[6] = explog::kLnTaylor;
     static constexpr const char* double_name = "_xebdLn_HA";
@@ -71,12 +66,7 @@ struct Natural {
 };
 
 struct Decimal {
-    // log10 2 rounded to 64 bits, 0x9.a209a84fbcff799p-5.
-    static long double L() {
-        long double v;
-        asm volatile("fldlg2" : "=t"(v));
-        return v;
-    }
+    static long double L() { return fpu::x87_constant<fpu::X87Constant::Log10Of2>(); }
     static constexpr const double (&A)[6] = explog::kLog10Poly;
     static constexpr const double (&T)[6] = explog::kLog10Taylor;
     static constexpr const char* double_name = "_xebdLog10_HA";
@@ -88,6 +78,20 @@ struct Decimal {
 // Degree-6 polynomial with zero constant term, Horner in 80 bits.
 inline long double poly6(const double (&c)[6], long double r) {
     return r * (c[0] + r * (c[1] + r * (c[2] + r * (c[3] + r * (c[4] + r * c[5])))));
+}
+
+// The group path of both precisions: a pair goes through `value` when both
+// arguments pass `fast`, and leaves the fast path whole otherwise.  Both are
+// lambdas, which inline; a function pointer here would cost a call per
+// element and the x87 stack with it.
+template <class T, class Fast, class Value>
+inline bool pair_path(const Arrays<T>& x, int i, Fast fast, Value value) {
+    const T a0 = x.a[i], a1 = x.a[i + 1];
+    if (!fast(a0) || !fast(a1)) return false;
+    const auto v0 = value(a0), v1 = value(a1);
+    x.y[i] = static_cast<T>(v0);
+    x.y[i + 1] = static_cast<T>(v1);
+    return true;
 }
 
 // ---------------------------------------------------------------- double
@@ -127,12 +131,9 @@ struct LogD {
     static constexpr const char* name = B::double_name;
 
     static bool group_path(const Arrays<double>& x, int i) {
-        const double a0 = x.a[i], a1 = x.a[i + 1];
-        if (!table_domain(high_word(a0)) || !table_domain(high_word(a1))) return false;
-        const long double v0 = log_table<B>(a0), v1 = log_table<B>(a1);
-        x.y[i] = static_cast<double>(v0);
-        x.y[i + 1] = static_cast<double>(v1);
-        return true;
+        return pair_path(
+            x, i, [](double a) { return table_domain(high_word(a)); },
+            [](double a) { return log_table<B>(a); });
     }
 
     // Kept out of line: the group loop stays small.
@@ -156,7 +157,8 @@ struct LogD {
 inline bool single_table_domain(uint32_t w) { return w < 0x7F800000u && w > 0x007FFFFFu; }
 
 template <class B>
-inline float log_cubic(uint32_t w) {
+inline float log_cubic(float x) {
+    const uint32_t w = bits(x);
     const int e = static_cast<int>(w >> 23) - 127;
     const CubicRow& c = B::cubic()[(w >> 15) & 0xFF];
     const long double m = float_from_bits((w & 0x007FFFFFu) | 0x3F800000u);
@@ -176,12 +178,9 @@ struct LogS {
     static constexpr const char* name = B::single_name;
 
     static bool group_path(const Arrays<float>& x, int i) {
-        const uint32_t w0 = bits(x.a[i]), w1 = bits(x.a[i + 1]);
-        if (!single_table_domain(w0) || !single_table_domain(w1)) return false;
-        const float v0 = log_cubic<B>(w0), v1 = log_cubic<B>(w1);
-        x.y[i] = v0;
-        x.y[i + 1] = v1;
-        return true;
+        return pair_path(
+            x, i, [](float a) { return single_table_domain(bits(a)); },
+            [](float a) { return log_cubic<B>(a); });
     }
 
     // Everything through fyl2x (at the 53 bits the frame set), not only the
