@@ -3,7 +3,6 @@
 // 2^31 - 1, filling the same array.  Paired timing: "ratio" is our time
 // over the peer's (0.5 means twice as fast).
 #include <random>
-#include <vector>
 
 #include "paired.h"
 #include "xebruk/xebruk.h"
@@ -23,18 +22,9 @@ RukStream* new_stream() {
 void BM_IntegerMcg31m1(benchmark::State& state) {
     RukStream* s = new_stream();
     Peer peer(1);
-    std::vector<uint32_t> r(kCount), p(kCount);
-    xbench::paired(
-        state,
-        [&] {
-            rukiBRngMCG31M1(s, kCount, r.data());
-            benchmark::DoNotOptimize(r.data());
-        },
-        [&] {
-            for (auto& v : p) v = peer();
-            benchmark::DoNotOptimize(p.data());
-        });
-    state.SetItemsProcessed(state.iterations() * kCount);
+    xbench::paired_fill<uint32_t>(
+        state, kCount, [&](uint32_t* r, int n) { rukiBRngMCG31M1(s, n, r); },
+        [&] { return static_cast<uint32_t>(peer()); });
     rukDeleteStream(&s);
 }
 
@@ -43,19 +33,10 @@ template <class T, int32_t (*Kernel)(RukStream*, int32_t, T*, T, T)>
 void BM_RealMcg31m1(benchmark::State& state) {
     RukStream* s = new_stream();
     Peer peer(1);
-    std::vector<T> r(kCount), p(kCount);
     const T c = static_cast<T>(1.0 / 2147483647.0);
-    xbench::paired(
-        state,
-        [&] {
-            Kernel(s, kCount, r.data(), T(0), T(1));
-            benchmark::DoNotOptimize(r.data());
-        },
-        [&] {
-            for (auto& v : p) v = static_cast<T>(peer()) * c;
-            benchmark::DoNotOptimize(p.data());
-        });
-    state.SetItemsProcessed(state.iterations() * kCount);
+    xbench::paired_fill<T>(
+        state, kCount, [&](T* r, int n) { Kernel(s, n, r, T(0), T(1)); },
+        [&] { return static_cast<T>(peer()) * c; });
     rukDeleteStream(&s);
 }
 

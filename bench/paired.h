@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <chrono>
+#include <vector>
 
 namespace xbench {
 
@@ -26,6 +27,24 @@ void paired(benchmark::State& state, Ours ours, Peer peer) {
     state.counters["ratio"] = t_peer > 0 ? t_ours / t_peer : 0;
     state.counters["ours_ns"] = benchmark::Counter(t_ours * 1e9 / static_cast<double>(state.iterations()));
     state.counters["peer_ns"] = benchmark::Counter(t_peer * 1e9 / static_cast<double>(state.iterations()));
+}
+
+// Paired fills of count elements of T: ours(r, count) fills an array in
+// one call, peer() gives one element per call.
+template <class T, class Ours, class Peer>
+void paired_fill(benchmark::State& state, int count, Ours ours, Peer peer) {
+    std::vector<T> r(static_cast<std::size_t>(count)), p(r.size());
+    paired(
+        state,
+        [&] {
+            ours(r.data(), count);
+            benchmark::DoNotOptimize(r.data());
+        },
+        [&] {
+            for (auto& v : p) v = peer();
+            benchmark::DoNotOptimize(p.data());
+        });
+    state.SetItemsProcessed(state.iterations() * count);
 }
 
 }  // namespace xbench

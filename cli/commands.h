@@ -17,6 +17,7 @@ struct Command {
 
 int demo(const Args& args);
 int info(const Args& args);
+int rng(const Args& args);
 int vm(const Args& args);
 
 // Sections of the demo that live in their own files; each returns 0 or an

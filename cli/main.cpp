@@ -16,6 +16,7 @@ namespace {
 const Command kCommands[] = {
     {"demo", "evaluate kernels, show an event being reported, draw from a random stream", demo},
     {"info", "version, processor features and the kernels this build exports", info},
+    {"rng", "draw variates of a law from a random stream into a text, raw or .npy file", rng},
     {"vm", "apply a vector kernel to numbers from a file, standard input or a range", vm},
 };
 

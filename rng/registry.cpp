@@ -24,7 +24,9 @@ constexpr RukBrngEntry kSobol =
 constexpr RukBrngEntry kNiederr =
     generator_row({43280, 10498, 0, 4, 32}, rukBRngNiederrInitStream, ruksBRngNiederr,
                   rukdBRngNiederr, ikernel_entry<uint32_t, rukiBRngNiederr>);
-constexpr RukBrngEntry kMt19937 = unbuilt_row({2520, 625, 1, 4, 32});
+constexpr RukBrngEntry kMt19937 =
+    generator_row({2520, 625, 1, 4, 32}, rukBRngMT19937InitStream, ruksBRngMT19937,
+                  rukdBRngMT19937, ikernel_entry<uint32_t, rukiBRngMT19937>);
 constexpr RukBrngEntry kMt2203 = unbuilt_row({312, 70, 1, 4, 32});
 constexpr RukBrngEntry kIAbstract = unbuilt_row({40, 0, 1, 4, 32});
 constexpr RukBrngEntry kDAbstract = unbuilt_row({56, 0, 1, 4, 32});

@@ -21,6 +21,16 @@ XEBRUK_API int32_t ruksBRngMCG31M1(RukStream *stream, int32_t n, float *r, float
 XEBRUK_API int32_t rukdBRngMCG31M1(RukStream *stream, int32_t n, double *r, double a, double b);
 XEBRUK_API int32_t rukiBRngMCG31M1(RukStream *stream, int32_t n, uint32_t *r);
 
+/* MT19937: the Mersenne Twister of period 2^19937 - 1, seeded from an array
+ * of n key words (n <= 0: the key {1}).  No leapfrog, no skip-ahead.  The
+ * kernels use r as their working buffer; a count of zero or below writes
+ * nothing and moves the position back by -n words. */
+XEBRUK_API int32_t rukBRngMT19937InitStream(int32_t method, RukStream *stream, int32_t n,
+                                            const uint32_t *params);
+XEBRUK_API int32_t ruksBRngMT19937(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngMT19937(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngMT19937(RukStream *stream, int32_t n, uint32_t *r);
+
 /* SOBOL: the Sobol quasi-random sequence of up to 40 dimensions in
  * Gray-code order.  params[0] is the dimension (1 without seeds, above 40
  * taken as 1); the numbers are the components of one vector after another,

@@ -10,6 +10,7 @@
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"
+#include "rng_continuous.h"
 #include "vm_explog.h"
 #include "convcorr.h"
 

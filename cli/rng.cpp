@@ -1,0 +1,336 @@
+// xebruk rng: draw n variates of a law from a generator into a file.
+//
+//   xebruk rng [--law NAME] [--params P,...] [--method M] [--gen NAME]
+//              [--seed S,...] [--n COUNT] [--precision double|single]
+//              [--out FILE] [--format text|raw|npy] [--quiet] [--list]
+//
+// The draw goes in blocks of 65,536 (an even count, so that a paired
+// method carries nothing from one block to the next), each written as it
+// comes; n may exceed the 32-bit count of one library call.  Formats:
+// text, one value per line with enough digits to read back the same value;
+// raw, the values in the machine's byte order; npy, the same bytes behind
+// a version 1.0 .npy header (little-endian '<f8' or '<f4', shape (n,)).
+// Progress (for n of 4M and more) and a summary go to stderr.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "rng_choices.h"
+#include "xebruk/xebruk.h"
+
+namespace cli {
+namespace {
+
+constexpr int32_t kBlock = 1 << 16;
+constexpr int64_t kProgressFrom = int64_t{1} << 22;
+
+enum class Format { Text, Raw, Npy };
+
+struct Options {
+    std::string law = "uniform";
+    std::string gen = "mt19937";
+    std::vector<double> params;
+    bool params_given = false;
+    std::vector<uint32_t> seeds;
+    int32_t method = 0;
+    int64_t n = 10;
+    bool single = false;
+    std::string out;
+    std::string format;
+    bool quiet = false;
+    bool list = false;
+};
+
+// Running count, mean and sum of squared deviations (Welford), min, max.
+struct Summary {
+    int64_t count = 0;
+    long double mean = 0, m2 = 0;
+    double min = std::numeric_limits<double>::infinity();
+    double max = -std::numeric_limits<double>::infinity();
+    void add(double x) {
+        ++count;
+        const long double d = x - mean;
+        mean += d / count;
+        m2 += d * (x - mean);
+        min = std::min(min, x);
+        max = std::max(max, x);
+    }
+};
+
+bool parse_list(const std::string& text, std::vector<std::string>& items) {
+    items.clear();
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t comma = text.find(',', start);
+        items.push_back(text.substr(start, comma - start));
+        if (items.back().empty()) return false;
+        if (comma == std::string::npos) return true;
+        start = comma + 1;
+    }
+}
+
+bool parse_int(const std::string& s, int64_t lo, int64_t hi, int64_t& out) {
+    if (s.empty()) return false;
+    errno = 0;
+    char* end = nullptr;
+    const long long v = std::strtoll(s.c_str(), &end, 0);
+    if (errno || *end || v < lo || v > hi) return false;
+    out = v;
+    return true;
+}
+
+bool parse_double(const std::string& s, double& out) {
+    if (s.empty()) return false;
+    errno = 0;
+    char* end = nullptr;
+    out = std::strtod(s.c_str(), &end);
+    return !errno && !*end;
+}
+
+// Returns 0, or the exit code after a message.
+int parse(const Args& args, Options& o) {
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        if (a == "--quiet") {
+            o.quiet = true;
+            continue;
+        }
+        if (a == "--list") {
+            o.list = true;
+            continue;
+        }
+        if (i + 1 >= args.size()) return usage_error("rng: " + a + " needs a value (try --list)");
+        const std::string& v = args[++i];
+        std::vector<std::string> items;
+        int64_t k;
+        if (a == "--law") {
+            o.law = v;
+        } else if (a == "--gen") {
+            o.gen = v;
+        } else if (a == "--n") {
+            if (!parse_int(v, 0, std::numeric_limits<int64_t>::max(), o.n))
+                return usage_error("rng: --n wants a count of 0 or more, not '" + v + "'");
+        } else if (a == "--method") {
+            if (!parse_int(v, 0, 1000, k)) return usage_error("rng: bad --method '" + v + "'");
+            o.method = static_cast<int32_t>(k);
+        } else if (a == "--precision") {
+            if (v != "double" && v != "single")
+                return usage_error("rng: --precision is double or single, not '" + v + "'");
+            o.single = v == "single";
+        } else if (a == "--seed") {
+            if (!parse_list(v, items)) return usage_error("rng: bad --seed list '" + v + "'");
+            for (const auto& s : items) {
+                if (!parse_int(s, 0, UINT32_MAX, k))
+                    return usage_error("rng: seed '" + s + "' is not a 32-bit word");
+                o.seeds.push_back(static_cast<uint32_t>(k));
+            }
+        } else if (a == "--params") {
+            if (!parse_list(v, items)) return usage_error("rng: bad --params list '" + v + "'");
+            o.params_given = true;
+            for (const auto& s : items) {
+                double x;
+                if (!parse_double(s, x)) return usage_error("rng: parameter '" + s + "' is not a number");
+                o.params.push_back(x);
+            }
+        } else if (a == "--out") {
+            o.out = v;
+        } else if (a == "--format") {
+            if (v != "text" && v != "raw" && v != "npy")
+                return usage_error("rng: --format is text, raw or npy, not '" + v + "'");
+            o.format = v;
+        } else {
+            return usage_error("rng: unknown option '" + a + "'");
+        }
+    }
+    return 0;
+}
+
+void list_choices() {
+    std::printf("generators (--gen):\n");
+    for (const GeneratorChoice& g : generator_choices())
+        std::printf("  %-12s %s\n", g.name, g.summary);
+    std::printf("laws (--law, --params in this order):\n");
+    for (const LawChoice& l : law_choices()) {
+        std::string p;
+        for (std::size_t i = 0; i < l.params.size(); ++i) {
+            char buf[64];
+            std::snprintf(buf, sizeof buf, "%s%s=%g", i ? "," : "", l.params[i], l.defaults[i]);
+            p += buf;
+        }
+        std::printf("  %-12s %-26s %s\n", l.name, p.c_str(), l.summary);
+    }
+}
+
+Format format_of(const Options& o) {
+    if (o.format == "text") return Format::Text;
+    if (o.format == "raw") return Format::Raw;
+    if (o.format == "npy") return Format::Npy;
+    auto ends_with = [&](const char* ext) {
+        const std::size_t k = std::strlen(ext);
+        return o.out.size() >= k && o.out.compare(o.out.size() - k, k, ext) == 0;
+    };
+    if (ends_with(".npy")) return Format::Npy;
+    if (ends_with(".bin") || ends_with(".raw")) return Format::Raw;
+    return Format::Text;
+}
+
+// The .npy header: magic, version 1.0, its length, then a dictionary padded
+// with spaces and a newline so that the data start at a multiple of 64.
+std::string npy_header(bool single, int64_t n) {
+    char dict[160];
+    std::snprintf(dict, sizeof dict, "{'descr': '<f%d', 'fortran_order': False, 'shape': (%" PRId64 ",), }",
+                  single ? 4 : 8, n);
+    std::string body = dict;
+    const std::size_t preamble = 10;
+    const std::size_t total = (preamble + body.size() + 1 + 63) / 64 * 64;
+    body.append(total - preamble - body.size() - 1, ' ');
+    body += '\n';
+    std::string h("\x93NUMPY\x01\x00", 8);
+    h += static_cast<char>(body.size() & 0xFF);
+    h += static_cast<char>(body.size() >> 8);
+    return h + body;
+}
+
+class Progress {
+public:
+    Progress(int64_t total, bool on) : total_(total), on_(on && total >= kProgressFrom) {
+        tty_ = on_ && isatty(STDERR_FILENO);
+    }
+    void update(int64_t done) {
+        if (!on_) return;
+        const int percent = static_cast<int>(done * 100 / total_);
+        if (tty_) {
+            if (percent != shown_) std::fprintf(stderr, "\rxebruk rng: %3d%%", percent);
+        } else if (percent / 25 != shown_ / 25) {
+            std::fprintf(stderr, "xebruk rng: %d%% (%" PRId64 " of %" PRId64 ")\n", percent, done, total_);
+        }
+        shown_ = percent;
+    }
+    void done() {
+        if (tty_) std::fprintf(stderr, "\n");
+    }
+
+private:
+    int64_t total_;
+    bool on_, tty_ = false;
+    int shown_ = 0;
+};
+
+template <class T>
+bool write_block(std::FILE* f, Format format, const T* r, int32_t k) {
+    if (format != Format::Text) return std::fwrite(r, sizeof(T), static_cast<std::size_t>(k), f) == static_cast<std::size_t>(k);
+    // 17 and 9 significant digits read back to the same double and float.
+    const int digits = sizeof(T) == 8 ? 17 : 9;
+    for (int32_t i = 0; i < k; ++i)
+        if (std::fprintf(f, "%.*g\n", digits, static_cast<double>(r[i])) < 0) return false;
+    return true;
+}
+
+template <class T, class Draw>
+int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* stream, std::FILE* f,
+             Format format) {
+    std::vector<T> block(static_cast<std::size_t>(std::min<int64_t>(std::max<int64_t>(o.n, 1), kBlock)));
+    Summary sum;
+    Progress progress(o.n, !o.quiet);
+    for (int64_t done = 0; done < o.n;) {
+        const int32_t k = static_cast<int32_t>(std::min<int64_t>(kBlock, o.n - done));
+        const int32_t status = draw(o.method, stream, k, block.data(), o.params.data());
+        if (status < 0) {
+            std::fprintf(stderr, "xebruk: rng: %s failed with status %d after %" PRId64 " values\n",
+                         law.name, status, done);
+            return 1;
+        }
+        if (!write_block(f, format, block.data(), k)) {
+            std::fprintf(stderr, "xebruk: rng: writing %s failed: %s\n",
+                         o.out.empty() ? "stdout" : o.out.c_str(), std::strerror(errno));
+            return 1;
+        }
+        for (int32_t i = 0; i < k; ++i) sum.add(static_cast<double>(block[static_cast<std::size_t>(i)]));
+        done += k;
+        progress.update(done);
+    }
+    progress.done();
+    if (!o.quiet) {
+        const double variance = sum.count > 1 ? static_cast<double>(sum.m2 / (sum.count - 1)) : 0.0;
+        std::fprintf(stderr,
+                     "%s %s from %s: count %" PRId64 ", mean %.10g, variance %.10g, min %.10g, max %.10g\n",
+                     law.name, o.single ? "single" : "double", o.gen.c_str(), sum.count,
+                     static_cast<double>(sum.mean), variance, sum.count ? sum.min : 0.0,
+                     sum.count ? sum.max : 0.0);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int rng(const Args& args) {
+    Options o;
+    if (const int rc = parse(args, o)) return rc;
+    if (o.list) {
+        list_choices();
+        return 0;
+    }
+    const GeneratorChoice* gen = nullptr;
+    for (const GeneratorChoice& g : generator_choices())
+        if (o.gen == g.name) gen = &g;
+    if (!gen) return usage_error("rng: unknown generator '" + o.gen + "' (try --list)");
+    const LawChoice* law = nullptr;
+    for (const LawChoice& l : law_choices())
+        if (o.law == l.name) law = &l;
+    if (!law) return usage_error("rng: unknown law '" + o.law + "' (try --list)");
+    if (!o.params_given) o.params = law->defaults;
+    if (o.params.size() != law->params.size())
+        return usage_error("rng: " + o.law + " takes " + std::to_string(law->params.size()) +
+                           " parameters, " + std::to_string(o.params.size()) + " given");
+
+    RukStream* stream = nullptr;
+    const int32_t status = rukNewStreamEx(&stream, gen->id, static_cast<int32_t>(o.seeds.size()),
+                                          o.seeds.data());
+    if (status < 0) {
+        if (stream) rukDeleteStream(&stream);
+        std::fprintf(stderr, "xebruk: rng: generator %s refused the stream (status %d)\n",
+                     gen->name, status);
+        return 1;
+    }
+    const Format format = format_of(o);
+    std::FILE* f = stdout;
+    if (!o.out.empty()) {
+        f = std::fopen(o.out.c_str(), format == Format::Text ? "w" : "wb");
+        if (!f) {
+            rukDeleteStream(&stream);
+            std::fprintf(stderr, "xebruk: rng: cannot open '%s': %s\n", o.out.c_str(),
+                         std::strerror(errno));
+            return 1;
+        }
+    }
+    int rc = 0;
+    if (format == Format::Npy) {
+        const std::string h = npy_header(o.single, o.n);
+        if (std::fwrite(h.data(), 1, h.size(), f) != h.size()) {
+            std::fprintf(stderr, "xebruk: rng: writing '%s' failed\n", o.out.c_str());
+            rc = 1;
+        }
+    }
+    if (!rc)
+        rc = o.single ? run_draw<float>(o, *law, law->draw_single, stream, f, format)
+                      : run_draw<double>(o, *law, law->draw_double, stream, f, format);
+    if (f != stdout && std::fclose(f) != 0 && !rc) {
+        std::fprintf(stderr, "xebruk: rng: closing '%s' failed: %s\n", o.out.c_str(),
+                     std::strerror(errno));
+        rc = 1;
+    }
+    rukDeleteStream(&stream);
+    return rc;
+}
+
+}  // namespace cli

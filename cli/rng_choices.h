@@ -1,0 +1,60 @@
+// What `xebruk rng` can draw from and what it can draw: generators and
+// laws, each registered by a file of its own with a static registration,
+// so that a new generator or law adds a file and touches nothing else.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "xebruk/rng_stream.h"
+
+namespace cli {
+
+struct GeneratorChoice {
+    const char* name;     // what the user types: "mt19937"
+    int32_t id;           // RUK_BRNG_...
+    const char* summary;  // one line for --list
+};
+
+// A law's draw of n values in one precision; p holds the law's parameters
+// in the order of LawChoice::params, converted from the command line.
+using DrawDouble = int32_t (*)(int32_t method, RukStream* stream, int32_t n, double* r,
+                               const double* p);
+using DrawSingle = int32_t (*)(int32_t method, RukStream* stream, int32_t n, float* r,
+                               const double* p);
+
+struct LawChoice {
+    const char* name;                // "gaussian"
+    std::vector<const char*> params;  // parameter names in call order
+    std::vector<double> defaults;    // one per parameter
+    const char* summary;
+    DrawDouble draw_double;
+    DrawSingle draw_single;
+};
+
+std::vector<GeneratorChoice>& generator_choices();
+std::vector<LawChoice>& law_choices();
+
+struct RngRegistration {
+    explicit RngRegistration(std::vector<GeneratorChoice> rows);
+    explicit RngRegistration(std::vector<LawChoice> rows);
+};
+
+// Adapters from a law's exported function to the table's form, one per
+// parameter count: law2<T, F> calls F(method, stream, n, r, T(p[0]), T(p[1])).
+template <class T, int32_t (*F)(int32_t, RukStream*, int32_t, T*, T, T)>
+int32_t law2(int32_t m, RukStream* s, int32_t n, T* r, const double* p) {
+    return F(m, s, n, r, static_cast<T>(p[0]), static_cast<T>(p[1]));
+}
+template <class T, int32_t (*F)(int32_t, RukStream*, int32_t, T*, T, T, T)>
+int32_t law3(int32_t m, RukStream* s, int32_t n, T* r, const double* p) {
+    return F(m, s, n, r, static_cast<T>(p[0]), static_cast<T>(p[1]), static_cast<T>(p[2]));
+}
+template <class T, int32_t (*F)(int32_t, RukStream*, int32_t, T*, T, T, T, T)>
+int32_t law4(int32_t m, RukStream* s, int32_t n, T* r, const double* p) {
+    return F(m, s, n, r, static_cast<T>(p[0]), static_cast<T>(p[1]), static_cast<T>(p[2]),
+             static_cast<T>(p[3]));
+}
+
+}  // namespace cli

@@ -1,0 +1,93 @@
+// What the continuous laws share: the row of a stream, the vector kernels
+// of each precision gathered in one record, and the final affine pass, so
+// that every law is written once as a template over its element type.
+//
+// Arithmetic.  The double forms keep intermediate values in the x87's
+// 64-bit significand (long double) and round once at each store, as the
+// generators' own double kernels do; the single forms work in single
+// precision, each operation rounded (the element-wise steps of the single
+// forms are four-wide SIMD operations on floats, whose results these
+// plain loops reproduce).
+//
+// The laws trust their arguments: the stream's id is not tested, nor n,
+// nor any parameter.
+#pragma once
+
+#include <cstdint>
+
+#include "xebruk/rng_continuous.h"
+#include "xebruk/vm_explog.h"
+
+namespace xeb::dist {
+
+// The generator row of a stream, derived anew from its id.
+inline const RukBrngEntry& row_of(const RukStream* stream) {
+    int32_t row, sub;
+    const RukBrngEntry* table = rukGetBrngBaseOffset(stream->brngId, &row, &sub);
+    return table[row];
+}
+
+// Per precision: the type of intermediate arithmetic, the uniform draw,
+// the vector kernels the laws call (high accuracy throughout, but for the
+// tangent of Cauchy and the trigonometric steps of the single Gaussian),
+// and the constants, as exact bits.
+template <class T>
+struct Precision;
+
+template <>
+struct Precision<double> {
+    using Work = long double;
+    static constexpr double kTwoPi = 0x1.921fb54442d18p+2;   // 0x401921FB54442D18
+    static constexpr double kHalfPi = 0x1.921fb54442d18p+0;  // 0x3FF921FB54442D18
+    static int32_t uniform(RukStream* s, int32_t n, double* r, double a, double b) {
+        return rukdRngUniform(0, s, n, r, a, b);
+    }
+    static void ln(int n, double* r) { xebdLn_HA(n, r, r); }
+    static void exp(int n, double* r) { xebdExp_HA(n, r, r); }
+};
+
+template <>
+struct Precision<float> {
+    using Work = float;
+    static constexpr float kTwoPi = 0x1.921fb6p+2f;   // 0x40C90FDB
+    static constexpr float kHalfPi = 0x1.921fb6p+0f;  // 0x3FC90FDB
+    static int32_t uniform(RukStream* s, int32_t n, float* r, float a, float b) {
+        return ruksRngUniform(0, s, n, r, a, b);
+    }
+    static void ln(int n, float* r) { xebsLn_HA(n, r, r); }
+    static void exp(int n, float* r) { xebsExp_HA(n, r, r); }
+};
+
+// x * m + s, rounded once to T from the working precision.
+template <class T>
+inline T mul_add(T x, T m, T s) {
+    using W = typename Precision<T>::Work;
+    return static_cast<T>(static_cast<W>(x) * m + s);
+}
+
+// x * m, rounded once to T from the working precision.
+template <class T>
+inline T mul(T x, T m) {
+    using W = typename Precision<T>::Work;
+    return static_cast<T>(static_cast<W>(x) * m);
+}
+
+// The final pass of most laws: r[i] = r[i] * m + s.
+template <class T>
+void affine(int32_t n, T* r, T m, T s) {
+    for (int32_t i = 0; i < n; ++i) r[i] = mul_add(r[i], m, s);
+}
+
+// -x: the double form negates, the single form subtracts from 0 (which
+// turns -0 into +0).
+inline double negate(double x) { return -x; }
+inline float negate(float x) { return 0.0f - x; }
+
+// -2x, formed as the negative of x doubled by an addition (exact).
+inline double minus_twice(double x) { return -(x + x); }
+inline float minus_twice(float x) { return 0.0f - (x + x); }
+
+// A block of the laws' stack buffers.
+constexpr int32_t kBlock = 1024;
+
+}  // namespace xeb::dist

@@ -1,0 +1,173 @@
+// The `xebruk rng` command: its files read back against independent
+// values and against the library drawing in one call, its summary, its
+// progress and its refusals.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/scale.h"
+#include "support/streams.h"
+#include "xebruk/xebruk.h"
+
+namespace {
+
+struct CliResult {
+    int exit_code;
+    std::string err;
+};
+
+// Per test, as ctest runs the tests of this suite side by side.
+std::string temp_path(const std::string& name) {
+    return ::testing::TempDir() + "cli_rng_" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+CliResult run_cli(const std::string& args) {
+    const std::string err = temp_path("stderr.txt");
+    const std::string cmd = std::string(XEBRUK_CLI_PATH) + " rng " + args + " 2> " + err;
+    const int status = std::system(cmd.c_str());
+    CliResult r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(err)};
+    std::remove(err.c_str());
+    return r;
+}
+
+const char* kKeyArg = "--gen mt19937 --seed 0x123,0x234,0x345,0x456";
+
+TEST(CliRng, TextMatchesThePublishedWords) {
+    std::ifstream ref(xt::source_dir() + "/tests/data/mt19937_initbyarray_123_234_345_456_n1000.txt");
+    std::vector<double> want;
+    for (std::string line; std::getline(ref, line);)
+        if (!line.empty() && line[0] != '#') want.push_back(std::ldexp(std::stod(line), -32));
+    ASSERT_EQ(want.size(), 1000u);
+    const std::string out = temp_path("unit.txt");
+    const CliResult r = run_cli(std::string(kKeyArg) + " --law uniform --params 0,1 --n 1000 --out " + out);
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    std::ifstream in(out);
+    std::vector<double> got;
+    for (double x; in >> x;) got.push_back(x);
+    std::remove(out.c_str());
+    EXPECT_EQ(got, want);  // 17 digits read back exactly
+
+    // The summary line: count, mean, variance, min, max of the values.
+    double mean = 0, var = 0;
+    for (double x : want) mean += x / 1000;
+    for (double x : want) var += (x - mean) * (x - mean) / 999;
+    long count;
+    double m, v, lo, hi;
+    const char* at = std::strstr(r.err.c_str(), "count");
+    ASSERT_NE(at, nullptr) << r.err;
+    ASSERT_EQ(std::sscanf(at, "count %ld, mean %lf, variance %lf, min %lf, max %lf", &count, &m, &v,
+                          &lo, &hi),
+              5)
+        << r.err;
+    EXPECT_EQ(count, 1000);
+    EXPECT_NEAR(m, mean, 1e-9);
+    EXPECT_NEAR(v, var, 1e-9);
+    EXPECT_NEAR(lo, *std::min_element(want.begin(), want.end()), 1e-12);  // 10 digits shown
+    EXPECT_NEAR(hi, *std::max_element(want.begin(), want.end()), 1e-9);
+}
+
+// Values of one library call of n on a stream of the same key.
+template <class T>
+std::vector<T> library_draw(int n, T a, T b) {
+    xt::StreamHandle h;
+    const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
+    EXPECT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
+    std::vector<T> r(static_cast<std::size_t>(n));
+    if constexpr (sizeof(T) == 8)
+        rukdRngUniform(0, h.get(), n, r.data(), a, b);
+    else
+        ruksRngUniform(0, h.get(), n, r.data(), a, b);
+    return r;
+}
+
+template <class T>
+void check_binary_files(const char* precision, const char* descr) {
+    // More than one block of the command's draw.
+    const int n = 70001;
+    const std::string raw = temp_path("draw.bin"), npy = temp_path("draw.npy");
+    const std::string common = std::string(kKeyArg) + " --law uniform --params -1,3 --quiet --n " +
+                               std::to_string(n) + " --precision " + precision;
+    ASSERT_EQ(run_cli(common + " --out " + raw).exit_code, 0);
+    ASSERT_EQ(run_cli(common + " --out " + npy).exit_code, 0);
+    const std::string raw_bytes = slurp(raw), npy_bytes = slurp(npy);
+    std::remove(raw.c_str());
+    std::remove(npy.c_str());
+
+    const auto want = library_draw<T>(n, T(-1), T(3));
+    ASSERT_EQ(raw_bytes.size(), n * sizeof(T));
+    EXPECT_EQ(0, std::memcmp(raw_bytes.data(), want.data(), raw_bytes.size()));
+
+    // .npy 1.0: magic, version, little-endian header length, a dictionary
+    // padded to a multiple of 64 bytes and ended by a newline, then the data.
+    ASSERT_GT(npy_bytes.size(), 10u);
+    EXPECT_EQ(npy_bytes.substr(0, 8), std::string("\x93NUMPY\x01\x00", 8));
+    const std::size_t header = static_cast<unsigned char>(npy_bytes[8]) +
+                               256u * static_cast<unsigned char>(npy_bytes[9]);
+    EXPECT_EQ((10 + header) % 64, 0u);
+    const std::string dict = npy_bytes.substr(10, header);
+    EXPECT_EQ(dict.back(), '\n');
+    EXPECT_NE(dict.find(std::string("'descr': '") + descr + "'"), std::string::npos) << dict;
+    EXPECT_NE(dict.find("'fortran_order': False"), std::string::npos) << dict;
+    EXPECT_NE(dict.find("'shape': (" + std::to_string(n) + ",)"), std::string::npos) << dict;
+    EXPECT_EQ(npy_bytes.substr(10 + header), raw_bytes);
+}
+
+TEST(CliRng, RawAndNpyHoldOneCallsValues) {
+    check_binary_files<double>("double", "<f8");
+    check_binary_files<float>("single", "<f4");
+}
+
+TEST(CliRng, ProgressForLargeCounts) {
+    const CliResult r = run_cli("--n 4194304 --format raw --out /dev/null");
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_NE(r.err.find("100%"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("count 4194304"), std::string::npos) << r.err;
+    const CliResult quiet = run_cli("--n 4194304 --format raw --out /dev/null --quiet");
+    EXPECT_EQ(quiet.exit_code, 0);
+    EXPECT_EQ(quiet.err, "");
+}
+
+TEST(CliRng, BadInputIsRefusedWithAMessage) {
+    struct Case {
+        const char* args;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"--law nosuch", "unknown law 'nosuch'"},
+        {"--gen nosuch", "unknown generator 'nosuch'"},
+        {"--law uniform --params 1", "takes 2 parameters, 1 given"},
+        {"--params 1,x", "parameter 'x' is not a number"},
+        {"--seed 1,,2", "bad --seed list"},
+        {"--seed 0x100000000", "not a 32-bit word"},
+        {"--n -5", "--n wants a count"},
+        {"--precision half", "double or single"},
+        {"--format csv", "text, raw or npy"},
+        {"--bogus 1", "unknown option '--bogus'"},
+        {"--n", "needs a value"},
+        {"--out /nonexistent-dir/x.txt", "cannot open '/nonexistent-dir/x.txt'"},
+    };
+    for (const Case& c : cases) {
+        const CliResult r = run_cli(c.args);
+        EXPECT_NE(r.exit_code, 0) << c.args;
+        EXPECT_NE(r.err.find(c.message), std::string::npos) << c.args << ": " << r.err;
+    }
+}
+
+}  // namespace
