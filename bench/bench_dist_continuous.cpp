@@ -34,8 +34,19 @@ void BM_Exponential(benchmark::State& state) {
         std::exponential_distribution<double>(1.0));
 }
 
+// Both Box-Muller methods against <random>'s normal (two values per pair
+// of uniforms, the second kept for the next call).
+template <int Method>
+void BM_Gaussian(benchmark::State& state) {
+    against(
+        state, [](RukStream* s, int n, double* r) { rukdRngGaussian(Method, s, n, r, 0.0, 1.0); },
+        std::normal_distribution<double>(0.0, 1.0));
+}
+
 BENCHMARK(BM_Uniform)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Exponential)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Gaussian<RUK_METHOD_GAUSSIAN_SINGLE>)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Gaussian<RUK_METHOD_GAUSSIAN_PAIRED>)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

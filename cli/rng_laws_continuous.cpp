@@ -11,8 +11,21 @@ const RngRegistration continuous_laws(std::vector<LawChoice>{
      law2<double, rukdRngUniform>, law2<float, ruksRngUniform>},
     {"exponential", {"a", "beta"}, {0.0, 1.0}, "a - beta ln U",
      law2<double, rukdRngExponential>, law2<float, ruksRngExponential>},
+    {"laplace", {"a", "beta"}, {0.0, 1.0}, "a -+ beta ln U, sign by a second uniform",
+     law2<double, rukdRngLaplace>, law2<float, ruksRngLaplace>},
+    {"weibull", {"alpha", "a", "beta"}, {1.0, 0.0, 1.0}, "a + beta (-ln U)^(1/alpha)",
+     law3<double, rukdRngWeibull>, law3<float, ruksRngWeibull>},
+    {"cauchy", {"a", "beta"}, {0.0, 1.0}, "a + beta tan(pi (U - 1/2))",
+     law2<double, rukdRngCauchy>, law2<float, ruksRngCauchy>},
+    {"rayleigh", {"a", "beta"}, {0.0, 1.0}, "a + beta sqrt(-ln U)",
+     law2<double, rukdRngRayleigh>, law2<float, ruksRngRayleigh>},
     {"gumbel", {"a", "beta"}, {0.0, 1.0}, "a + beta ln(-ln U), long tail low",
      law2<double, rukdRngGumbel>, law2<float, ruksRngGumbel>},
+    {"gaussian", {"a", "sigma"}, {0.0, 1.0}, "mean a, deviation sigma (--method 0 or 1)",
+     law2<double, rukdRngGaussian>, law2<float, ruksRngGaussian>},
+    {"lognormal", {"a", "sigma", "b", "beta"}, {0.0, 1.0, 0.0, 1.0},
+     "b + beta exp(Gaussian(a, sigma))", law4<double, rukdRngLognormal>,
+     law4<float, ruksRngLognormal>},
 });
 
 }  // namespace

@@ -17,6 +17,10 @@
 
 #include "xebruk/rng_continuous.h"
 #include "xebruk/vm_explog.h"
+#include "xebruk/vm_pack.h"
+#include "xebruk/vm_power.h"
+#include "xebruk/vm_roots.h"
+#include "xebruk/vm_trig.h"
 
 namespace xeb::dist {
 
@@ -39,11 +43,21 @@ struct Precision<double> {
     using Work = long double;
     static constexpr double kTwoPi = 0x1.921fb54442d18p+2;   // 0x401921FB54442D18
     static constexpr double kHalfPi = 0x1.921fb54442d18p+0;  // 0x3FF921FB54442D18
+    static constexpr int32_t kGaussianChunk = RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR;
     static int32_t uniform(RukStream* s, int32_t n, double* r, double a, double b) {
         return rukdRngUniform(0, s, n, r, a, b);
     }
     static void ln(int n, double* r) { xebdLn_HA(n, r, r); }
     static void exp(int n, double* r) { xebdExp_HA(n, r, r); }
+    static void sqrt(int n, double* r) { xebdSqrt_HA(n, r, r); }
+    static void powx(int n, double* r, double b) { xebdPowx_HA(n, r, b, r); }
+    static void tan(int n, double* r) { xebdTan_50(n, r, r); }
+    static void sin(int n, const double* a, double* r) { xebdSin_HA(n, a, r); }
+    static void cos(int n, double* r) { xebdCos_HA(n, r, r); }
+    static void sincos(int n, const double* a, double* s, double* c) {
+        xebdSinCos_HA(n, a, s, c);
+    }
+    static void pack(int n, const double* a, int inc, double* y) { xebdPackI(n, a, inc, y); }
 };
 
 template <>
@@ -51,11 +65,19 @@ struct Precision<float> {
     using Work = float;
     static constexpr float kTwoPi = 0x1.921fb6p+2f;   // 0x40C90FDB
     static constexpr float kHalfPi = 0x1.921fb6p+0f;  // 0x3FC90FDB
+    static constexpr int32_t kGaussianChunk = RUK_CHUNK_GAUSSIAN_SINGLE_PAIR;
     static int32_t uniform(RukStream* s, int32_t n, float* r, float a, float b) {
         return ruksRngUniform(0, s, n, r, a, b);
     }
     static void ln(int n, float* r) { xebsLn_HA(n, r, r); }
     static void exp(int n, float* r) { xebsExp_HA(n, r, r); }
+    static void sqrt(int n, float* r) { xebsSqrt_HA(n, r, r); }
+    static void powx(int n, float* r, float b) { xebsPowx_HA(n, r, b, r); }
+    static void tan(int n, float* r) { xebsTan_21(n, r, r); }
+    static void sin(int n, const float* a, float* r) { xebsSin_21(n, a, r); }
+    static void cos(int n, float* r) { xebsCos_21(n, r, r); }
+    static void sincos(int n, const float* a, float* s, float* c) { xebsSinCos_21(n, a, s, c); }
+    static void pack(int n, const float* a, int inc, float* y) { xebsPackI(n, a, inc, y); }
 };
 
 // x * m + s, rounded once to T from the working precision.

@@ -11,6 +11,8 @@ command -v pkg-config >/dev/null || need+=(pkg-config)
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)
 [ -f /usr/include/mpfr.h ] || need+=(libmpfr-dev)
+# FFTW: peer of the signal benchmarks only; the library does not use it.
+[ -f /usr/include/fftw3.h ] || need+=(libfftw3-dev)
 if [ ${#need[@]} -gt 0 ]; then
   sudo_cmd=""
   [ "$(id -u)" -eq 0 ] || sudo_cmd="sudo"

@@ -22,16 +22,56 @@ XEBRUK_API int32_t ruksRngUniform(int32_t method, RukStream *stream, int32_t n, 
 
 /* Inverse-transform laws; U uniform on (0, 1).
  *   Exponential(a, beta)     a - beta ln U; the single form then max(., a)
+ *   Laplace(a, beta)         a -+ beta ln U1, minus when a second U2 <= 0.5
+ *   Weibull(alpha, a, beta)  a + beta (-ln U)^(1/alpha)
+ *   Cauchy(a, beta)          a + beta tan V, V uniform on (-pi/2, pi/2)
+ *   Rayleigh(a, beta)        a + beta sqrt(-ln U)  (no factor 2)
  *   Gumbel(a, beta)          a + beta ln(-ln U)    (long tail on the low side)
  * method is ignored. */
 XEBRUK_API int32_t rukdRngExponential(int32_t method, RukStream *stream, int32_t n, double *r,
                                       double a, double beta);
 XEBRUK_API int32_t ruksRngExponential(int32_t method, RukStream *stream, int32_t n, float *r,
                                       float a, float beta);
+XEBRUK_API int32_t rukdRngLaplace(int32_t method, RukStream *stream, int32_t n, double *r,
+                                  double a, double beta);
+XEBRUK_API int32_t ruksRngLaplace(int32_t method, RukStream *stream, int32_t n, float *r,
+                                  float a, float beta);
+XEBRUK_API int32_t rukdRngWeibull(int32_t method, RukStream *stream, int32_t n, double *r,
+                                  double alpha, double a, double beta);
+XEBRUK_API int32_t ruksRngWeibull(int32_t method, RukStream *stream, int32_t n, float *r,
+                                  float alpha, float a, float beta);
+XEBRUK_API int32_t rukdRngCauchy(int32_t method, RukStream *stream, int32_t n, double *r,
+                                 double a, double beta);
+XEBRUK_API int32_t ruksRngCauchy(int32_t method, RukStream *stream, int32_t n, float *r,
+                                 float a, float beta);
+XEBRUK_API int32_t rukdRngRayleigh(int32_t method, RukStream *stream, int32_t n, double *r,
+                                   double a, double beta);
+XEBRUK_API int32_t ruksRngRayleigh(int32_t method, RukStream *stream, int32_t n, float *r,
+                                   float a, float beta);
 XEBRUK_API int32_t rukdRngGumbel(int32_t method, RukStream *stream, int32_t n, double *r,
                                  double a, double beta);
 XEBRUK_API int32_t ruksRngGumbel(int32_t method, RukStream *stream, int32_t n, float *r,
                                  float a, float beta);
+
+/* Gaussian(a, sigma) by Box-Muller.  Method 0: one value per pair of
+ * uniforms.  Method 1: two values per pair; an odd count leaves the pair's
+ * uniforms in the stream (chunk 2 in double, 1 in single) and the next
+ * method-1 call continues the sequence.  Another method: -2. */
+#define RUK_METHOD_GAUSSIAN_SINGLE  0
+#define RUK_METHOD_GAUSSIAN_PAIRED  1
+#define RUK_CHUNK_GAUSSIAN_SINGLE_PAIR  1
+#define RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR  2
+XEBRUK_API int32_t rukdRngGaussian(int32_t method, RukStream *stream, int32_t n, double *r,
+                                   double a, double sigma);
+XEBRUK_API int32_t ruksRngGaussian(int32_t method, RukStream *stream, int32_t n, float *r,
+                                   float a, float sigma);
+
+/* Lognormal(a, sigma, b, beta): b + beta exp(G), G Gaussian(a, sigma) drawn
+ * by method 1 whatever method is given. */
+XEBRUK_API int32_t rukdRngLognormal(int32_t method, RukStream *stream, int32_t n, double *r,
+                                    double a, double sigma, double b, double beta);
+XEBRUK_API int32_t ruksRngLognormal(int32_t method, RukStream *stream, int32_t n, float *r,
+                                    float a, float sigma, float b, float beta);
 
 XEBRUK_EXTERN_C_END
 

@@ -7,6 +7,7 @@
 #include "vm_pack.h"
 #include "vm_power.h"
 #include "vm_roots.h"
+#include "vm_trig.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"

@@ -49,25 +49,30 @@ void measure_range(const KernelAccuracy& k, const Range& ra, const Range& rb, do
         else return sample_float(r, count, rng);
     };
     const bool binary = k.ref2 != nullptr;
-    std::vector<T> a = draw(ra), b = draw(rb), r(count);
+    std::vector<T> a = draw(ra), b = draw(rb), r(count), z(count);
     const bool scalar = k.dx != nullptr || k.sx != nullptr;
     if (scalar) b.assign(count, static_cast<T>(b_scalar));
     const int n = static_cast<int>(count);
     if constexpr (is_double) {
         if (k.d1) k.d1(n, a.data(), r.data());
         else if (k.dx) k.dx(n, a.data(), b_scalar, r.data());
+        else if (k.d1x2) k.d1x2(n, a.data(), r.data(), z.data());
         else k.d2(n, a.data(), b.data(), r.data());
     } else {
         if (k.s1) k.s1(n, a.data(), r.data());
         else if (k.sx) k.sx(n, a.data(), static_cast<float>(b_scalar), r.data());
+        else if (k.s1x2) k.s1x2(n, a.data(), r.data(), z.data());
         else k.s2(n, a.data(), b.data(), r.data());
     }
     const long double top = is_double ? DBL_MAX : FLT_MAX;
-    for (std::size_t i = 0; i < count; ++i) {
-        const long double ref = binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]);
+    auto check = [&](T got, long double ref, std::size_t i) {
         // A reference beyond the format's range is met by an infinity.
-        if (std::fabs(ref) > top && std::isinf(r[i])) continue;
-        keep_worst(m, r[i], ref, a[i], binary ? b[i] : a[i]);
+        if (std::fabs(ref) > top && std::isinf(got)) return;
+        keep_worst(m, got, ref, a[i], binary ? b[i] : a[i]);
+    };
+    for (std::size_t i = 0; i < count; ++i) {
+        check(r[i], binary ? k.ref2(a[i], b[i]) : k.ref1(a[i]), i);
+        if (k.ref1_second) check(z[i], k.ref1_second(a[i]), i);
     }
     m.count += count;
 }
@@ -144,6 +149,37 @@ KernelAccuracy scalar_row(const char* name, const char* form, double bound,
                           void (*f)(int, const float*, float, float*), RefBinary ref,
                           std::vector<Range> a, std::vector<double> b) {
     return scalar_row_in('s', &KernelAccuracy::sx, name, form, bound, f, ref, std::move(a), std::move(b));
+}
+
+namespace {
+
+void set_kernel(KernelAccuracy& k, void (*f)(int, const double*, double*, double*)) { k.d1x2 = f; }
+void set_kernel(KernelAccuracy& k, void (*f)(int, const float*, float*, float*)) { k.s1x2 = f; }
+
+template <class T>
+KernelAccuracy two_output(const char* name, const char* form, double bound,
+                          void (*f)(int, const T*, T*, T*), RefUnary ref_y, RefUnary ref_z,
+                          std::vector<Range> a) {
+    KernelAccuracy k = entry(name, sizeof(T) == sizeof(double) ? 'd' : 's', form, bound);
+    set_kernel(k, f);
+    k.ref1 = ref_y;
+    k.ref1_second = ref_z;
+    k.a_ranges = std::move(a);
+    return k;
+}
+
+}  // namespace
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
+}
+
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const float*, float*, float*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a) {
+    return two_output(name, form, bound, f, ref_y, ref_z, std::move(a));
 }
 
 Measurement measure(const KernelAccuracy& k, std::size_t count, uint64_t seed) {

@@ -29,8 +29,11 @@ struct KernelAccuracy {
     void (*s2)(int, const float*, const float*, float*) = nullptr;
     void (*dx)(int, const double*, double, double*) = nullptr;  // scalar second argument
     void (*sx)(int, const float*, float, float*) = nullptr;
+    void (*d1x2)(int, const double*, double*, double*) = nullptr;  // one in, two out
+    void (*s1x2)(int, const float*, float*, float*) = nullptr;
     RefUnary ref1 = nullptr;
     RefBinary ref2 = nullptr;
+    RefUnary ref1_second = nullptr;  // reference of the second output (two-output kernels)
     std::vector<Range> a_ranges;  // first argument
     std::vector<Range> b_ranges;  // second argument (binary kernels)
     std::vector<double> b_scalars;  // scalar second argument: each value against every a range
@@ -62,6 +65,14 @@ KernelAccuracy scalar_row(const char* name, const char* form, double bound,
 KernelAccuracy scalar_row(const char* name, const char* form, double bound,
                           void (*f)(int, const float*, float, float*), RefBinary ref,
                           std::vector<Range> a, std::vector<double> b);
+// Kernels of one input and two outputs (n, a, y, z): y against ref_y, z
+// against ref_z; the measure is the worse of the two.
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const double*, double*, double*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a);
+KernelAccuracy two_output_row(const char* name, const char* form, double bound,
+                              void (*f)(int, const float*, float*, float*), RefUnary ref_y,
+                              RefUnary ref_z, std::vector<Range> a);
 
 // Ranges used by many families.
 extern const Range kAllDoubles;  // every finite nonzero double magnitude, both signs

@@ -1,0 +1,42 @@
+// Lognormal(a, sigma, b, beta): b + beta exp(G), G Gaussian of mean a and
+// standard deviation sigma.  G always comes from the paired Gaussian
+// method, whatever method the caller names, so that an odd count leaves
+// its half pair in the stream for the next call of either law.
+//
+// Error: that of G (a few ulp of its size, see gaussian.cpp), magnified by
+// |G| in the exponential, plus the exponential (below 1 ulp) and the final
+// pass.
+#include "dist/continuous.h"
+
+namespace xeb::dist {
+namespace {
+
+inline int32_t gaussian(RukStream* s, int32_t n, double* r, double a, double sigma) {
+    return rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s, n, r, a, sigma);
+}
+inline int32_t gaussian(RukStream* s, int32_t n, float* r, float a, float sigma) {
+    return ruksRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s, n, r, a, sigma);
+}
+
+template <class T>
+int32_t lognormal(RukStream* stream, int32_t n, T* r, T a, T sigma, T b, T beta) {
+    const int32_t status = gaussian(stream, n, r, a, sigma);
+    if (status < 0) return status;
+    Precision<T>::exp(n, r);
+    affine(n, r, beta, b);
+    return status;
+}
+
+}  // namespace
+}  // namespace xeb::dist
+
+using namespace xeb::dist;
+
+int32_t rukdRngLognormal(int32_t, RukStream* stream, int32_t n, double* r, double a,
+                         double sigma, double b, double beta) {
+    return lognormal(stream, n, r, a, sigma, b, beta);
+}
+int32_t ruksRngLognormal(int32_t, RukStream* stream, int32_t n, float* r, float a, float sigma,
+                         float b, float beta) {
+    return lognormal(stream, n, r, a, sigma, b, beta);
+}

@@ -1,0 +1,54 @@
+// Linear convolution and cross-correlation of dense float arrays.  Each
+// entry chooses by itself between direct arithmetic and the real FFT
+// (overlapped when one input is much longer), and keeps nothing between
+// calls.  Statuses are those of signal/primitives.h.
+#pragma once
+
+#include <cstdint>
+
+namespace xeb::sig {
+
+// dst[n] = sum_i src1[i] src2[n - i], len1 + len2 - 1 values.
+int32_t sigConvolve32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst);
+
+// dst[j] = sum_i src1[i] src2[i + lowLag + j], j < dstLen; lags without any
+// overlap give 0.
+int32_t sigCrossCorr32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
+                        int32_t dstLen, int32_t lowLag);
+
+// dst[i + j] += longSig[i] shortSig[j].
+void sigConvAccumulate32f(const float* longSig, int32_t longLen, const float* shortSig, int32_t shortLen,
+                          float* dst);
+
+// Direct correlation kernels: output j is the dot product of `fixed` with
+// the moving signal at moving + j (moving - j for FullBack) over `len`
+// points (len - j for Ramp and Tail).  Ramp writes from dst downward
+// (dst, dst - 1, ...), the others upward.
+void sigCorrRamp32f(const float* moving, const float* fixed, int32_t len, float* dst, int32_t count);
+void sigCorrFullForward32f(const float* moving, const float* fixed, int32_t len, float* dst, int32_t count);
+void sigCorrFullBack32f(const float* moving, const float* fixed, int32_t len, float* dst, int32_t count);
+void sigCorrTail32f(const float* moving, const float* fixed, int32_t len, float* dst, int32_t count);
+
+// Lags first .. first + dstLen - 1 of the full correlation (index n holds lag
+// n - (len1 - 1)) by one FFT of the smallest power of two holding it.
+int32_t sigCorrFft32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
+                      int32_t dstLen, int32_t first);
+
+// How sigConvolve32f computes a pair of lengths: the path, and for the FFT
+// paths the transform order and the outputs per block.
+enum class sigConvPath { Direct, DirectBlocked, OneShot, OverlapSave };
+struct sigConvChoice {
+    sigConvPath path;
+    int32_t order;
+    int64_t step;
+};
+sigConvChoice sigConvolveChoice(int32_t len1, int32_t len2);
+
+// The choice thresholds.
+constexpr int32_t kDirectMaxOutputs = 256;  // fewer outputs: direct
+constexpr int32_t kDirectMaxTaps = 32;      // a shorter filter: direct
+constexpr int32_t kDirectBlock = 4096;      // long inputs go through dst in blocks
+constexpr int32_t kOneShotRatio = 3;        // L below 3 S: one transform
+constexpr int32_t kCorrDirectMax = 383;     // weighted lag count still direct
+
+}  // namespace xeb::sig

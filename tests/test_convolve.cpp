@@ -1,0 +1,238 @@
+// Linear convolution and correlation against a direct long double sum.
+// FFT arithmetic is accurate relative to the largest sum_i |x_i| |h_(k-i)|
+// over all outputs, so that global scale sets the bound.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include "signal/convolve.h"
+#include "signal/primitives.h"
+#include "support/scale.h"
+#include "support/signals.h"
+
+namespace {
+
+using namespace xeb::sig;
+
+// Largest error of y against the reference, relative to the largest
+// absolute sum of any output.
+struct Reference {
+    std::vector<long double> value, abs_sum;
+    double error_of(const float* y) const {
+        long double scale = 0, worst = 0;
+        for (std::size_t k = 0; k < value.size(); ++k) scale = std::max(scale, abs_sum[k]);
+        for (std::size_t k = 0; k < value.size(); ++k) worst = std::max(worst, fabsl(y[k] - value[k]));
+        return scale > 0 ? static_cast<double>(worst / scale) : static_cast<double>(worst);
+    }
+};
+
+Reference convolution(const std::vector<float>& x, const std::vector<float>& h) {
+    Reference r;
+    r.value.assign(x.size() + h.size() - 1, 0);
+    r.abs_sum.assign(r.value.size(), 0);
+    for (std::size_t i = 0; i < x.size(); ++i)
+        for (std::size_t j = 0; j < h.size(); ++j) {
+            const long double p = static_cast<long double>(x[i]) * h[j];
+            r.value[i + j] += p;
+            r.abs_sum[i + j] += fabsl(p);
+        }
+    return r;
+}
+
+// Lags low .. low + count - 1 of sum_i a[i] b[i + lag].
+Reference correlation(const std::vector<float>& a, const std::vector<float>& b, int64_t low, int64_t count) {
+    Reference r;
+    r.value.assign(count, 0);
+    r.abs_sum.assign(count, 0);
+    const auto n1 = static_cast<int64_t>(a.size()), n2 = static_cast<int64_t>(b.size());
+    for (int64_t j = 0; j < count; ++j) {
+        const int64_t lag = low + j;
+        for (int64_t i = std::max<int64_t>(0, -lag); i < n1 && i + lag < n2; ++i) {
+            const long double p = static_cast<long double>(a[i]) * b[i + lag];
+            r.value[j] += p;
+            r.abs_sum[j] += fabsl(p);
+        }
+    }
+    return r;
+}
+
+struct Case {
+    int32_t len1, len2;
+    sigConvPath path;
+    int32_t order;
+    int64_t step;
+};
+
+// The thresholds decide the path: the boundary examples and every branch.
+TEST(Convolve, ChoiceOfPath) {
+    const Case cases[] = {
+        {255, 1, sigConvPath::Direct, 0, 0},
+        {56, 200, sigConvPath::Direct, 0, 0},        // 255 outputs, S 200
+        {225, 32, sigConvPath::OverlapSave, 7, 97},  // 256 outputs, M 64, N 128
+        {300, 31, sigConvPath::Direct, 0, 0},        // filter below 32 taps
+        {1, 5000, sigConvPath::DirectBlocked, 0, 0},
+        {100000, 31, sigConvPath::DirectBlocked, 0, 0},
+        {157, 100, sigConvPath::OneShot, 8, 256},
+        {100, 299, sigConvPath::OneShot, 9, 398},
+        {300, 100, sigConvPath::OverlapSave, 9, 413},
+        {1000, 1000, sigConvPath::OneShot, 11, 1999},
+    };
+    for (const Case& c : cases) {
+        const sigConvChoice got = sigConvolveChoice(c.len1, c.len2);
+        EXPECT_EQ(got.path, c.path) << c.len1 << " " << c.len2;
+        if (c.path == sigConvPath::OneShot || c.path == sigConvPath::OverlapSave) {
+            EXPECT_EQ(got.order, c.order) << c.len1 << " " << c.len2;
+            EXPECT_EQ(got.step, c.step) << c.len1 << " " << c.len2;
+        }
+    }
+}
+
+// Every path against the reference; direct paths work without any
+// allocation, FFT paths report -9 when allocation fails.
+TEST(Convolve, AllPathsAgainstReference) {
+    const int32_t big = static_cast<int32_t>(xt::scaled(100000, 20000));
+    const std::pair<int32_t, int32_t> sizes[] = {
+        {1, 1},   {1, 7},     {7, 1},   {3, 5},      {56, 200},   {200, 56},  {1, 5000},  {5000, 1},
+        {4096, 2}, {10001, 31}, {9000, 17}, {225, 32}, {157, 100}, {100, 299}, {300, 100}, {1000, 1000},
+        {777, 512}, {big, 64},  {20000, 1000}, {70, 4000}, {255, 200},
+    };
+    for (auto [l1, l2] : sizes) {
+        const auto x = xt::uniform_signal(l1, l1 * 31 + l2), h = xt::uniform_signal(l2, l2 * 17 + 1);
+        const Reference ref = convolution(x, h);
+        std::vector<float> y(ref.value.size() + 1, 99.0f);
+        ASSERT_EQ(sigConvolve32f(x.data(), l1, h.data(), l2, y.data()), SIG_OK);
+        EXPECT_LT(ref.error_of(y.data()), 1e-5) << l1 << " " << l2;
+        EXPECT_EQ(y.back(), 99.0f) << "written past the end";
+        const sigConvPath path = sigConvolveChoice(l1, l2).path;
+        const bool direct = path == sigConvPath::Direct || path == sigConvPath::DirectBlocked;
+        sigFailAllocationsAfter(0);
+        EXPECT_EQ(sigConvolve32f(x.data(), l1, h.data(), l2, y.data()), direct ? SIG_OK : SIG_ERR_MEMORY);
+        sigFailAllocationsAfter(-1);
+    }
+    // The filter spectrum and the first block of overlap-save, each failing
+    // after the plan was made.
+    const auto x = xt::uniform_signal(2000, 1), h = xt::uniform_signal(100, 2);
+    std::vector<float> y(2099);
+    sigFailAllocationsAfter(6);  // the six allocations of the plan succeed
+    EXPECT_EQ(sigConvolve32f(x.data(), 2000, h.data(), 100, y.data()), SIG_ERR_MEMORY);
+    sigFailAllocationsAfter(-1);
+    float v = 1;
+    EXPECT_EQ(sigConvolve32f(nullptr, 1, &v, 1, &v), SIG_ERR_NULL);
+    EXPECT_EQ(sigConvolve32f(&v, 0, &v, 1, &v), SIG_ERR_SIZE);
+    EXPECT_EQ(sigConvolve32f(&v, INT32_MAX, &v, 2, &v), SIG_ERR_SIZE);  // result beyond 32 bits
+    EXPECT_EQ(v, 1.0f);
+}
+
+// One accumulation of a long signal equals accumulations of its blocks, each
+// shifted by its start: the direct path's blocking changes nothing.
+TEST(Convolve, AccumulateBlockIndependence) {
+    for (int32_t taps : {1, 3, 4, 5, 9, 31}) {
+        const int32_t n = 1000;
+        const auto x = xt::uniform_signal(n, taps), h = xt::uniform_signal(taps, 100 + taps);
+        std::vector<float> whole(n + taps - 1, 0.5f), parts(n + taps - 1, 0.5f);
+        sigConvAccumulate32f(x.data(), n, h.data(), taps, whole.data());
+        int32_t pos = 0;
+        for (int32_t block : {1, 7, 8, 13, 100, 371, 500}) {
+            block = std::min(block, n - pos);
+            sigConvAccumulate32f(x.data() + pos, block, h.data(), taps, parts.data() + pos);
+            pos += block;
+        }
+        ASSERT_EQ(pos, n);
+        const Reference ref = convolution(x, h);
+        for (std::size_t k = 0; k < whole.size(); ++k) {
+            EXPECT_NEAR(whole[k], parts[k], 1e-5) << taps << " " << k;
+            EXPECT_NEAR(whole[k], 0.5 + static_cast<double>(ref.value[k]), 1e-5) << taps << " " << k;
+        }
+    }
+}
+
+// Every lag range: wholly before or after the overlap, partial and whole
+// overlaps, both length orders, outputs at every alignment.
+TEST(CrossCorr, DirectRangesAgainstReference) {
+    const int32_t lens[] = {1, 2, 3, 7, 8, 13, 40, 101};
+    std::vector<float> out(700);
+    for (int32_t l1 : lens)
+        for (int32_t l2 : lens) {
+            const auto a = xt::uniform_signal(l1, l1 * 7 + l2), b = xt::uniform_signal(l2, l2 * 5 + 3);
+            for (int32_t low = -l1 - 4; low <= l2 + 2; low += (l1 + l2 > 60 ? 5 : 1))
+                for (int32_t count : {1, 3, 6, 9, 50, 250}) {
+                    for (int offset : {0, 1, 3}) {
+                        std::fill(out.begin(), out.end(), 77.0f);
+                        float* dst = out.data() + 4 + offset;
+                        ASSERT_EQ(sigCrossCorr32f(a.data(), l1, b.data(), l2, dst, count, low), SIG_OK);
+                        const Reference ref = correlation(a, b, low, count);
+                        ASSERT_LT(ref.error_of(dst), 1e-6) << l1 << " " << l2 << " " << low << " " << count;
+                        ASSERT_EQ(dst[count], 77.0f);
+                        ASSERT_EQ(dst[-1], 77.0f);
+                    }
+                }
+        }
+}
+
+// The weighted lag count picks the FFT above 383; lags without overlap never
+// reach it.
+TEST(CrossCorr, FftChoiceAndResults) {
+    const int32_t n = 3000;
+    const auto a = xt::uniform_signal(n, 1), b = xt::uniform_signal(n, 2);
+    std::vector<float> out(1000);
+    struct Row {
+        int32_t count, low;
+        bool fft;
+    };
+    // A leading lag without overlap or lags beyond the end shorten the
+    // count before it is weighed.
+    for (const Row& r : {Row{4, -2, false}, Row{383, -100, false}, Row{384, -100, true}, Row{385, -3000, true},
+                         Row{384, -3000, false}, Row{500, 2700, false}, Row{700, 2600, true},
+                         Row{384, -3383, false}}) {
+        const Reference ref = correlation(a, b, r.low, r.count);
+        ASSERT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data(), r.count, r.low), SIG_OK);
+        EXPECT_LT(ref.error_of(out.data()), 1e-5) << r.count << " " << r.low;
+        sigFailAllocationsAfter(0);
+        EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data(), r.count, r.low),
+                  r.fft ? SIG_ERR_MEMORY : SIG_OK)
+            << r.count << " " << r.low;
+        sigFailAllocationsAfter(-1);
+    }
+    // Lags wholly below 1 - len1 or wholly from len2 on: zeros, no FFT.
+    sigFailAllocationsAfter(0);
+    for (int32_t low : {-5000, n}) {
+        std::fill(out.begin(), out.end(), 5.0f);
+        EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data(), 500, low), SIG_OK);
+        for (int i = 0; i < 500; ++i) ASSERT_EQ(out[i], 0.0f) << low;
+    }
+    sigFailAllocationsAfter(-1);
+    // Unequal lengths through the FFT, both orders.
+    const auto c = xt::uniform_signal(700, 3);
+    for (bool swap : {false, true}) {
+        const auto& s1 = swap ? a : c;
+        const auto& s2 = swap ? c : a;
+        std::vector<float> y(1500);
+        const int32_t low = swap ? -2800 : -600;
+        ASSERT_EQ(sigCrossCorr32f(s1.data(), static_cast<int32_t>(s1.size()), s2.data(),
+                                  static_cast<int32_t>(s2.size()), y.data(), 1500, low),
+                  SIG_OK);
+        EXPECT_LT(correlation(s1, s2, low, 1500).error_of(y.data()), 1e-5) << swap;
+    }
+    // The smallest FFT correlations use N of 2.
+    const float one[1] = {3.0f}, two[2] = {2.0f, -1.0f};
+    float z[2];
+    ASSERT_EQ(sigCorrFft32f(one, 1, one, 1, z, 1, 0), SIG_OK);
+    EXPECT_NEAR(z[0], 9.0f, 1e-6);
+    ASSERT_EQ(sigCorrFft32f(one, 1, two, 2, z, 2, 0), SIG_OK);
+    EXPECT_NEAR(z[0], 6.0f, 1e-6);
+    EXPECT_NEAR(z[1], -3.0f, 1e-6);
+    // Lags at the ends of the 32-bit range: zeros, no overflow.
+    std::fill(out.begin(), out.end(), 5.0f);
+    EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data(), 10, INT32_MIN), SIG_OK);
+    EXPECT_EQ(sigCrossCorr32f(a.data(), n, b.data(), n, out.data() + 10, 10, INT32_MAX - 5), SIG_OK);
+    for (int i = 0; i < 20; ++i) ASSERT_EQ(out[i], 0.0f);
+    float v = 1;
+    EXPECT_EQ(sigCrossCorr32f(&v, 1, nullptr, 1, &v, 1, 0), SIG_ERR_NULL);
+    EXPECT_EQ(sigCrossCorr32f(&v, 1, &v, 1, &v, 0, 0), SIG_ERR_SIZE);
+}
+
+}  // namespace

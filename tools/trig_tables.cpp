@@ -1,0 +1,349 @@
+// Writes vecmath/trig_tables.inc: the constant tables of the trigonometric
+// family, computed with MPFR at 320 bits (4/pi at 1600) and rounded once to double.
+//
+//   pi_bits        4/pi in 25-bit pieces scaled by 2^200 (reduction of huge x)
+//   sin_cos_rows   sin and cos of j*pi/32, each as a high and a low double
+//   tan_rows       Taylor expansions of tan (or of tan less its pole) at j*pi/32
+//   sin_bands      per-band fits of sin t / t - 1 for the double Sin and Cos
+//   sin_cos_bands  per-band fits of sin and cos for the double SinCos
+//
+// The band fits are made one coefficient at a time: fit the remaining
+// coefficients by interpolation at Chebyshev nodes of the band, round the
+// lowest one to double, and refit the rest against what the rounded ones
+// leave.  The later coefficients so absorb the rounding of the earlier ones.
+// Near zero the bands reach 2^-64 and better; towards pi/2 the degree of the
+// polynomial limits them (2^-57 for sin_bands, 2^-59 for sin_cos_bands, a
+// few hundredths of an ulp); each table's comment gives its measured worst.
+//
+// usage: trig_tables <output file>
+#include <mpfr.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr mpfr_prec_t kPrec = 320;  // fits and series; pi_bits uses its own 1600
+
+struct Big {
+    mpfr_t v;
+    Big() { mpfr_init2(v, kPrec); mpfr_set_zero(v, 1); }
+    Big(double d) { mpfr_init2(v, kPrec); mpfr_set_d(v, d, MPFR_RNDN); }
+    Big(const Big& o) { mpfr_init2(v, kPrec); mpfr_set(v, o.v, MPFR_RNDN); }
+    Big& operator=(const Big& o) { mpfr_set(v, o.v, MPFR_RNDN); return *this; }
+    ~Big() { mpfr_clear(v); }
+    double d() const { return mpfr_get_d(v, MPFR_RNDN); }
+};
+
+Big operator+(const Big& a, const Big& b) { Big r; mpfr_add(r.v, a.v, b.v, MPFR_RNDN); return r; }
+Big operator-(const Big& a, const Big& b) { Big r; mpfr_sub(r.v, a.v, b.v, MPFR_RNDN); return r; }
+Big operator*(const Big& a, const Big& b) { Big r; mpfr_mul(r.v, a.v, b.v, MPFR_RNDN); return r; }
+Big operator/(const Big& a, const Big& b) { Big r; mpfr_div(r.v, a.v, b.v, MPFR_RNDN); return r; }
+
+Big pi() { Big r; mpfr_const_pi(r.v, MPFR_RNDN); return r; }
+Big sin_of(const Big& x) { Big r; mpfr_sin(r.v, x.v, MPFR_RNDN); return r; }
+Big cos_of(const Big& x) { Big r; mpfr_cos(r.v, x.v, MPFR_RNDN); return r; }
+Big tan_of(const Big& x) { Big r; mpfr_tan(r.v, x.v, MPFR_RNDN); return r; }
+Big sqrt_of(const Big& x) { Big r; mpfr_sqrt(r.v, x.v, MPFR_RNDN); return r; }
+Big pow_of(const Big& x, long k) { Big r; mpfr_pow_si(r.v, x.v, k, MPFR_RNDN); return r; }
+
+std::string hex(double d) {
+    char buf[64];
+    if (d == 0) std::snprintf(buf, sizeof buf, "%s0x0p+0", std::signbit(d) ? "-" : "");
+    else std::snprintf(buf, sizeof buf, "%a", d);
+    return buf;
+}
+
+// Solves the small dense system m * x = b in place (Gaussian elimination
+// with partial pivoting, in full precision).
+std::vector<Big> solve(std::vector<std::vector<Big>> m, std::vector<Big> b) {
+    const std::size_t n = b.size();
+    for (std::size_t c = 0; c < n; ++c) {
+        std::size_t p = c;
+        for (std::size_t r = c + 1; r < n; ++r)
+            if (mpfr_cmpabs(m[r][c].v, m[p][c].v) > 0) p = r;
+        std::swap(m[c], m[p]);
+        std::swap(b[c], b[p]);
+        for (std::size_t r = c + 1; r < n; ++r) {
+            const Big f = m[r][c] / m[c][c];
+            for (std::size_t k = c; k < n; ++k) m[r][k] = m[r][k] - f * m[c][k];
+            b[r] = b[r] - f * b[c];
+        }
+    }
+    std::vector<Big> x(n);
+    for (std::size_t c = n; c-- > 0;) {
+        Big acc = b[c];
+        for (std::size_t k = c + 1; k < n; ++k) acc = acc - m[c][k] * x[k];
+        x[c] = acc / m[c][c];
+    }
+    return x;
+}
+
+// Largest fit error of the table being built, for its comment.
+double worst_fit = 0;
+
+Big eval_fit(const std::vector<double>& coef, int first_power, const Big& s) {
+    Big acc;
+    for (std::size_t k = 0; k < coef.size(); ++k)
+        acc = acc + Big(coef[k]) * pow_of(s, first_power + static_cast<long>(k));
+    return acc;
+}
+
+// Largest |fit(s) - f(s)| over a grid of the band.
+double fit_error(const std::function<Big(const Big&)>& f, const std::vector<double>& coef,
+                 int first_power, const Big& s_lo, const Big& s_hi) {
+    Big worst;
+    for (int i = 0; i <= 256; ++i) {
+        const Big s = s_lo + (s_hi - s_lo) * Big(i / 256.0);
+        Big e = eval_fit(coef, first_power, s) - f(s);
+        mpfr_abs(e.v, e.v, MPFR_RNDN);
+        if (mpfr_cmp(e.v, worst.v) > 0) worst = e;
+    }
+    return worst.d();
+}
+
+// Fits f(s) ~ sum_k coef[k] * s^(first_power + k) on [s_lo, s_hi] with
+// every coefficient a double, lowest power first.  Two candidates: the
+// interpolant at Chebyshev nodes rounded as a whole, and the one-at-a-time
+// fit of the file comment; the second is kept only where the first is not
+// already below 2^-66 (bands far from zero, where the rounding of B1 alone
+// costs a quarter of an ulp), and only where it measures better: near zero
+// it would bend the higher coefficients to absorb an error the basis cannot
+// express.
+std::vector<double> fit_band(const std::function<Big(const Big&)>& f, const Big& s_lo,
+                             const Big& s_hi, int first_power, int count) {
+    const Big half_width = (s_hi - s_lo) * Big(0.5), mid = (s_hi + s_lo) * Big(0.5);
+    auto interpolate = [&](const std::vector<double>& fixed) {
+        const int free = count - static_cast<int>(fixed.size());
+        std::vector<std::vector<Big>> m(free, std::vector<Big>(free));
+        std::vector<Big> rhs(free);
+        for (int i = 0; i < free; ++i) {
+            const Big angle = pi() * Big(2.0 * i + 1) / Big(2.0 * free);
+            const Big s = mid + half_width * cos_of(angle);
+            rhs[i] = f(s) - eval_fit(fixed, first_power, s);
+            for (int k = 0; k < free; ++k)
+                m[i][k] = pow_of(s, first_power + static_cast<long>(fixed.size()) + k);
+        }
+        return solve(m, rhs);
+    };
+    std::vector<double> whole;
+    for (const Big& c : interpolate({})) whole.push_back(c.d());
+    const double whole_error = fit_error(f, whole, first_power, s_lo, s_hi);
+    if (whole_error < 0x1p-66) {
+        worst_fit = std::max(worst_fit, whole_error);
+        return whole;
+    }
+    std::vector<double> coef;
+    while (static_cast<int>(coef.size()) < count) coef.push_back(interpolate(coef)[0].d());
+    const double coef_error = fit_error(f, coef, first_power, s_lo, s_hi);
+    worst_fit = std::max(worst_fit, std::min(coef_error, whole_error));
+    return coef_error < whole_error ? coef : whole;
+}
+
+// sin t / t - 1 as a function of s = t^2.
+Big sin_ratio_less_one(const Big& s) {
+    if (mpfr_zero_p(s.v)) return Big(0.0);
+    const Big t = sqrt_of(s);
+    return sin_of(t) / t - Big(1.0);
+}
+
+// cos t - 1 + s/2 as a function of s = t^2.
+Big cos_less_two_terms(const Big& s) {
+    return cos_of(sqrt_of(s)) - Big(1.0) + s * Big(0.5);
+}
+
+void band_table(std::FILE* out, const char* name, const char* what, int rows, int filler,
+                double bands_per_unit,
+                const std::vector<std::function<std::vector<double>(const Big&, const Big&)>>& fits) {
+    int columns = 0;
+    worst_fit = 0;
+    std::vector<std::vector<double>> table;
+    for (int k = 0; k < rows; ++k) {
+        Big t_lo = Big(k - 0.5) / Big(bands_per_unit), t_hi = Big(k + 0.5) / Big(bands_per_unit);
+        if (k == 0) t_lo = Big(0.0);
+        std::vector<double> row;
+        for (const auto& fit : fits) {
+            const std::vector<double> c = fit(t_lo * t_lo, t_hi * t_hi);
+            row.insert(row.end(), c.begin(), c.end());
+        }
+        columns = static_cast<int>(row.size());
+        table.push_back(row);
+    }
+    for (int k = 0; k < filler; ++k) table.push_back(table.back());
+    std::fprintf(out, "// %s\n// Largest fit error over all bands, relative to sin and to cos: 2^%.1f.\n", what,
+                 std::log2(worst_fit));
+    std::fprintf(out, "inline constexpr double %s[%d][%d] = {\n", name, rows + filler, columns);
+    for (std::size_t k = 0; k < table.size(); ++k) {
+        std::fprintf(out, "    {");
+        for (int c = 0; c < columns; ++c)
+            std::fprintf(out, "%s%s", hex(table[k][c]).c_str(), c + 1 < columns ? ", " : "");
+        std::fprintf(out, "},%s\n", static_cast<int>(k) >= rows ? "  // filler" : "");
+    }
+    std::fprintf(out, "};\n\n");
+}
+
+// Pieces of 4/pi: row i (1..49) holds bits 25(i-1) to 25i-1 of the binary
+// expansion after the leading one, times 2^200; row 0 is zero.
+void pi_bits(std::FILE* out) {
+    mpfr_t four_over_pi, upto, before;
+    for (mpfr_t* m : {&four_over_pi, &upto, &before}) mpfr_init2(*m, 1600);
+    mpfr_const_pi(four_over_pi, MPFR_RNDN);
+    mpfr_ui_div(four_over_pi, 4, four_over_pi, MPFR_RNDN);
+    std::fprintf(out,
+                 "// 4/pi in 25-bit pieces: row i (i >= 1) holds bits 25(i-1)+1 to 25i of its\n"
+                 "// binary expansion (the first bit being the leading one), at weight 2^200\n"
+                 "// times their true weight; row 0 is zero.\n"
+                 "inline constexpr double pi_bits[50] = {\n    0x0p+0,\n");
+    for (int i = 1; i < 50; ++i) {
+        mpfr_mul_2si(upto, four_over_pi, 25 * i - 1, MPFR_RNDN);
+        mpfr_floor(upto, upto);
+        mpfr_mul_2si(before, four_over_pi, 25 * (i - 1) - 1, MPFR_RNDN);
+        mpfr_floor(before, before);
+        mpfr_mul_2si(before, before, 25, MPFR_RNDN);
+        mpfr_sub(upto, upto, before, MPFR_RNDN);  // the piece as an integer, exact
+        mpfr_mul_2si(upto, upto, 200 - 25 * i + 1, MPFR_RNDN);
+        std::fprintf(out, "    %s,\n", hex(mpfr_get_d(upto, MPFR_RNDN)).c_str());
+    }
+    std::fprintf(out, "};\n\n");
+    for (mpfr_t* m : {&four_over_pi, &upto, &before}) mpfr_clear(*m);
+}
+
+void sin_cos_rows(std::FILE* out) {
+    std::fprintf(out,
+                 "// Row j: cos(j*pi/32) = cos_hi + cos_lo with cos_hi in {-1, 0, 1} (so that\n"
+                 "// cos_hi * r is exact), sin(j*pi/32) = sin_hi + sin_lo, sin_hi the nearest\n"
+                 "// double.  Columns: cos_lo, sin_hi, sin_lo, cos_hi.\n"
+                 "inline constexpr double sin_cos_rows[64][4] = {\n");
+    for (int j = 0; j < 64; ++j) {
+        double c_hi = 0, c_lo = 0, s_hi = 0, s_lo = 0;
+        if (j % 16 != 0) {  // rows on the axes are exact
+            const Big th = pi() * Big(j) / Big(32.0);
+            const Big c = cos_of(th), s = sin_of(th);
+            c_hi = mpfr_cmp_d(c.v, 0.5) > 0 ? 1.0 : mpfr_cmp_d(c.v, -0.5) < 0 ? -1.0 : 0.0;
+            c_lo = (c - Big(c_hi)).d();
+            s_hi = s.d();
+            s_lo = (s - Big(s_hi)).d();
+        } else {
+            c_hi = (j == 0) ? 1.0 : (j == 32) ? -1.0 : 0.0;
+            s_hi = (j == 16) ? 1.0 : (j == 48) ? -1.0 : 0.0;
+        }
+        std::fprintf(out, "    {%s, %s, %s, %s},\n", hex(c_lo).c_str(), hex(s_hi).c_str(),
+                     hex(s_lo).c_str(), hex(c_hi).c_str());
+    }
+    std::fprintf(out, "};\n\n");
+}
+
+// Taylor coefficients (degrees 0..15) of tan(th + r) at th = j*pi/32 for
+// plain rows, and of h(d + r) = 1/(d + r) - cot(d + r), which equals
+// tan(th + r) + 1/(th + r - pi/2) with d = th - pi/2, for pole rows.
+std::vector<Big> tan_taylor(int j, bool pole) {
+    std::vector<Big> a(16);
+    if (!pole) {
+        // tan' = 1 + tan^2 gives (k+1) a[k+1] = [k == 0] + sum a[i] a[k-i].
+        const Big th = pi() * Big(j < 16 ? j : j - 32) / Big(32.0);
+        a[0] = tan_of(th);
+        for (int k = 0; k + 1 < 16; ++k) {
+            Big acc(k == 0 ? 1.0 : 0.0);
+            for (int i = 0; i <= k; ++i) acc = acc + a[i] * a[k - i];
+            a[k + 1] = acc / Big(k + 1.0);
+        }
+        return a;
+    }
+    // h(z) = sum_{n>=1} 2 zeta(2n) z^(2n-1) / pi^(2n), for |z| < pi.
+    const Big d = pi() * Big(j - 16) / Big(32.0);
+    for (int n = 1; n <= 400; ++n) {
+        Big zeta;
+        mpfr_zeta_ui(zeta.v, 2 * n, MPFR_RNDN);
+        const Big an = Big(2.0) * zeta / pow_of(pi(), 2 * n);
+        const int p = 2 * n - 1;
+        Big binom(1.0);  // C(p, k)
+        for (int k = 0; k <= p && k < 16; ++k) {
+            a[k] = a[k] + an * binom * pow_of(d, p - k);
+            binom = binom * Big(p - k) / Big(k + 1.0);
+        }
+    }
+    return a;
+}
+
+void tan_rows(std::FILE* out) {
+    std::fprintf(out,
+                 "// Row j, th = j*pi/32.  Plain rows (j <= 8, j >= 24) expand tan(th + r);\n"
+                 "// pole rows (9..23) expand tan(th + r) + 1/(th + r - pi/2), smooth there.\n"
+                 "// c[3,5,7,9,11,13]: degrees 2..7; c[0,1,2,4,6,8,10,12]: degrees 8..15;\n"
+                 "// c[14] + c[15]: value at r = 0; c[16] + c[17]: first derivative, c[16]\n"
+                 "// short (1 or 2 in plain rows, 0 in pole rows); c[18]: 1 in pole rows;\n"
+                 "// mask: keeps the top 18 significand bits of 1/w in pole rows.\n"
+                 "struct TanRow {\n    double c[19];\n    uint64_t mask;\n};\n"
+                 "inline constexpr TanRow tan_rows[32] = {\n");
+    const int degree_column[16] = {14, 16, 3, 5, 7, 9, 11, 13, 0, 1, 2, 4, 6, 8, 10, 12};
+    for (int j = 0; j < 32; ++j) {
+        const bool pole = j >= 9 && j <= 23;
+        const std::vector<Big> a = tan_taylor(j, pole);
+        double c[19] = {};
+        for (int k = 2; k < 16; ++k) c[degree_column[k]] = a[k].d();
+        c[14] = a[0].d();
+        c[15] = (a[0] - Big(c[14])).d();
+        if (pole) {
+            c[16] = 0.0;
+        } else {
+            c[16] = mpfr_cmp_d(a[1].v, 1.5) < 0 ? 1.0 : 2.0;
+        }
+        c[17] = (a[1] - Big(c[16])).d();
+        c[18] = pole ? 1.0 : 0.0;
+        std::fprintf(out, "    {{");
+        for (int k = 0; k < 19; ++k) std::fprintf(out, "%s%s", hex(c[k]).c_str(), k < 18 ? ", " : "");
+        std::fprintf(out, "}, %s},\n", pole ? "0xFFFFFFF800000000u" : "0u");
+    }
+    std::fprintf(out, "};\n\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: trig_tables <output file>\n");
+        return 2;
+    }
+    std::FILE* out = std::fopen(argv[1], "w");
+    if (!out) {
+        std::perror(argv[1]);
+        return 1;
+    }
+    std::fprintf(out,
+                 "// generated by tools/trig_tables.cpp; do not edit.\n"
+                 "// Tables of vecmath/trig.cpp, trig_scalar.cpp and trig_reduce.cpp.\n\n"
+                 "#include <cstdint>\n\nnamespace xeb {\n\n");
+    pi_bits(out);
+    sin_cos_rows(out);
+    tan_rows(out);
+    using Fit = std::function<std::vector<double>(const Big&, const Big&)>;
+    // Band k of sin_bands serves |t| * 127/pi rounded to k: width pi/127 over [0, pi/2].
+    const Fit sin_fit = [](const Big& lo, const Big& hi) {
+        return fit_band(sin_ratio_less_one, lo, hi, 1, 5);
+    };
+    band_table(out, "sin_bands",
+               "Band k, |t| in [(k-1/2), (k+1/2)] * pi/127: (B1..B5) with\n"
+               "// sin t = t + t*s*(B1 + B2 s + B3 s^2 + B4 s^3 + B5 s^4), s = t^2.\n"
+               "// Rows 65 to 67 repeat row 64.",
+               65, 3, 0x1.436720cee34f2p+5, {sin_fit});  // 127/pi as the kernel rounds it
+    const Fit sin4 = [](const Big& lo, const Big& hi) {
+        return fit_band(sin_ratio_less_one, lo, hi, 1, 4);
+    };
+    const Fit cos4 = [](const Big& lo, const Big& hi) {
+        return fit_band(cos_less_two_terms, lo, hi, 2, 4);
+    };
+    band_table(out, "sin_cos_bands",
+               "Band k, |t| in [(k-1/2), (k+1/2)] * pi/576: (S1..S4, C2..C5) with\n"
+               "// sin t = t + t*s*(S1 + S2 s + S3 s^2 + S4 s^3),\n"
+               "// cos t = 1 + s*(-1/2 + s*(C2 + C3 s + C4 s^2 + C5 s^3)), s = t^2.",
+               145, 0, 0x1.6eb167b830193p+7, {sin4, cos4});  // 576/pi
+    std::fprintf(out, "}  // namespace xeb\n");
+    std::fclose(out);
+    return 0;
+}
