@@ -1,6 +1,6 @@
 // Discrete laws: the bit truncation against the compiler's conversion, each
 // law's sample against its probability mass function (chi-square) over its
-// regimes and several generators, values against the same uniforms drawn on
+// regimes on two generators, values against the same uniforms drawn on
 // a twin stream, draw counts and statuses through a scripted generator,
 // block-split independence, and the Binomial set-up kept on the stream
 // (reuse, rebuild, stream files).
@@ -35,53 +35,14 @@ using xt::StreamHandle;
 using Ints = std::vector<int32_t>;
 
 // ---------------------------------------------------------------------------
-// Generators.  Besides the library's MT19937 and MCG31M1, a SplitMix64
-// generator registered here, so that every law is also seen on numbers the
-// library did not make.
-
-uint64_t& splitmix_state(RukStream* s) {
-    return *reinterpret_cast<uint64_t*>(reinterpret_cast<unsigned char*>(s) + 16);
-}
-uint64_t splitmix_next(RukStream* s) {
-    uint64_t z = (splitmix_state(s) += 0x9E3779B97F4A7C15u);
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-    return z ^ (z >> 31);
-}
-int32_t splitmix_init(int32_t method, RukStream* s, int32_t n, const uint32_t* params) {
-    if (method != RUK_INIT_NEW) return RUK_ERROR_NO_SKIP;
-    splitmix_state(s) = n > 0 ? params[0] : 0;
-    return RUK_OK;
-}
-// 53 and 24 random bits: numbers in [a, b).
-int32_t splitmix_d(RukStream* s, int32_t n, double* r, double a, double b) {
-    for (int32_t i = 0; i < n; ++i)
-        r[i] = a + (b - a) * std::ldexp(static_cast<double>(splitmix_next(s) >> 11), -53);
-    return RUK_OK;
-}
-int32_t splitmix_s(RukStream* s, int32_t n, float* r, float a, float b) {
-    for (int32_t i = 0; i < n; ++i)
-        r[i] = a + (b - a) * std::ldexp(static_cast<float>(splitmix_next(s) >> 40), -24);
-    return RUK_OK;
-}
-int32_t splitmix_i(RukStream* s, int32_t n, void* r) {
-    for (int32_t i = 0; i < n; ++i) static_cast<uint32_t*>(r)[i] = static_cast<uint32_t>(splitmix_next(s) >> 32);
-    return RUK_OK;
-}
-int32_t splitmix_id() {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 2, 1, 4, 32, splitmix_init, splitmix_s, splitmix_d, splitmix_i};
-        return rukRegisterBrng(&row);
-    }();
-    return id;
-}
+// Generators
 
 struct Generator {
     const char* name;
     int32_t id;
 };
 std::vector<Generator> generators() {
-    return {{"MT19937", RUK_BRNG_MT19937}, {"MCG31M1", RUK_BRNG_MCG31M1}, {"SplitMix64", splitmix_id()}};
+    return {{"MT19937", RUK_BRNG_MT19937}, {"MCG31M1", RUK_BRNG_MCG31M1}};
 }
 
 void new_stream(StreamHandle& h, int32_t id, uint32_t seed) {
