@@ -100,6 +100,17 @@ void affine(int32_t n, T* r, T m, T s) {
     for (int32_t i = 0; i < n; ++i) r[i] = mul_add(r[i], m, s);
 }
 
+// What follows an inner law's draw in Gumbel and Lognormal: unless the
+// status is negative, one vector step in place and the affine pass.  The
+// status is the inner draw's.
+template <class T>
+int32_t then_step(int32_t status, int32_t n, T* r, void (*step)(int, T*), T m, T s) {
+    if (status < 0) return status;
+    step(n, r);
+    affine(n, r, m, s);
+    return status;
+}
+
 // -x: the double form negates, the single form subtracts from 0 (which
 // turns -0 into +0).
 inline double negate(double x) { return -x; }

@@ -97,11 +97,7 @@ int32_t weibull(RukStream* stream, int32_t n, T* r, T alpha, T a, T beta) {
 // before the second logarithm.
 template <class T>
 int32_t gumbel(RukStream* stream, int32_t n, T* r, T a, T beta) {
-    const int32_t status = exponential(stream, n, r, T(0), T(1));
-    if (status < 0) return status;
-    Precision<T>::ln(n, r);
-    affine(n, r, beta, a);
-    return status;
+    return then_step(exponential(stream, n, r, T(0), T(1)), n, r, Precision<T>::ln, beta, a);
 }
 
 }  // namespace

@@ -20,11 +20,7 @@ inline int32_t gaussian(RukStream* s, int32_t n, float* r, float a, float sigma)
 
 template <class T>
 int32_t lognormal(RukStream* stream, int32_t n, T* r, T a, T sigma, T b, T beta) {
-    const int32_t status = gaussian(stream, n, r, a, sigma);
-    if (status < 0) return status;
-    Precision<T>::exp(n, r);
-    affine(n, r, beta, b);
-    return status;
+    return then_step(gaussian(stream, n, r, a, sigma), n, r, Precision<T>::exp, beta, b);
 }
 
 }  // namespace
