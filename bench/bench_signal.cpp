@@ -8,6 +8,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fftw_overlap_save.h"
 #include "signal/convolve.h"
 #include "signal/fft_plan.h"
 #include "support/signals.h"
@@ -15,12 +16,6 @@
 namespace {
 
 using namespace xeb::sig;
-
-int order_of(int64_t n) {
-    int k = 0;
-    while ((int64_t{1} << k) < n) ++k;
-    return k;
-}
 
 // ---- transforms ---------------------------------------------------------
 
@@ -105,42 +100,12 @@ void BM_ConvolveXebruk(benchmark::State& state) {
 void BM_ConvolveFftw(benchmark::State& state) {
     const int64_t nx = state.range(0), nh = state.range(1);
     const auto x = xt::uniform_signal(nx, 3), h = xt::uniform_signal(nh, 4);
-    const int64_t n = int64_t{2} << order_of(2 * nh), step = n - nh + 1, out = nx + nh - 1;
-    std::vector<float> y(out);
-    float* buf = fftwf_alloc_real(n);
-    fftwf_complex* freq = fftwf_alloc_complex(n / 2 + 1);
-    fftwf_complex* filt = fftwf_alloc_complex(n / 2 + 1);
-    fftwf_plan fwd = fftwf_plan_dft_r2c_1d(static_cast<int>(n), buf, freq, FFTW_MEASURE);
-    fftwf_plan inv = fftwf_plan_dft_c2r_1d(static_cast<int>(n), freq, buf, FFTW_MEASURE);
-    std::fill(buf, buf + n, 0.0f);
-    std::copy(h.begin(), h.end(), buf);
-    fftwf_execute(fwd);
-    std::memcpy(filt, freq, sizeof(fftwf_complex) * static_cast<std::size_t>(n / 2 + 1));
-    const float scale = 1.0f / static_cast<float>(n);
+    std::vector<float> y(nx + nh - 1);
+    xbench::FftwOverlapSave fftw(h, nx);
     for (auto _ : state) {
-        for (int64_t p = 0; p < out; p += step) {
-            const int64_t overlap = p > 0 ? nh - 1 : 0;
-            const int64_t count = std::min(std::min(nx - p + overlap, nx), overlap + step);
-            std::copy(x.begin() + (p - overlap), x.begin() + (p - overlap + count), buf);
-            std::fill(buf + count, buf + n, 0.0f);
-            fftwf_execute(fwd);
-            for (int64_t k = 0; k <= n / 2; ++k) {
-                const float re = freq[k][0] * filt[k][0] - freq[k][1] * filt[k][1];
-                const float im = freq[k][0] * filt[k][1] + freq[k][1] * filt[k][0];
-                freq[k][0] = re * scale;
-                freq[k][1] = im * scale;
-            }
-            fftwf_execute(inv);
-            const int64_t take = std::min(out - p, step);
-            std::copy(buf + overlap, buf + overlap + take, y.begin() + p);
-        }
+        fftw.run(x.data(), y.data());
         benchmark::DoNotOptimize(y.data());
     }
-    fftwf_destroy_plan(fwd);
-    fftwf_destroy_plan(inv);
-    fftwf_free(buf);
-    fftwf_free(freq);
-    fftwf_free(filt);
 }
 
 void BM_ConvolveDirectLoop(benchmark::State& state) {

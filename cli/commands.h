@@ -15,6 +15,7 @@ struct Command {
     int (*run)(const Args& args);
 };
 
+int conv(const Args& args);
 int demo(const Args& args);
 int info(const Args& args);
 int rng(const Args& args);

@@ -14,6 +14,7 @@ int usage_error(const std::string& message) {
 namespace {
 
 const Command kCommands[] = {
+    {"conv", "convolve or correlate two arrays from text, raw or .npy files", conv},
     {"demo", "evaluate kernels, show an event being reported, draw from a random stream", demo},
     {"info", "version, processor features and the kernels this build exports", info},
     {"rng", "draw variates of a law from a random stream into a text, raw or .npy file", rng},

@@ -1,5 +1,6 @@
 /* The public headers are plain C: this program includes them all, calls a
- * kernel and reads the status word. */
+ * kernel and reads the status word, draws from a stream and runs a
+ * convolution task. */
 #include <stdio.h>
 
 #include "xebruk/xebruk.h"
@@ -28,5 +29,20 @@ int main(void) {
         return 1;
     }
     printf("C interface works: MCG31M1 stream\n");
+
+    /* The convolution of the README. */
+    float x[5] = {1, 2, 3, 4, 5}, y[3] = {1, 0, -1}, z[7];
+    int32_t nx = 5, ny = 3, nz = 7;
+    RukTask *task = NULL;
+    rukNewTask(&task, RUK_JOB_CONV, 0, RUK_METHOD_AUTO, 0, RUK_TYPE_SINGLE, 1, &nx, &ny, &nz);
+    status = rukExec(task, x, NULL, y, NULL, z, NULL);
+    rukDeleteTask(&task);
+    const float want[7] = {1, 2, 2, 2, 2, -4, -5};
+    for (int k = 0; k < 7; ++k)
+        if (status != RUK_OK || z[k] != want[k]) {
+            printf("unexpected convolution: status %d, z[%d] = %g\n", (int)status, k, z[k]);
+            return 1;
+        }
+    printf("C interface works: convolution task\n");
     return 0;
 }

@@ -4,16 +4,7 @@
 cmake_policy(SET CMP0057 NEW)
 set(failures 0)
 
-# run(<name> <expected exit> <stdout regex> <stderr regex> <input text or ""> args...)
-function(run name want_rc out_re err_re input)
-  set(in_file ${WORK}/${name}.in)
-  file(WRITE ${in_file} "${input}")
-  execute_process(COMMAND ${XEBRUK} ${ARGN} INPUT_FILE ${in_file}
-    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT rc EQUAL want_rc OR NOT out MATCHES "${out_re}" OR NOT err MATCHES "${err_re}")
-    message(SEND_ERROR "${name}: exit ${rc} (want ${want_rc})\n--- stdout:\n${out}\n--- stderr:\n${err}")
-  endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/cli_run.cmake)
 
 file(MAKE_DIRECTORY ${WORK})
 run(range 0 "^1\n1.6487212707001282\n2.7182818284590451\n$" "^$" "" vm exp_ha --range 0 1 3)

@@ -224,6 +224,39 @@ XEBRUK_API RukDirectAllDecS rukCorrSDDirectAll_dec;
 XEBRUK_API RukDirectAllDecS rukConvSSDirectAll_dec;
 XEBRUK_API RukDirectAllDecS rukCorrSSDirectAll_dec;
 
+/* FFT kernels: single data, one dimension, no decimation, through the
+ * linear convolution engine (direct sums or overlapped real FFTs, as the
+ * lengths suggest).  Strides must be positive: negative strides are
+ * refused before zero ones.  They gather strided x and y into buffers of
+ * their own and return RUK_ERROR_NO_MEMORY when that fails, and the
+ * ..._ENGINE status when the engine fails (a null data pointer included).
+ * Convolution at zStride 1 writes the whole result, xShape + yShape - 1
+ * values, into z before moving the zShape requested ones to its front:
+ * z must have room for all of them.  Correlation stops at the length of
+ * y: start may be at most yShape and start + zShape at most yShape. */
+XEBRUK_API RukFft1DS rukConvSSFft1D_nodec;
+XEBRUK_API RukFft1DS rukCorrSSFft1D_nodec;
+
+/* Run a task on arrays of its data type (float for RUK_TYPE_SINGLE, else
+ * double).  A null stride array means dense strides of the task's shape
+ * (dimension 0 fastest); a task without a start begins at output 0
+ * (convolution) or at lag 1 - xShape (correlation); a task without a
+ * decimation runs the undecimated kernels where they exist.  The kernel
+ * is chosen by job, rank, method, decimation and types:
+ *   rank 1, single data and sums, no decimation, any method but direct:
+ *       the FFT kernel (so a negative stride fails there);
+ *   rank 1 otherwise, method auto or direct: the direct kernel of the
+ *       types (none for double data with single sums);
+ *   other ranks, method not RUK_METHOD_FFT: the direct kernel of any rank.
+ * Anything else gives RUK_TASK_ERROR_UNSUPPORTED.  The result is stored
+ * as the task's status: a failure poisons the task, and a poisoned task
+ * returns its status without touching any array. */
+XEBRUK_API int32_t rukExec(RukTask *task, const void *x, const int32_t *xStride, const void *y,
+                           const int32_t *yStride, void *z, const int32_t *zStride);
+/* rukExec with the x and x stride given at creation by rukNewTaskX. */
+XEBRUK_API int32_t rukExecX(RukTask *task, const void *y, const int32_t *yStride, void *z,
+                            const int32_t *zStride);
+
 /* Combinations without an implementation: each returns
  * RUK_TASK_ERROR_UNSUPPORTED and reads no argument. */
 XEBRUK_API RukDirect1DNodecD rukConvDDDirect1D_nodec;

@@ -1,0 +1,155 @@
+#include "npy.h"
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+namespace cli {
+
+namespace {
+
+const char kMagic[] = "\x93NUMPY";
+
+// Value of `key` in the header dictionary: the text from after its colon up
+// to the next top-level comma or the closing brace.
+bool dict_value(const std::string& dict, const std::string& key, std::string& out) {
+    std::size_t p = dict.find("'" + key + "'");
+    if (p == std::string::npos) p = dict.find("\"" + key + "\"");
+    if (p == std::string::npos) return false;
+    p = dict.find(':', p);
+    if (p == std::string::npos) return false;
+    int depth = 0;
+    std::size_t e = p + 1;
+    for (; e < dict.size(); ++e) {
+        const char c = dict[e];
+        if (c == '(') ++depth;
+        if (c == ')') --depth;
+        if (depth == 0 && (c == ',' || c == '}')) break;
+    }
+    out = dict.substr(p + 1, e - p - 1);
+    const auto first = out.find_first_not_of(" \t");
+    const auto last = out.find_last_not_of(" \t");
+    out = first == std::string::npos ? "" : out.substr(first, last - first + 1);
+    return true;
+}
+
+bool parse_shape(const std::string& text, std::vector<int64_t>& shape) {
+    if (text.size() < 2 || text.front() != '(' || text.back() != ')') return false;
+    shape.clear();
+    std::size_t p = 1;
+    while (p < text.size() - 1) {
+        while (p < text.size() - 1 && (text[p] == ' ' || text[p] == ',')) ++p;
+        if (p >= text.size() - 1) break;
+        std::size_t used = 0;
+        long long v = 0;
+        try {
+            v = std::stoll(text.substr(p), &used);
+        } catch (...) {
+            return false;
+        }
+        if (v < 0) return false;
+        shape.push_back(v);
+        p += used;
+        while (p < text.size() - 1 && text[p] == 'L') ++p;  // old long suffix
+    }
+    return true;
+}
+
+template <class T>
+void decode(const unsigned char* bytes, std::size_t n, std::vector<double>& out) {
+    out.resize(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        T v;
+        std::memcpy(&v, bytes + i * sizeof(T), sizeof(T));  // little-endian host
+        out[i] = static_cast<double>(v);
+    }
+}
+
+}  // namespace
+
+std::vector<int64_t> NpyArray::fastest_first() const {
+    if (fortran) return shape;
+    return std::vector<int64_t>(shape.rbegin(), shape.rend());
+}
+
+std::string read_npy(const std::string& path, NpyArray& out) {
+    std::ifstream f(path, std::ios::binary);
+    if (!f) return "cannot open '" + path + "'";
+    const std::string data((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+    const std::string bad = "'" + path + "' is not a readable .npy file: ";
+    if (data.size() < 10 || data.compare(0, 6, kMagic, 6) != 0) return bad + "no .npy magic";
+    const auto major = static_cast<unsigned char>(data[6]);
+    std::size_t header_len = 0, header_start = 0;
+    if (major == 1) {
+        header_len = static_cast<unsigned char>(data[8]) | static_cast<unsigned char>(data[9]) << 8;
+        header_start = 10;
+    } else if (major == 2 || major == 3) {
+        if (data.size() < 12) return bad + "truncated header";
+        for (int i = 3; i >= 0; --i) header_len = header_len << 8 | static_cast<unsigned char>(data[8 + i]);
+        header_start = 12;
+    } else {
+        return bad + "unknown version " + std::to_string(major);
+    }
+    if (data.size() < header_start + header_len) return bad + "truncated header";
+    const std::string dict = data.substr(header_start, header_len);
+    std::string descr, fortran, shape;
+    if (!dict_value(dict, "descr", descr) || !dict_value(dict, "fortran_order", fortran) ||
+        !dict_value(dict, "shape", shape))
+        return bad + "header without descr, fortran_order or shape";
+    if (!parse_shape(shape, out.shape)) return bad + "bad shape " + shape;
+    if (fortran != "True" && fortran != "False") return bad + "bad fortran_order " + fortran;
+    out.fortran = fortran == "True";
+    if (descr.size() >= 2 && (descr.front() == '\'' || descr.front() == '"')) descr = descr.substr(1, descr.size() - 2);
+    std::size_t n = 1;
+    for (int64_t e : out.shape) n *= static_cast<std::size_t>(e);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(data.data() + header_start + header_len);
+    const std::size_t available = data.size() - header_start - header_len;
+    std::size_t width = 0;
+    if (descr == "<f4") width = 4;
+    else if (descr == "<f8") width = 8;
+    else if (descr == "<i4") width = 4;
+    else if (descr == "<i8") width = 8;
+    else return bad + "element type " + descr + " (float32, float64, int32 or int64 wanted)";
+    if (available < n * width) return bad + "fewer values than its shape holds";
+    out.single = descr == "<f4";
+    if (descr == "<f4") decode<float>(bytes, n, out.values);
+    else if (descr == "<f8") decode<double>(bytes, n, out.values);
+    else if (descr == "<i4") decode<int32_t>(bytes, n, out.values);
+    else decode<int64_t>(bytes, n, out.values);
+    return "";
+}
+
+std::string npy_header(bool single, const std::vector<int64_t>& shape, bool fortran) {
+    std::string dims;  // "(n,)" for one extent, "(n, m)" for more
+    for (std::size_t d = 0; d < shape.size(); ++d)
+        dims += (d > 0 ? ", " : "") + std::to_string(shape[d]);
+    if (shape.size() == 1) dims += ",";
+    std::string dict = std::string("{'descr': '") + (single ? "<f4" : "<f8") + "', 'fortran_order': " +
+                       (fortran ? "True" : "False") + ", 'shape': (" + dims + "), }";
+    const std::size_t total = (10 + dict.size() + 1 + 63) / 64 * 64;
+    dict.append(total - 10 - dict.size() - 1, ' ');
+    dict += '\n';
+    std::string h(kMagic, 6);
+    h += '\x01';
+    h += '\x00';
+    h += static_cast<char>(dict.size() & 0xFF);
+    h += static_cast<char>(dict.size() >> 8);
+    return h + dict;
+}
+
+std::string write_npy(const std::string& path, const NpyArray& a) {
+    std::ofstream f(path, std::ios::binary);
+    if (!f) return "cannot write '" + path + "'";
+    f << npy_header(a.single, a.shape, a.fortran);
+    for (double v : a.values) {
+        if (a.single) {
+            const float s = static_cast<float>(v);
+            f.write(reinterpret_cast<const char*>(&s), sizeof s);
+        } else {
+            f.write(reinterpret_cast<const char*>(&v), sizeof v);
+        }
+    }
+    return f ? "" : "cannot write '" + path + "'";
+}
+
+}  // namespace cli
