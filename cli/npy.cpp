@@ -120,11 +120,15 @@ std::string read_npy(const std::string& path, NpyArray& out) {
 }
 
 std::string npy_header(bool single, const std::vector<int64_t>& shape, bool fortran) {
+    return npy_header(single ? "<f4" : "<f8", shape, fortran);
+}
+
+std::string npy_header(const char* descr, const std::vector<int64_t>& shape, bool fortran) {
     std::string dims;  // "(n,)" for one extent, "(n, m)" for more
     for (std::size_t d = 0; d < shape.size(); ++d)
         dims += (d > 0 ? ", " : "") + std::to_string(shape[d]);
     if (shape.size() == 1) dims += ",";
-    std::string dict = std::string("{'descr': '") + (single ? "<f4" : "<f8") + "', 'fortran_order': " +
+    std::string dict = std::string("{'descr': '") + descr + "', 'fortran_order': " +
                        (fortran ? "True" : "False") + ", 'shape': (" + dims + "), }";
     const std::size_t total = (10 + dict.size() + 1 + 63) / 64 * 64;
     dict.append(total - 10 - dict.size() - 1, ' ');

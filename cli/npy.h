@@ -30,5 +30,7 @@ std::string write_npy(const std::string& path, const NpyArray& a);
 // them: magic, version, length, then the dictionary padded with spaces and
 // a newline so that the data start at a multiple of 64 bytes.
 std::string npy_header(bool single, const std::vector<int64_t>& shape, bool fortran = false);
+// The same for any element type string ("<f4", "<f8", "<i4", ...).
+std::string npy_header(const char* descr, const std::vector<int64_t>& shape, bool fortran = false);
 
 }  // namespace cli

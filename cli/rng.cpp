@@ -9,7 +9,8 @@
 // comes; n may exceed the 32-bit count of one library call.  Formats:
 // text, one value per line with enough digits to read back the same value;
 // raw, the values in the machine's byte order; npy, the same bytes behind
-// a version 1.0 .npy header (little-endian '<f8' or '<f4', shape (n,)).
+// a version 1.0 .npy header (little-endian '<f8' or '<f4', or '<i4' for the
+// discrete laws, whose results are 32-bit integers; shape (n,)).
 // Progress (for n of 4M and more) and a summary go to stderr.
 #include <unistd.h>
 
@@ -22,6 +23,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "commands.h"
@@ -213,6 +215,11 @@ private:
 template <class T>
 bool write_block(std::FILE* f, Format format, const T* r, int32_t k) {
     if (format != Format::Text) return std::fwrite(r, sizeof(T), static_cast<std::size_t>(k), f) == static_cast<std::size_t>(k);
+    if constexpr (std::is_integral_v<T>) {
+        for (int32_t i = 0; i < k; ++i)
+            if (std::fprintf(f, "%d\n", static_cast<int>(r[i])) < 0) return false;
+        return true;
+    }
     // 17 and 9 significant digits read back to the same double and float.
     const int digits = sizeof(T) == 8 ? 17 : 9;
     for (int32_t i = 0; i < k; ++i)
@@ -248,7 +255,8 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
         const double variance = sum.count > 1 ? static_cast<double>(sum.m2 / (sum.count - 1)) : 0.0;
         std::fprintf(stderr,
                      "%s %s from %s: count %" PRId64 ", mean %.10g, variance %.10g, min %.10g, max %.10g\n",
-                     law.name, o.single ? "single" : "double", o.gen.c_str(), sum.count,
+                     law.name, std::is_integral_v<T> ? "integer" : o.single ? "single" : "double",
+                     o.gen.c_str(), sum.count,
                      static_cast<double>(sum.mean), variance, sum.count ? sum.min : 0.0,
                      sum.count ? sum.max : 0.0);
     }
@@ -299,15 +307,16 @@ int rng(const Args& args) {
     }
     int rc = 0;
     if (format == Format::Npy) {
-        const std::string h = npy_header(o.single, {o.n});
+        const std::string h = npy_header(law->draw_int ? "<i4" : o.single ? "<f4" : "<f8", {o.n});
         if (std::fwrite(h.data(), 1, h.size(), f) != h.size()) {
             std::fprintf(stderr, "xebruk: rng: writing '%s' failed\n", o.out.c_str());
             rc = 1;
         }
     }
     if (!rc)
-        rc = o.single ? run_draw<float>(o, *law, law->draw_single, stream, f, format)
-                      : run_draw<double>(o, *law, law->draw_double, stream, f, format);
+        rc = law->draw_int ? run_draw<int32_t>(o, *law, law->draw_int, stream, f, format)
+             : o.single    ? run_draw<float>(o, *law, law->draw_single, stream, f, format)
+                           : run_draw<double>(o, *law, law->draw_double, stream, f, format);
     if (f != stdout && std::fclose(f) != 0 && !rc) {
         std::fprintf(stderr, "xebruk: rng: closing '%s' failed: %s\n", o.out.c_str(),
                      std::strerror(errno));

@@ -23,6 +23,8 @@ using DrawDouble = int32_t (*)(int32_t method, RukStream* stream, int32_t n, dou
                                const double* p);
 using DrawSingle = int32_t (*)(int32_t method, RukStream* stream, int32_t n, float* r,
                                const double* p);
+using DrawInt = int32_t (*)(int32_t method, RukStream* stream, int32_t n, int32_t* r,
+                            const double* p);
 
 struct LawChoice {
     const char* name;                // "gaussian"
@@ -31,6 +33,8 @@ struct LawChoice {
     const char* summary;
     DrawDouble draw_double;
     DrawSingle draw_single;
+    // Discrete laws: integer results, no precision; both real draws null.
+    DrawInt draw_int = nullptr;
 };
 
 std::vector<GeneratorChoice>& generator_choices();

@@ -1,0 +1,50 @@
+/* Discrete distributions drawn from a stream: 32-bit integer results.
+ * Every function takes a method number (ignored: each law has one method),
+ * the stream, the count n and the result array r, then the law's
+ * parameters, and returns the status of the last draw from the generator
+ * (negative: the draw failed and the call stopped there; 0 when nothing was
+ * drawn).  Parameters are not checked.  The conversions to integers leave
+ * the x87 control word and MXCSR as they are. */
+#ifndef XEBRUK_RNG_DISCRETE_H
+#define XEBRUK_RNG_DISCRETE_H
+
+#include <stdint.h>
+#include "export.h"
+#include "rng_stream.h"
+
+XEBRUK_EXTERN_C_BEGIN
+
+/* floor(X), X drawn by the generator's double kernel on the interval from
+ * a to b: for generators whose numbers stay below b, every integer of
+ * [a, b) equally often.  One double per result. */
+XEBRUK_API int32_t rukiRngUniform(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                  int32_t a, int32_t b);
+
+/* The generator's raw output words, as its integer kernel writes them: n
+ * words of the row's wordSize bytes (4 for most generators, so r is then an
+ * array of n 32-bit words). */
+XEBRUK_API int32_t rukiRngUniformBits(int32_t method, RukStream *stream, int32_t n, uint32_t *r);
+
+/* 1 when U < p, else 0, with U a single-precision uniform on (0, 1). */
+XEBRUK_API int32_t rukiRngBernoulli(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                    double p);
+
+/* trunc(ln U / ln(1 - p)): the count of failures before the first success,
+ * with U a single-precision uniform on (0, 1). */
+XEBRUK_API int32_t rukiRngGeometric(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                    double p);
+
+/* Successes in trials independent trials of probability p.  Its set-up is
+ * kept on the stream (chunk RUK_CHUNK_BINOMIAL) and reused while trials and
+ * p stay the same.  Also RUK_ERROR_NO_MEMORY when that record cannot be
+ * made, and RUK_ERROR_BAD_ARGUMENT (nothing drawn) for arguments under
+ * which the rejection method could not end (p NaN, for instance). */
+XEBRUK_API int32_t rukiRngBinomial(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                   int32_t trials, double p);
+
+/* Identifier of the Binomial set-up among a stream's chunks. */
+#define RUK_CHUNK_BINOMIAL 5
+
+XEBRUK_EXTERN_C_END
+
+#endif

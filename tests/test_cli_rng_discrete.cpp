@@ -1,0 +1,90 @@
+// `xebruk rng` with the discrete laws: integer text and '<i4' .npy files
+// hold the values of one library call, and parameters the library would
+// trust are refused by the command.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/streams.h"
+#include "xebruk/xebruk.h"
+
+namespace {
+
+// Runs the command; its stdout and stderr go to files read back here.
+struct Outcome {
+    int exit_code;
+    std::string out, err;
+};
+
+std::string read_all(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+Outcome xebruk_rng(const std::string& args) {
+    const std::string base = ::testing::TempDir() + "cli_rng_discrete_" +
+                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    const std::string out = base + ".out", err = base + ".err";
+    const int status = std::system((std::string(XEBRUK_CLI_PATH) + " rng " + args + " > " + out +
+                                    " 2> " + err).c_str());
+    Outcome r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_all(out), read_all(err)};
+    std::remove(out.c_str());
+    std::remove(err.c_str());
+    return r;
+}
+
+std::vector<int32_t> library_binomial(int32_t n, int32_t trials, double p) {
+    xt::StreamHandle h;
+    const uint32_t seed = 77;
+    EXPECT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+    std::vector<int32_t> r(static_cast<std::size_t>(n));
+    EXPECT_EQ(rukiRngBinomial(0, h.get(), n, r.data(), trials, p), RUK_OK);
+    return r;
+}
+
+TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
+    const auto want = library_binomial(3000, 200, 0.7);
+    const Outcome text = xebruk_rng("--gen mt19937 --seed 77 --law binomial --params 200,0.7 --n 3000");
+    ASSERT_EQ(text.exit_code, 0) << text.err;
+    std::vector<int32_t> got;
+    for (std::size_t at = 0; at < text.out.size();) {
+        const std::size_t end = text.out.find('\n', at);
+        got.push_back(std::stoi(text.out.substr(at, end - at)));
+        at = end + 1;
+    }
+    EXPECT_EQ(got, want);
+    EXPECT_NE(text.err.find("binomial integer from mt19937: count 3000"), std::string::npos) << text.err;
+
+    const Outcome npy = xebruk_rng("--gen mt19937 --seed 77 --law binomial --params 200,0.7 --n 3000 --quiet --format npy");
+    ASSERT_EQ(npy.exit_code, 0) << npy.err;
+    ASSERT_GT(npy.out.size(), 10u);
+    const std::size_t header = static_cast<unsigned char>(npy.out[8]) + 256u * static_cast<unsigned char>(npy.out[9]);
+    EXPECT_NE(npy.out.find("'descr': '<i4'"), std::string::npos);
+    ASSERT_EQ(npy.out.size(), 10 + header + 4 * want.size());
+    EXPECT_EQ(std::memcmp(npy.out.data() + 10 + header, want.data(), 4 * want.size()), 0);
+
+    // The generator's words, read as signed integers.
+    const Outcome bits = xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet");
+    EXPECT_EQ(bits.out, "1\n1132489760\n826537482\n");
+}
+
+TEST(CliRngDiscrete, ParametersOutsideTheLawAreRefused) {
+    for (const char* args : {"--law binomial --params 10,1.5", "--law binomial --params -1,0.5",
+                             "--law binomial --params 2.5,0.5", "--law geometric --params -0.1",
+                             "--law bernoulli --params 2", "--law uniform_int --params 5,5",
+                             "--law uniform_int --params 0,3e9"}) {
+        const Outcome r = xebruk_rng(std::string(args) + " --n 3");
+        EXPECT_EQ(r.exit_code, 1) << args;
+        EXPECT_NE(r.err.find("status -3"), std::string::npos) << args << ": " << r.err;
+        EXPECT_EQ(r.out, "") << args;
+    }
+}
+
+}  // namespace
