@@ -3,6 +3,7 @@
 //   xebruk rng [--law NAME] [--params P,...] [--method M] [--gen NAME]
 //              [--seed S,...] [--n COUNT] [--precision double|single]
 //              [--out FILE] [--format text|raw|npy] [--quiet] [--list]
+//              [--dim D]   (quasi-random generators: n points of D components)
 //
 // The draw goes in blocks of 65,536 (an even count, so that a paired
 // method carries nothing from one block to the next), each written as it
@@ -10,7 +11,9 @@
 // text, one value per line with enough digits to read back the same value;
 // raw, the values in the machine's byte order; npy, the same bytes behind
 // a version 1.0 .npy header (little-endian '<f8' or '<f4', or '<i4' for the
-// discrete laws, whose results are 32-bit integers; shape (n,)).
+// discrete laws, whose results are 32-bit integers; shape (n,), or (n, D)
+// for n points of a quasi-random generator of dimension D, which text
+// output writes as one point a line).
 // Progress (for n of 4M and more) and a summary go to stderr.
 #include <unistd.h>
 
@@ -47,6 +50,7 @@ struct Options {
     std::vector<uint32_t> seeds;
     int32_t method = 0;
     int64_t n = 10;
+    int64_t dim = 0;  // quasi-random generators only
     bool single = false;
     std::string out;
     std::string format;
@@ -123,6 +127,9 @@ int parse(const Args& args, Options& o) {
         } else if (a == "--n") {
             if (!parse_int(v, 0, std::numeric_limits<int64_t>::max(), o.n))
                 return usage_error("rng: --n wants a count of 0 or more, not '" + v + "'");
+        } else if (a == "--dim") {
+            if (!parse_int(v, 1, std::numeric_limits<int32_t>::max(), o.dim))
+                return usage_error("rng: --dim wants a dimension of 1 or more, not '" + v + "'");
         } else if (a == "--method") {
             if (!parse_int(v, 0, 1000, k)) return usage_error("rng: bad --method '" + v + "'");
             o.method = static_cast<int32_t>(k);
@@ -212,24 +219,26 @@ private:
     int shown_ = 0;
 };
 
+// Writes k values whose first is value number `first` of the output; text
+// puts `row` values on a line.
 template <class T>
-bool write_block(std::FILE* f, Format format, const T* r, int32_t k) {
+bool write_block(std::FILE* f, Format format, const T* r, int32_t k, int64_t first, int64_t row) {
     if (format != Format::Text) return std::fwrite(r, sizeof(T), static_cast<std::size_t>(k), f) == static_cast<std::size_t>(k);
-    if constexpr (std::is_integral_v<T>) {
-        for (int32_t i = 0; i < k; ++i)
-            if (std::fprintf(f, "%d\n", static_cast<int>(r[i])) < 0) return false;
-        return true;
-    }
     // 17 and 9 significant digits read back to the same double and float.
     const int digits = sizeof(T) == 8 ? 17 : 9;
-    for (int32_t i = 0; i < k; ++i)
-        if (std::fprintf(f, "%.*g\n", digits, static_cast<double>(r[i])) < 0) return false;
+    for (int32_t i = 0; i < k; ++i) {
+        const char end = (first + i + 1) % row == 0 ? '\n' : ' ';
+        const int w = std::is_integral_v<T>
+                          ? std::fprintf(f, "%d%c", static_cast<int>(r[i]), end)
+                          : std::fprintf(f, "%.*g%c", digits, static_cast<double>(r[i]), end);
+        if (w < 0) return false;
+    }
     return true;
 }
 
 template <class T, class Draw>
 int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* stream, std::FILE* f,
-             Format format) {
+             Format format, int64_t row) {
     std::vector<T> block(static_cast<std::size_t>(std::min<int64_t>(std::max<int64_t>(o.n, 1), kBlock)));
     Summary sum;
     Progress progress(o.n, !o.quiet);
@@ -241,7 +250,7 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
                          law.name, status, done);
             return 1;
         }
-        if (!write_block(f, format, block.data(), k)) {
+        if (!write_block(f, format, block.data(), k, done, row)) {
             std::fprintf(stderr, "xebruk: rng: writing %s failed: %s\n",
                          o.out.empty() ? "stdout" : o.out.c_str(), std::strerror(errno));
             return 1;
@@ -285,6 +294,24 @@ int rng(const Args& args) {
         return usage_error("rng: " + o.law + " takes " + std::to_string(law->params.size()) +
                            " parameters, " + std::to_string(o.params.size()) + " given");
 
+    // A quasi-random generator takes its dimension as its seed and gives
+    // n points of that many components.
+    int64_t row = 1;
+    if (gen->max_dim > 0) {
+        if (o.dim == 0) return usage_error(std::string("rng: ") + gen->name + " needs --dim D");
+        if (o.dim > gen->max_dim)
+            return usage_error(std::string("rng: ") + gen->name + " has dimensions 1 to " +
+                               std::to_string(gen->max_dim) + ", not " + std::to_string(o.dim));
+        if (!o.seeds.empty()) return usage_error(std::string("rng: ") + gen->name + " takes --dim, not --seed");
+        o.seeds = {static_cast<uint32_t>(o.dim)};
+        row = o.dim;
+        if (o.n > std::numeric_limits<int64_t>::max() / row)
+            return usage_error("rng: --n times --dim is too large");
+        o.n *= row;
+    } else if (o.dim != 0) {
+        return usage_error(std::string("rng: --dim is for quasi-random generators, not ") + gen->name);
+    }
+
     RukStream* stream = nullptr;
     const int32_t status = rukNewStreamEx(&stream, gen->id, static_cast<int32_t>(o.seeds.size()),
                                           o.seeds.data());
@@ -307,16 +334,18 @@ int rng(const Args& args) {
     }
     int rc = 0;
     if (format == Format::Npy) {
-        const std::string h = npy_header(law->draw_int ? "<i4" : o.single ? "<f4" : "<f8", {o.n});
+        const std::string h = npy_header(law->draw_int ? "<i4" : o.single ? "<f4" : "<f8",
+                                         row > 1 ? std::vector<int64_t>{o.n / row, row}
+                                                 : std::vector<int64_t>{o.n});
         if (std::fwrite(h.data(), 1, h.size(), f) != h.size()) {
             std::fprintf(stderr, "xebruk: rng: writing '%s' failed\n", o.out.c_str());
             rc = 1;
         }
     }
     if (!rc)
-        rc = law->draw_int ? run_draw<int32_t>(o, *law, law->draw_int, stream, f, format)
-             : o.single    ? run_draw<float>(o, *law, law->draw_single, stream, f, format)
-                           : run_draw<double>(o, *law, law->draw_double, stream, f, format);
+        rc = law->draw_int ? run_draw<int32_t>(o, *law, law->draw_int, stream, f, format, row)
+             : o.single    ? run_draw<float>(o, *law, law->draw_single, stream, f, format, row)
+                           : run_draw<double>(o, *law, law->draw_double, stream, f, format, row);
     if (f != stdout && std::fclose(f) != 0 && !rc) {
         std::fprintf(stderr, "xebruk: rng: closing '%s' failed: %s\n", o.out.c_str(),
                      std::strerror(errno));

@@ -15,6 +15,12 @@ struct GeneratorChoice {
     const char* name;     // what the user types: "mt19937"
     int32_t id;           // RUK_BRNG_...
     const char* summary;  // one line for --list
+    // Quasi-random generators: the largest dimension (0 for the others).
+    // Their one seed word is the dimension (--dim), and the output is
+    // written as points, one row of `dim` components each.  A larger
+    // dimension would silently become 1 in the library, so the tool
+    // refuses it.
+    int32_t max_dim = 0;
 };
 
 // A law's draw of n values in one precision; p holds the law's parameters

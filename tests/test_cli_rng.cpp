@@ -144,6 +144,39 @@ TEST(CliRng, ProgressForLargeCounts) {
     EXPECT_EQ(quiet.err, "");
 }
 
+// Quasi-random points come one per line (text) or as an (n, dim) array,
+// holding what the library's own draw gives.
+TEST(CliRng, QuasiRandomPointsAsRows) {
+    const std::string txt = temp_path("points.txt"), npy = temp_path("points.npy");
+    ASSERT_EQ(run_cli("--gen niederr --dim 3 --n 5 --quiet --out " + txt).exit_code, 0);
+    ASSERT_EQ(run_cli("--gen niederr --dim 3 --n 5 --quiet --out " + npy).exit_code, 0);
+    const std::string text = slurp(txt), bytes = slurp(npy);
+    std::remove(txt.c_str());
+    std::remove(npy.c_str());
+
+    RukStream* s = nullptr;
+    const uint32_t dim = 3;
+    ASSERT_EQ(rukNewStreamEx(&s, RUK_BRNG_NIEDERR, 1, &dim), 0);
+    double want[15];
+    ASSERT_EQ(rukdBRngNiederr(s, 15, want, 0.0, 1.0), 0);
+    rukDeleteStream(&s);
+
+    std::istringstream lines(text);
+    int row = 0;
+    for (std::string line; std::getline(lines, line); ++row) {
+        std::istringstream fields(line);
+        for (int c = 0; c < 3; ++c) {
+            double v = -1;
+            fields >> v;
+            EXPECT_EQ(v, want[row * 3 + c]) << "point " << row << " component " << c;
+        }
+    }
+    EXPECT_EQ(row, 5);
+    EXPECT_NE(bytes.find("'shape': (5, 3)"), std::string::npos);
+    ASSERT_GE(bytes.size(), sizeof want);
+    EXPECT_EQ(0, std::memcmp(bytes.data() + bytes.size() - sizeof want, want, sizeof want));
+}
+
 TEST(CliRng, BadInputIsRefusedWithAMessage) {
     struct Case {
         const char* args;
@@ -162,6 +195,11 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
         {"--bogus 1", "unknown option '--bogus'"},
         {"--n", "needs a value"},
         {"--out /nonexistent-dir/x.txt", "cannot open '/nonexistent-dir/x.txt'"},
+        {"--gen sobol", "sobol needs --dim D"},
+        {"--gen sobol --dim 2 --seed 3", "takes --dim, not --seed"},
+        {"--gen mt19937 --dim 2", "--dim is for quasi-random generators"},
+        {"--gen niederr --dim 0", "--dim wants a dimension"},
+        {"--gen sobol --dim 41", "sobol has dimensions 1 to 40, not 41"},
     };
     for (const Case& c : cases) {
         const CliResult r = run_cli(c.args);
