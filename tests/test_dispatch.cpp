@@ -29,72 +29,52 @@ std::string stderr_of(int code, int index, const double* a, const double* b, dou
     return cap.finish();
 }
 
-TEST(Dispatch, NoReportFieldSetsStatusAndNothingElse) {
-    double a[1] = {2.0}, y[1] = {7.0};
-    xt::EventRecorder rec(XEB_REPORT_NONE);
-    rec.set_edit(set_y_to_42);
-    errno = 0;
-    xebdError(XEB_STATUS_DOMAINFAULT, 0, a, a, y, y, "_k");
-    EXPECT_EQ(xebGetErrStatus(), XEB_STATUS_DOMAINFAULT);
-    EXPECT_TRUE(rec.events().empty());
-    EXPECT_EQ(y[0], 7.0);
-    EXPECT_EQ(errno, 0);
-}
-
-TEST(Dispatch, NoneBitWithOtherReportsIsNotTheNoReportValue) {
-    double a[1] = {2.0}, y[1] = {7.0};
-    xt::EventRecorder rec(XEB_REPORT_NONE | XEB_REPORT_ERRNO);
-    errno = 0;
-    xebdError(XEB_STATUS_TOOLARGE, 0, a, a, y, y, "_k");
-    EXPECT_EQ(errno, ERANGE);
-}
-
-TEST(Dispatch, EmptyReportingFieldWritesTheSameValuesBack) {
-    std::thread([] {
-        xeb::get_thread_state()->mode = XEB_ACC_HA;  // reachable only from inside
-        double a[2] = {1.0, 3.0}, y[2] = {5.0, 6.0};
-        errno = 0;
-        xebdError(XEB_STATUS_POLE, 1, a, a, y, y, "_k");
-        EXPECT_EQ(xebGetErrStatus(), XEB_STATUS_POLE);
-        EXPECT_EQ(y[1], 6.0);
-        EXPECT_EQ(errno, 0);
-    }).join();
+TEST(Dispatch, WithoutAReportOnlyTheStatusIsSet) {
+    // The no-report value; its bit with another report is not that value; an
+    // empty field (reachable only from inside) writes the same values back.
+    const std::pair<uint32_t, int> rows[] = {{XEB_REPORT_NONE, 0}, {XEB_REPORT_NONE | XEB_REPORT_ERRNO, ERANGE}, {0, 0}};
+    for (auto [field, want_errno] : rows) {
+        std::thread([field = field, want_errno = want_errno] {
+            xt::EventRecorder rec;
+            rec.set_edit(set_y_to_42);
+            xeb::get_thread_state()->mode = XEB_ACC_HA | field;
+            double a[2] = {1.0, 3.0}, y[2] = {5.0, 6.0};
+            errno = 0;
+            xebdError(XEB_STATUS_POLE, 1, a, a, y, y, "_k");
+            EXPECT_EQ(xebGetErrStatus(), XEB_STATUS_POLE) << field;
+            EXPECT_TRUE(rec.events().empty()) << field;
+            EXPECT_EQ(y[1], 6.0) << field;
+            EXPECT_EQ(errno, want_errno) << field;
+        }).join();
+    }
 }
 
 TEST(Dispatch, CallbackVerdictDecidesReportsAndWriteBack) {
-    double a[3] = {1.0, 2.0, 3.0}, y[3] = {0, 0, 0};
-    {
-        xt::EventRecorder rec(XEB_REPORT_CALLBACK | XEB_REPORT_ERRNO, 1);  // handled
-        rec.set_edit(set_y_to_42);
+    // Verdict, the callback's edit, two outputs or one, then y, z and errno.
+    struct Row {
+        int32_t verdict;
+        void (*edit)(XebErrorRecord*);
+        bool two_outputs;
+        double y, z;
+        int err;
+    };
+    const Row rows[] = {{1, set_y_to_42, false, 7.0, 7.0, 0},        // handled: the kernel's value stands
+                        {0, set_y_to_42, false, 42.0, 42.0, ERANGE},  // go on: written back and reported
+                        {0, set_z_to_42, false, 7.0, 7.0, ERANGE},    // one output: y, written last, wins
+                        {0, set_z_to_42, true, 7.0, 42.0, ERANGE}};   // two outputs: both land
+    for (const Row& row : rows) {
+        double a[3] = {1.0, 2.0, 3.0}, y[3] = {7.0, 7.0, 7.0}, z[3] = {7.0, 7.0, 7.0};
+        double* zz = row.two_outputs ? z : y;
+        xt::EventRecorder rec(XEB_REPORT_CALLBACK | XEB_REPORT_ERRNO, row.verdict);
+        rec.set_edit(row.edit);
         errno = 0;
-        xebdError(XEB_STATUS_POLE, 2, a, a, y, y, "_xebdInv_HA");
+        xebdError(XEB_STATUS_POLE, 2, a, a, y, zz, "_xebdInv_HA");
         ASSERT_EQ(rec.events().size(), 1u);
         const xt::Event& e = rec.events()[0];
-        EXPECT_EQ(e.code, XEB_STATUS_POLE);
-        EXPECT_EQ(e.index, 2);
-        EXPECT_EQ(e.a, 3.0);
-        EXPECT_EQ(e.name, "_xebdInv_HA");
-        EXPECT_EQ(y[2], 0.0);  // the kernel's value stands
-        EXPECT_EQ(errno, 0);   // no report
-    }
-    {
-        xt::EventRecorder rec(XEB_REPORT_CALLBACK | XEB_REPORT_ERRNO, 0);  // go on
-        rec.set_edit(set_y_to_42);
-        xebdError(XEB_STATUS_POLE, 2, a, a, y, y, "_k");
-        EXPECT_EQ(y[2], 42.0);
-        EXPECT_EQ(errno, ERANGE);
-    }
-    {
-        // One output: a change of z alone is overwritten by y, written last.
-        y[0] = 9.0;
-        xt::EventRecorder rec(XEB_REPORT_CALLBACK, 0);
-        rec.set_edit(set_z_to_42);
-        xebdError(XEB_STATUS_POLE, 0, a, a, y, y, "_k");
-        EXPECT_EQ(y[0], 9.0);
-        // Two outputs: both land.
-        double z[3] = {0, 0, 0};
-        xebdError(XEB_STATUS_POLE, 1, a, a, y, z, "_k");
-        EXPECT_EQ(z[1], 42.0);
+        EXPECT_TRUE(e.code == XEB_STATUS_POLE && e.index == 2 && e.a == 3.0 && e.name == "_xebdInv_HA");
+        EXPECT_EQ(y[2], row.y) << row.verdict;
+        EXPECT_EQ(zz[2], row.z) << row.verdict;
+        EXPECT_EQ(errno, row.err) << row.verdict;
     }
 }
 

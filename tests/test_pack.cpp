@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "frame/bits.h"
@@ -12,7 +13,7 @@
 
 namespace {
 
-// The twelve operations of one precision.
+// The six operations of one precision.
 template <class T>
 struct Ops {
     void (*pack_i)(int, const T*, int, T*);
@@ -25,9 +26,7 @@ struct Ops {
 const Ops<float> kSingle{xebsPackI, xebsUnpackI, xebsPackV, xebsUnpackV, xebsPackM, xebsUnpackM};
 const Ops<double> kDouble{xebdPackI, xebdUnpackI, xebdPackV, xebdUnpackV, xebdPackM, xebdUnpackM};
 
-const int kLengths[] = {0, 1, 7, 8, 9, 17};
-
-// Distinct values 1, 2, 3, ... so every misplaced copy shows.
+// Distinct values first, first + 1, ... so every misplaced copy shows.
 template <class T>
 std::vector<T> counting(int n, T first = 1) {
     std::vector<T> v(n);
@@ -36,40 +35,46 @@ std::vector<T> counting(int n, T first = 1) {
 }
 
 template <class T>
-void check_strides(const Ops<T>& ops) {
-    for (int n : kLengths) {
+void check_ops(const Ops<T>& ops) {
+    for (int n : {0, 1, 7, 8, 9, 17}) {
         for (int inc : {1, 3, -2, 0}) {
             // Base in the middle of a buffer, so negative strides stay inside.
             const int span = 3 * (n + 1);
-            std::vector<T> buf = counting<T>(2 * span + 1);
+            const std::vector<T> buf = counting<T>(2 * span + 1), src = counting<T>(n, T(100));
             const T* a = buf.data() + span;
-            std::vector<T> y(n + 1, T(-7));
+            std::vector<T> y(n + 1, T(-7)), out(2 * span + 1, T(0)), want(out);
             ops.pack_i(n, a, inc, y.data());
             for (int i = 0; i < n; ++i) EXPECT_EQ(y[i], a[i * inc]) << n << " " << inc << " " << i;
             EXPECT_EQ(y[n], T(-7)) << "wrote past n";
             if (inc == 0) continue;
-            std::vector<T> out(2 * span + 1, T(0));
-            const std::vector<T> src = counting<T>(n, T(100));
             ops.unpack_i(n, src.data(), out.data() + span, inc);
-            std::vector<T> want(out.size(), T(0));
             for (int i = 0; i < n; ++i) want[span + i * inc] = src[i];
             EXPECT_EQ(out, want) << n << " " << inc;
         }
+        // Masks: pack the non-zero entries in order, unpack them back where
+        // the mask says and leave the rest; a mask of zeros touches nothing.
+        const std::vector<T> a = counting<T>(n);
+        std::vector<int32_t> m(n);
+        std::vector<T> packed(n + 1, T(-7)), expected, back(n, T(-3)), untouched(n, T(-3));
+        for (int i = 0; i < n; ++i) m[i] = (i % 3 == 1) ? 0 : (i % 2 ? -4 : 1);
+        for (int i = 0; i < n; ++i)
+            if (m[i]) expected.push_back(a[i]);
+        ops.pack_m(n, a.data(), m.data(), packed.data());
+        const std::size_t k = expected.size();
+        EXPECT_EQ(std::vector<T>(packed.begin(), packed.begin() + k), expected) << n;
+        EXPECT_EQ(packed[k], T(-7)) << "wrote past the count of non-zero entries";
+        ops.unpack_m(n, packed.data(), back.data(), m.data());
+        for (int i = 0; i < n; ++i) EXPECT_EQ(back[i], m[i] ? a[i] : T(-3)) << n << " " << i;
+        ops.unpack_m(n, a.data(), untouched.data(), std::vector<int32_t>(n, 0).data());
+        EXPECT_EQ(untouched, std::vector<T>(n, T(-3)));
     }
-}
-
-template <class T>
-void check_indices(const Ops<T>& ops) {
-    const std::vector<T> buf = counting<T>(40);
-    const T* a = buf.data() + 20;
-    // Repeats and negative entries; 9 of them: one block of eight and a tail.
+    // Index vectors with repeats and negative entries; 9 of them: one block
+    // of eight and a tail.  Scattering with repeats keeps the last write.
+    const std::vector<T> buf = counting<T>(40), src = counting<T>(9, T(100));
     const std::vector<int32_t> ia = {3, 3, -5, 0, 19, -20, 3, 7, -1};
-    std::vector<T> y(9);
-    ops.pack_v(9, a, ia.data(), y.data());
-    for (int i = 0; i < 9; ++i) EXPECT_EQ(y[i], a[ia[i]]) << i;
-    // Scatter with repeats: the last write to an index stays.
-    std::vector<T> out(40, T(0));
-    const std::vector<T> src = counting<T>(9, T(100));
+    std::vector<T> y(9), out(40, T(0));
+    ops.pack_v(9, buf.data() + 20, ia.data(), y.data());
+    for (int i = 0; i < 9; ++i) EXPECT_EQ(y[i], buf[20 + ia[i]]) << i;
     ops.unpack_v(9, src.data(), out.data() + 20, ia.data());
     EXPECT_EQ(out[20 + 3], T(106));
     EXPECT_EQ(out[20 - 5], T(102));
@@ -78,44 +83,9 @@ void check_indices(const Ops<T>& ops) {
     EXPECT_EQ(out[20 + 1], T(0));
 }
 
-template <class T>
-void check_masks(const Ops<T>& ops) {
-    for (int n : kLengths) {
-        const std::vector<T> a = counting<T>(n);
-        std::vector<int32_t> m(n);
-        for (int i = 0; i < n; ++i) m[i] = (i % 3 == 1) ? 0 : (i % 2 ? -4 : 1);
-        std::vector<T> packed(n + 1, T(-7)), expected;
-        for (int i = 0; i < n; ++i)
-            if (m[i]) expected.push_back(a[i]);
-        ops.pack_m(n, a.data(), m.data(), packed.data());
-        const std::size_t k = expected.size();
-        EXPECT_EQ(std::vector<T>(packed.begin(), packed.begin() + k), expected) << n;
-        EXPECT_EQ(packed[k], T(-7)) << "wrote past the count of non-zero entries";
-        // Unpack puts them back where the mask says and leaves the rest.
-        std::vector<T> back(n, T(-3));
-        ops.unpack_m(n, packed.data(), back.data(), m.data());
-        for (int i = 0; i < n; ++i) EXPECT_EQ(back[i], m[i] ? a[i] : T(-3)) << n << " " << i;
-        // A mask of zeros leaves y as it was.
-        const std::vector<int32_t> zeros(n, 0);
-        std::vector<T> untouched(n, T(-3));
-        ops.unpack_m(n, a.data(), untouched.data(), zeros.data());
-        EXPECT_EQ(untouched, std::vector<T>(n, T(-3)));
-    }
-}
-
-TEST(Pack, StridesForwardBackwardAndZero) {
-    check_strides(kSingle);
-    check_strides(kDouble);
-}
-
-TEST(Pack, IndexVectorsWithRepeatsAndNegativeEntries) {
-    check_indices(kSingle);
-    check_indices(kDouble);
-}
-
-TEST(Pack, MasksPackTheNonZeroEntriesInOrder) {
-    check_masks(kSingle);
-    check_masks(kDouble);
+TEST(Pack, StridesIndexVectorsAndMasksInBothPrecisions) {
+    check_ops(kSingle);
+    check_ops(kDouble);
 }
 
 TEST(Pack, CountsOfZeroOrBelowTouchNothing) {
@@ -136,32 +106,27 @@ TEST(Pack, OnlyTheDoubleMaskFormsQuietSignallingNaNs) {
     const int32_t idx[2] = {0, 1}, mask[2] = {1, 1};
     double y[2];
     float yf[2];
-    auto bits0 = [&] { return xeb::bits(y[0]); };
-    auto bits0f = [&] { return xeb::bits(yf[0]); };
-
-    xebdPackI(2, a, 1, y);
-    EXPECT_EQ(bits0(), snan);
-    xebdUnpackI(2, a, y, 1);
-    EXPECT_EQ(bits0(), snan);
-    xebdPackV(2, a, idx, y);
-    EXPECT_EQ(bits0(), snan);
-    xebdUnpackV(2, a, y, idx);
-    EXPECT_EQ(bits0(), snan);
-    xebsPackI(2, af, 1, yf);
-    EXPECT_EQ(bits0f(), snan_f);
-    xebsUnpackV(2, af, yf, idx);
-    EXPECT_EQ(bits0f(), snan_f);
-    xebsPackM(2, af, mask, yf);
-    EXPECT_EQ(bits0f(), snan_f);
-    xebsUnpackM(2, af, yf, mask);
-    EXPECT_EQ(bits0f(), snan_f);
-
+    const std::function<void()> keep_d[] = {[&] { xebdPackI(2, a, 1, y); }, [&] { xebdUnpackI(2, a, y, 1); },
+                                            [&] { xebdPackV(2, a, idx, y); }, [&] { xebdUnpackV(2, a, y, idx); }};
+    const std::function<void()> keep_s[] = {[&] { xebsPackI(2, af, 1, yf); }, [&] { xebsUnpackV(2, af, yf, idx); },
+                                            [&] { xebsPackM(2, af, mask, yf); }, [&] { xebsUnpackM(2, af, yf, mask); }};
+    for (const auto& f : keep_d) {
+        y[0] = 0;
+        f();
+        EXPECT_EQ(xeb::bits(y[0]), snan);
+    }
+    for (const auto& f : keep_s) {
+        yf[0] = 0;
+        f();
+        EXPECT_EQ(xeb::bits(yf[0]), snan_f);
+    }
     xeb::fpu::x87_clear_exceptions();
     xebdPackM(2, a, mask, y);
-    EXPECT_EQ(bits0(), quieted);
+    EXPECT_EQ(xeb::bits(y[0]), quieted);
     EXPECT_TRUE(xeb::fpu::x87_status() & 1) << "the x87 invalid flag";
+    y[0] = 0;
     xebdUnpackM(2, a, y, mask);
-    EXPECT_EQ(bits0(), quieted);
+    EXPECT_EQ(xeb::bits(y[0]), quieted);
     xeb::fpu::x87_clear_exceptions();
 }
 

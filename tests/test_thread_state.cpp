@@ -2,6 +2,7 @@
 // forcing and restoring of the control words.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -22,11 +23,11 @@ int32_t cb_two(XebErrorRecord*) { return 2; }
 // Runs f on a fresh thread (fresh record, unforced mode) and waits.
 template <class F>
 void on_new_thread(F f) {
-    std::thread t(f);
-    t.join();
+    std::thread(f).join();
 }
 
 std::size_t live_records() { return xeb::platform::heap_block_count(xeb::heap_handle()); }
+int32_t entry(uint32_t reason) { return xebLibraryEntry(nullptr, reason, nullptr); }
 
 TEST(ThreadState, NewThreadStartsFromDefaultsWhateverItsCreatorSet) {
     XebErrorCallBack saved = xebSetErrorCallBack(cb_one);
@@ -40,15 +41,11 @@ TEST(ThreadState, NewThreadStartsFromDefaultsWhateverItsCreatorSet) {
         xebSetErrStatus(4);
         xebSetErrorCallBack(cb_two);
     });
-    // The other thread's settings did not leak here.
+    // The other thread's settings did not leak here, nor into a later thread.
     EXPECT_EQ(xebGetMode() & XEB_REPORT_MASK, XEB_REPORT_STDERR);
     EXPECT_EQ(xebGetErrStatus(), 3);
     EXPECT_EQ(xebGetErrorCallBack(), cb_one);
-    // And a later thread sees no trace of the ended one.
-    on_new_thread([] {
-        EXPECT_EQ(xebGetErrorCallBack(), nullptr);
-        EXPECT_EQ(xebGetMode(), XEB_MODE_DEFAULT);
-    });
+    on_new_thread([] { EXPECT_TRUE(xebGetErrorCallBack() == nullptr && xebGetMode() == XEB_MODE_DEFAULT); });
     xebSetErrorCallBack(saved);
     xebSetMode(saved_mode & XEB_REPORT_MASK);
     xebSetMode(saved_mode & XEB_ACC_MASK);
@@ -76,15 +73,15 @@ TEST(ThreadState, ProcessDetachFreesRecordThenSlotThenHeapAndAttachRestores) {
     EXPECT_EQ(dll_cpu_version(), 1u);
     xebSetErrStatus(5);
     ASSERT_NE(xeb::slot_index(), -1);
-    EXPECT_EQ(xebLibraryEntry(nullptr, xeb::kThreadAttach, nullptr), 1);
-    EXPECT_EQ(xebLibraryEntry(nullptr, 7, nullptr), 1);  // unknown reasons do nothing
-    EXPECT_EQ(xebLibraryEntry(nullptr, xeb::kProcessDetach, nullptr), 1);
+    EXPECT_EQ(entry(xeb::kThreadAttach), 1);
+    EXPECT_EQ(entry(7), 1);  // unknown reasons do nothing
+    EXPECT_EQ(entry(xeb::kProcessDetach), 1);
     EXPECT_EQ(xeb::slot_index(), -1);
     EXPECT_EQ(xeb::heap_handle(), nullptr);
     // Without a slot every lookup gets the default record.
     EXPECT_EQ(xebGetMode(), XEB_MODE_DEFAULT);
     EXPECT_EQ(xebGetErrStatus(), 0);
-    EXPECT_EQ(xebLibraryEntry(nullptr, xeb::kProcessAttach, nullptr), 1);
+    EXPECT_EQ(entry(xeb::kProcessAttach), 1);
     EXPECT_NE(xeb::slot_index(), -1);
     EXPECT_EQ(live_records(), 1u);  // the loading thread's record
     EXPECT_EQ(xebGetErrStatus(), 0);
@@ -101,8 +98,8 @@ TEST(ThreadState, ThreadRecordFromAnEarlierSlotIsNotSeenAfterReload) {
         EXPECT_EQ(xebGetErrStatus(), 0);
     });
     while (stage != 1) std::this_thread::yield();
-    xebLibraryEntry(nullptr, xeb::kProcessDetach, nullptr);
-    xebLibraryEntry(nullptr, xeb::kProcessAttach, nullptr);
+    entry(xeb::kProcessDetach);
+    entry(xeb::kProcessAttach);
     stage = 2;
     t.join();
 }
@@ -123,52 +120,40 @@ TEST(FatalBox, TitleAndTextFallBackToFixedWords) {
 }
 
 TEST(FatalBox, FailedAttachRefusesTheLoad) {
-    xebLibraryEntry(nullptr, xeb::kProcessDetach, nullptr);
-    auto& f = xeb::platform::faults();
-    f.tls_alloc_fails = true;
-    {
+    for (bool xeb::platform::FaultInjection::*fault :
+         {&xeb::platform::FaultInjection::tls_alloc_fails, &xeb::platform::FaultInjection::heap_fails}) {
+        entry(xeb::kProcessDetach);
+        xeb::platform::faults().*fault = true;
         xt::StderrCapture cap;
-        EXPECT_EQ(xebLibraryEntry(nullptr, xeb::kProcessAttach, nullptr), 0);
+        EXPECT_EQ(entry(xeb::kProcessAttach), 0);
         EXPECT_FALSE(cap.finish().empty());
+        xeb::platform::faults() = {};
     }
-    f = {};
-    xebLibraryEntry(nullptr, xeb::kProcessDetach, nullptr);
-    f.heap_fails = true;
-    {
-        xt::StderrCapture cap;
-        EXPECT_EQ(xebLibraryEntry(nullptr, xeb::kProcessAttach, nullptr), 0);
-    }
-    f = {};
-    xebLibraryEntry(nullptr, xeb::kProcessDetach, nullptr);
-    ASSERT_EQ(xebLibraryEntry(nullptr, xeb::kProcessAttach, nullptr), 1);
+    entry(xeb::kProcessDetach);
+    ASSERT_EQ(entry(xeb::kProcessAttach), 1);
 }
 
 TEST(FatalBoxDeathTest, LookupThatCannotMakeARecordEndsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            std::thread t([] {
-                xeb::platform::faults().tls_set_fails = true;
-                xebGetMode();
-            });
-            t.join();
-        },
-        ::testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(on_new_thread([] {
+                    xeb::platform::faults().tls_set_fails = true;
+                    xebGetMode();
+                }),
+                ::testing::ExitedWithCode(1), "");
 }
 
 TEST(Mode, FieldsAreReplacedWholeAndZeroFieldsLeftAlone) {
     on_new_thread([] {
-        EXPECT_EQ(xebSetMode(0), 6658u);
-        EXPECT_EQ(xebGetMode(), 6658u);
-        EXPECT_EQ(xebSetMode(0x0001), 6658u);
-        EXPECT_EQ(xebGetMode(), 0x1A01u);  // accuracy alone
-        xebSetMode(0x0100);
-        EXPECT_EQ(xebGetMode(), 0x0101u);  // the whole reporting field replaced
-        xebSetMode(0xFFFF0000u | 0x0400);
-        EXPECT_EQ(xebGetMode(), 0x0401u);  // bits 16-31 never set
+        // Each set returns the mode before it; bits 16-31 are never set; a
+        // restore with nothing forced does nothing.
+        const uint32_t steps[][3] = {{0, 6658, 6658},          {0x0001, 6658, 0x1A01},
+                                     {0x0100, 0x1A01, 0x0101}, {0xFFFF0400u, 0x0101, 0x0401},
+                                     {XEB_FPU_RESTORE, 0x0401, 0x0401}};
         const uint16_t cw = x87_control();
-        xebSetMode(XEB_FPU_RESTORE);  // nothing forced: nothing happens
-        EXPECT_EQ(xebGetMode() & XEB_FPU_MASK, 0u);
+        for (const auto& s : steps) {
+            EXPECT_EQ(xebSetMode(s[0]), s[1]) << s[0];
+            EXPECT_EQ(xebGetMode(), s[2]) << s[0];
+        }
         EXPECT_EQ(x87_control(), cw);
         EXPECT_EQ(xebSetErrStatus(7), 0);
         EXPECT_EQ(xebGetErrStatus(), 7);  // not validated
@@ -179,38 +164,38 @@ TEST(Mode, FieldsAreReplacedWholeAndZeroFieldsLeftAlone) {
 
 TEST(Mode, ForceForceRestoreKeepsTheFirstSnapshot) {
     on_new_thread([] {
-        const uint16_t cw0 = 0x0F7F;  // 64-bit precision, rounding toward zero
+        const uint16_t cw0 = 0x0F7F;                    // 64-bit precision, rounding toward zero
         const uint32_t mx0 = 0x1F80 | 0x6000 | 0x8000;  // toward zero, flush-to-zero
+        const int k53 = (cw0 & ~0x0F00) | 0x0200, k64 = (cw0 & ~0x0F00) | 0x0300;
         xeb::fpu::set_x87_control(cw0);
         xeb::fpu::set_mxcsr(mx0);
-
-        xebSetMode(XEB_FPU_NARROW);  // accuracy 2: 53-bit target
-        EXPECT_EQ(x87_control(), (cw0 & ~0x0F00) | 0x0200);
-        EXPECT_EQ(mxcsr() & 0xFFFF, (mx0 & ~0x6000u));  // flush-to-zero kept
-
-        xebSetMode(XEB_FPU_WIDE);
-        EXPECT_EQ(x87_control(), (cw0 & ~0x0F00) | 0x0300);
-        EXPECT_EQ(xebGetMode() & XEB_FPU_MASK, XEB_FPU_WIDE);
-
-        xebSetMode(XEB_FPU_RESTORE);
-        EXPECT_EQ(x87_control(), cw0);
-        EXPECT_EQ(mxcsr() & 0xFFFF, mx0);
-        EXPECT_EQ(xebGetMode() & XEB_FPU_MASK, XEB_FPU_WIDE);  // field keeps its value
-
-        // A restore again does the same; a later force takes no new snapshot.
-        xeb::fpu::set_x87_control(0x037F);
-        xebSetMode(XEB_FPU_RESTORE);
-        EXPECT_EQ(x87_control(), cw0);
-        xeb::fpu::set_x87_control(0x027F);
-        xebSetMode(XEB_FPU_NARROW);
-        xebSetMode(XEB_FPU_RESTORE);
-        EXPECT_EQ(x87_control(), cw0);
-
-        // Accuracy 1 with 0x10 is also the 53-bit target; unknown values force 64.
-        xebSetMode(XEB_ACC_LA | XEB_FPU_NARROW);
-        EXPECT_EQ(x87_control() & 0x0F00, 0x0200);
-        xebSetMode(0x0050);
-        EXPECT_EQ(x87_control() & 0x0F00, 0x0300);
+        // Control word set first (or -1), mode set, then the expected x87
+        // word under a mask, MXCSR (or -1) and FPU field (or -1).  Accuracy
+        // 2 or 1 with 0x10 is the 53-bit target; unknown values force 64; a
+        // restore does the same again; a later force takes no new snapshot.
+        struct Step {
+            int pre;
+            uint32_t set;
+            int mask, cw;
+            int64_t mx;
+            int field;
+        };
+        const Step steps[] = {{-1, XEB_FPU_NARROW, 0xFFFF, k53, mx0 & ~0x6000u, -1},
+                              {-1, XEB_FPU_WIDE, 0xFFFF, k64, -1, XEB_FPU_WIDE},
+                              {-1, XEB_FPU_RESTORE, 0xFFFF, cw0, mx0, XEB_FPU_WIDE},
+                              {0x037F, XEB_FPU_RESTORE, 0xFFFF, cw0, -1, -1},
+                              {0x027F, XEB_FPU_NARROW, 0, 0, -1, -1},
+                              {-1, XEB_FPU_RESTORE, 0xFFFF, cw0, -1, -1},
+                              {-1, XEB_ACC_LA | XEB_FPU_NARROW, 0x0F00, 0x0200, -1, -1},
+                              {-1, 0x0050, 0x0F00, 0x0300, -1, -1}};
+        for (std::size_t i = 0; i < std::size(steps); ++i) {
+            const Step& s = steps[i];
+            if (s.pre >= 0) xeb::fpu::set_x87_control(static_cast<uint16_t>(s.pre));
+            xebSetMode(s.set);
+            EXPECT_EQ(x87_control() & s.mask, s.cw) << "step " << i;
+            EXPECT_TRUE(s.mx < 0 || (mxcsr() & 0xFFFF) == s.mx) << "step " << i << ": " << mxcsr();
+            EXPECT_TRUE(s.field < 0 || static_cast<int>(xebGetMode() & XEB_FPU_MASK) == s.field) << "step " << i;
+        }
         xeb::fpu::set_x87_control(0x037F);
         xeb::fpu::set_mxcsr(0x1F80);
     });
