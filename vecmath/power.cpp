@@ -229,14 +229,30 @@ __attribute__((always_inline)) inline void y_log2(V x, V y, const int adjust[], 
         lo_[l] = powLogPair[j][1];
     }
     const V m = from_lanes<V>(m_), r = from_lanes<V>(r_), g = from_lanes<V>(g_);
+    // v + ul = m * r - R0 exactly: both partial products are exact (27 or
+    // 26 bits times 23), p1 - R0 is exact (p1 lies within 2^-9 of R0), and
+    // the last sum is a two-sum.  Next to 1, where log2 x is tiny, any
+    // absolute error here would be a large relative one.
     const V mh = cut27(m), ml = m - mh;
-    const V u0 = m * r;
-    const V v = u0 - kR0;                 // exact: u0 is within 2^-9 of R0
-    const V ul = (mh * r - u0) + ml * r;  // m * r - u0, exactly up to 2^-106
+    const V p1 = mh * r, p2 = ml * r;
+    const V q = p1 - kR0;
+    const V v = q + p2;
+    const V qv = v - q;
+    const V ul = (q - (v - qv)) + (p2 - qv);
     l0 = v + g;
     const V gv = l0 - v;
     const V err = (v - (l0 - gv)) + (g - gv);  // two-sum of v and g
-    const V ls = ((err + from_lanes<V>(lo_)) + ul) + log_tail(v, ul);
+    V ls = ((err + from_lanes<V>(lo_)) + ul) + log_tail(v, ul);
+    // Renormalise L = l0 + ls so that |ls| <= ulp(l0) / 2.  Next to 1 the
+    // rounding of u0 leaves up to half of log2 x in ul (x = 1 + 2^-52: v is
+    // 2^-52, ul 0.44 * 2^-52), and an unnormalised pair would put that into
+    // z, far outside the reduction range of 2^f - 1.
+    {
+        const V sum = l0 + ls;
+        const V back = sum - l0;
+        ls = (l0 - (sum - back)) + (ls - back);
+        l0 = sum;
+    }
     // y * (l0 + ls) in pieces: yh * lh is exact (27-bit halves).
     const V lh = cut27(l0), ll = l0 - lh;
     const V yh = cut27(y), yl = y - yh;

@@ -25,10 +25,14 @@ const Range kNearOne{1.0 - 0x1p-20, 1.0 + 0x1p-20, false};
 const Range kHugeExponents{1e3, 1e9, true};
 const Range kTinyBases{kDoubleTrueMin, 0x1p-1000, false};
 const Range kAroundOne{0.9, 1.1, false};
+// Bases a few ulps from 1, where log2 x is carried mostly in its low part,
+// against exponents that bring y log2 x back to order 1 and beyond.
+const Range kVeryNearOne{1.0 - 0x1p-40, 1.0 + 0x1p-40, false};
+const Range kVastExponents{0x1p30, 0x1p56, true};
 
 std::vector<KernelAccuracy> power_rows() {
-    const std::vector<Range> d_a{kPositiveDoubles, kNearOneHalfToTwo, kNearOne, kTinyBases};
-    const std::vector<Range> d_b{kSmallExponents, kLargeExponents, kHugeExponents, kAroundOne};
+    const std::vector<Range> d_a{kPositiveDoubles, kNearOneHalfToTwo, kNearOne, kTinyBases, kVeryNearOne};
+    const std::vector<Range> d_b{kSmallExponents, kLargeExponents, kHugeExponents, kAroundOne, kVastExponents};
     const std::vector<Range> s_a{kPositiveFloats, kNearOneHalfToTwo, kNearOne};
     const std::vector<Range> s_b{kSmallExponents, kFloatExponents, kHugeExponents};
     const std::vector<double> scalars{-1074.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 700.125};
