@@ -285,7 +285,7 @@ TEST(Streams, CopyStateBetweenRowsStaysInsideTheBlocks) {
 
     // A WH stream counts 64 bytes of state in a 48-byte stream.
     StreamHandle w1, w2;
-    rukNewStreamEx(w1.out(), RUK_BRNG_WH, 0, nullptr);  // WH's code is not in this build
+    rukNewStreamEx(w1.out(), RUK_BRNG_WH, 0, nullptr);
     rukNewStreamEx(w2.out(), RUK_BRNG_WH + 5, 0, nullptr);
     ASSERT_TRUE(w1.get() && w2.get());
     EXPECT_EQ(rukCopyStreamState(w1.get(), w2.get()), RUK_BRNG_WH);
