@@ -37,7 +37,8 @@ template <class T>
 int32_t script_fill(RukStream*, int32_t n, T* r, T a, T b) {
     const std::size_t call = script.calls.size();
     script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i) r[i] = static_cast<T>(a + (b - a) * script.values[script.next++ % script.values.size()]);
+    for (int32_t i = 0; i < n; ++i)
+        r[i] = static_cast<T>(a + (b - a) * script.values[script.next++ % script.values.size()]);
     return call < script.statuses.size() ? script.statuses[call] : 0;
 }
 int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
@@ -65,28 +66,32 @@ Forms forms(int32_t (*d)(int32_t, RukStream*, int32_t, double*, Dp...),
             [=](RukStream* st, int32_t n, float* r) { return s(method, st, n, r, static_cast<float>(p)...); }};
 }
 
-const long double kPi = 3.141592653589793238462643383279502884L;
+using LD = long double;
+const LD kPi = 3.141592653589793238462643383279502884L;
 constexpr double kHalfPi = 0x1.921fb54442d18p+0;
-using Formula = std::function<long double(const long double* u, std::size_t i, long double* scale, bool single)>;
+// A value from uniforms and the size of its largest term (for the error measure).
+struct Value {
+    LD x, scale;
+};
+using Formula = std::function<Value(const LD* u, std::size_t i, bool single)>;
 
 struct Law {
     const char* name;
     Forms draw;
-    std::function<long double(long double)> cdf;
-    int uniforms_per_value;  // 2 for Laplace and the Gaussians
-    Formula formula;         // the value and the size of its largest term (for the error measure)
-    double bound_d, bound_s;  // of the formula check, in ulps of that term
+    std::function<LD(LD)> cdf;
+    int uniforms_per_value;   // 2 for Laplace and the Gaussians
+    Formula formula;          // value i from the uniforms
+    double bound_d, bound_s;  // of the formula check, in ulps of the largest term
     double lo = 0, hi = 1;    // the interval the law draws its uniforms on
 };
 
-long double normal_cdf(long double z) { return 0.5L * std::erfc(-z / std::sqrt(2.0L)); }
+LD normal_cdf(LD z) { return 0.5L * std::erfc(-z / std::sqrt(2.0L)); }
 
-// Sine or cosine (odd i) of pair i / 2 (of pair i with one value a pair).
-long double box_muller(const long double* u, std::size_t i, bool one_per_pair, long double* radius) {
+// Sine or cosine (odd i) of pair i / 2 (of pair i with one value a pair), and the radius.
+Value box_muller(const LD* u, std::size_t i, bool one_per_pair) {
     const std::size_t pair = one_per_pair ? i : i / 2;
-    *radius = std::sqrt(-2 * std::log(u[2 * pair]));
-    const long double angle = 2 * kPi * u[2 * pair + 1];
-    return *radius * (!one_per_pair && i % 2 ? std::cos(angle) : std::sin(angle));
+    const LD radius = std::sqrt(-2 * std::log(u[2 * pair])), angle = 2 * kPi * u[2 * pair + 1];
+    return {radius * (!one_per_pair && i % 2 ? std::cos(angle) : std::sin(angle)), radius};
 }
 
 // Formula bounds: the kernels' errors (below 1 ulp; the Cauchy tangent and
@@ -98,77 +103,65 @@ long double box_muller(const long double* u, std::size_t i, bool one_per_pair, l
 std::vector<Law> laws() {
     std::vector<Law> v;
     v.push_back({"uniform(-2, 5)", forms(rukdRngUniform, ruksRngUniform, 0, -2, 5),
-                 [](long double x) { return (x + 2) / 7; }, 1, nullptr, 0, 0, -2, 5});
+                 [](LD x) { return (x + 2) / 7; }, 1, nullptr, 0, 0, -2, 5});
     v.push_back({"exponential(1.5, 2)", forms(rukdRngExponential, ruksRngExponential, 0, 1.5, 2),
-                 [](long double x) { return x < 1.5L ? 0 : -std::expm1(-(x - 1.5L) / 2); }, 1,
-                 [](const long double* u, std::size_t i, long double* scale, bool) {
-                     *scale = std::fabs(2 * std::log(u[i]));
-                     return 1.5L - 2 * std::log(u[i]);
+                 [](LD x) { return x < 1.5L ? 0 : -std::expm1(-(x - 1.5L) / 2); }, 1,
+                 [](const LD* u, std::size_t i, bool) {
+                     return Value{1.5L - 2 * std::log(u[i]), std::fabs(2 * std::log(u[i]))};
                  }, 2, 2});
     v.push_back({"laplace(-1, 0.5)", forms(rukdRngLaplace, ruksRngLaplace, 0, -1, 0.5),
-                 [](long double x) {
-                     const long double z = (x + 1) / 0.5L;
-                     return z < 0 ? 0.5L * std::exp(z) : 1 - 0.5L * std::exp(-z);
-                 }, 2,
-                 [](const long double* u, std::size_t i, long double* scale, bool) {
-                     const long double l = 0.5L * std::log(u[2 * i]);
-                     *scale = std::fabs(l);
-                     return u[2 * i + 1] <= 0.5L ? -1 - l : -1 + l;
+                 [](LD x) { return x < -1 ? 0.5L * std::exp(2 * (x + 1)) : 1 - 0.5L * std::exp(-2 * (x + 1)); }, 2,
+                 [](const LD* u, std::size_t i, bool) {
+                     const LD l = 0.5L * std::log(u[2 * i]);
+                     return Value{u[2 * i + 1] <= 0.5L ? -1 - l : -1 + l, std::fabs(l)};
                  }, 2, 2});
     v.push_back({"weibull(1.7, 0.5, 3)", forms(rukdRngWeibull, ruksRngWeibull, 0, 1.7, 0.5, 3),
-                 [](long double x) { return x <= 0.5L ? 0 : -std::expm1(-std::pow((x - 0.5L) / 3, 1.7L)); }, 1,
-                 [](const long double* u, std::size_t i, long double* scale, bool single) {
-                     const long double alpha = single ? 1.7f : 1.7;  // as the law receives it
-                     *scale = 3 * std::pow(-std::log(u[i]), 1 / alpha);
-                     return 0.5L + *scale;
+                 [](LD x) { return x <= 0.5L ? 0 : -std::expm1(-std::pow((x - 0.5L) / 3, 1.7L)); }, 1,
+                 [](const LD* u, std::size_t i, bool single) {
+                     const LD alpha = single ? 1.7f : 1.7;  // as the law receives it
+                     const LD term = 3 * std::pow(-std::log(u[i]), 1 / alpha);
+                     return Value{0.5L + term, term};
                  }, 2, 3});
     v.push_back({"cauchy(2, 0.5)", forms(rukdRngCauchy, ruksRngCauchy, 0, 2, 0.5),
-                 [](long double x) { return 0.5L + std::atan((x - 2) / 0.5L) / kPi; }, 1,
-                 [](const long double* u, std::size_t i, long double* scale, bool) {
-                     *scale = std::fabs(0.5L * std::tan(u[i]));  // u is the angle here
-                     return 2 + 0.5L * std::tan(u[i]);
+                 [](LD x) { return 0.5L + std::atan((x - 2) / 0.5L) / kPi; }, 1,
+                 [](const LD* u, std::size_t i, bool) {  // u is the angle here
+                     return Value{2 + 0.5L * std::tan(u[i]), std::fabs(0.5L * std::tan(u[i]))};
                  }, 4, 5, -kHalfPi, kHalfPi});
     v.push_back({"rayleigh(1, 2)", forms(rukdRngRayleigh, ruksRngRayleigh, 0, 1, 2),
                  // No factor 2: P(X <= x) = 1 - exp(-((x - a)/beta)^2).
-                 [](long double x) { return x <= 1 ? 0 : -std::expm1(-((x - 1) / 2) * ((x - 1) / 2)); }, 1,
-                 [](const long double* u, std::size_t i, long double* scale, bool) {
-                     *scale = 2 * std::sqrt(-std::log(u[i]));
-                     return 1 + *scale;
+                 [](LD x) { return x <= 1 ? 0 : -std::expm1(-((x - 1) / 2) * ((x - 1) / 2)); }, 1,
+                 [](const LD* u, std::size_t i, bool) {
+                     return Value{1 + 2 * std::sqrt(-std::log(u[i])), 2 * std::sqrt(-std::log(u[i]))};
                  }, 2, 2});
     v.push_back({"gumbel(1, 1.5)", forms(rukdRngGumbel, ruksRngGumbel, 0, 1, 1.5),
                  // Long tail low: P(X <= x) = 1 - exp(-exp((x - a)/beta)).
-                 [](long double x) { return -std::expm1(-std::exp((x - 1) / 1.5L)); }, 1,
-                 [](const long double* u, std::size_t i, long double* scale, bool) {
-                     const long double l = 1.5L * std::log(-std::log(u[i]));
-                     *scale = std::max(std::fabs(l), 1.0L);
-                     return 1 + l;
+                 [](LD x) { return -std::expm1(-std::exp((x - 1) / 1.5L)); }, 1,
+                 [](const LD* u, std::size_t i, bool) {
+                     const LD l = 1.5L * std::log(-std::log(u[i]));
+                     return Value{1 + l, std::max(std::fabs(l), 1.0L)};
                  }, 3, 3});
     // Method 0: pair i gives value i; method 1: pair i/2 its sine then cosine.
     for (int method : {0, 1})
         v.push_back({method ? "gaussian method 1 (3, 2)" : "gaussian method 0 (3, 2)",
                      forms(rukdRngGaussian, ruksRngGaussian, method, 3, 2),
-                     [](long double x) { return normal_cdf((x - 3) / 2); }, 2,
-                     [method](const long double* u, std::size_t i, long double* scale, bool) {
-                         long double radius;
-                         const long double g = box_muller(u, i, method == 0, &radius);
-                         *scale = std::max(2 * radius, 3.0L);
-                         return 3 + 2 * g;
+                     [](LD x) { return normal_cdf((x - 3) / 2); }, 2,
+                     [method](const LD* u, std::size_t i, bool) {
+                         const Value g = box_muller(u, i, method == 0);
+                         return Value{3 + 2 * g.x, std::max(2 * g.scale, 3.0L)};
                      }, 6, 8});
     v.push_back({"lognormal(0.3, 0.6, -1, 2)", forms(rukdRngLognormal, ruksRngLognormal, 0, 0.3, 0.6, -1, 2),
-                 [](long double x) { return x <= -1 ? 0 : normal_cdf((std::log((x + 1) / 2) - 0.3L) / 0.6L); }, 2,
-                 [](const long double* u, std::size_t i, long double* scale, bool single) {
-                     long double radius;
-                     const long double a = single ? 0.3f : 0.3, sigma = single ? 0.6f : 0.6;
-                     const long double g = a + sigma * box_muller(u, i, false, &radius);
-                     *scale = std::max(2 * std::exp(g), 1.0L);
-                     return -1 + 2 * std::exp(g);
+                 [](LD x) { return x <= -1 ? 0 : normal_cdf((std::log((x + 1) / 2) - 0.3L) / 0.6L); }, 2,
+                 [](const LD* u, std::size_t i, bool single) {
+                     const LD a = single ? 0.3f : 0.3, sigma = single ? 0.6f : 0.6;
+                     const LD e = 2 * std::exp(a + sigma * box_muller(u, i, false).x);
+                     return Value{-1 + e, std::max(e, 1.0L)};
                  }, 10, 12});
     return v;
 }
 
 // sqrt(n) times the Kolmogorov-Smirnov distance of the sample to cdf.
 template <class T>
-double ks_statistic(std::vector<T> x, const std::function<long double(long double)>& cdf) {
+double ks_statistic(std::vector<T> x, const std::function<LD(LD)>& cdf) {
     std::sort(x.begin(), x.end());
     const long double n = static_cast<long double>(x.size());
     long double d = 0;
@@ -216,10 +209,9 @@ void check_formula(const Law& law, const std::function<int32_t(RukStream*, int32
     for (std::size_t i = 0; i < got.size(); ++i) {
         // |got - want| in ulps of the value's largest term (so that
         // cancellation in a + beta x is not charged to the law).
-        long double scale;
-        const long double want = law.formula(ul.data(), i, &scale, sizeof(T) == 4);
-        const int exp = std::ilogb(static_cast<double>(std::max(std::fabs(want), scale)));
-        const double e = static_cast<double>(std::fabs(got[i] - want) /
+        const Value want = law.formula(ul.data(), i, sizeof(T) == 4);
+        const int exp = std::ilogb(static_cast<double>(std::max(std::fabs(want.x), want.scale)));
+        const double e = static_cast<double>(std::fabs(got[i] - want.x) /
                                              std::ldexp(1.0L, exp - std::numeric_limits<T>::digits + 1));
         if (e > worst) worst = e, worst_at = i;
     }
