@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,47 +23,36 @@ struct Outcome {
     int exit_code;
     std::string out, err;
 };
-
-std::string read_all(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 Outcome xebruk_rng(const std::string& args) {
     const std::string base = ::testing::TempDir() + "cli_rng_discrete_" +
                              ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    const std::string out = base + ".out", err = base + ".err";
-    const int status = std::system((std::string(XEBRUK_CLI_PATH) + " rng " + args + " > " + out +
-                                    " 2> " + err).c_str());
-    Outcome r{WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_all(out), read_all(err)};
-    std::remove(out.c_str());
-    std::remove(err.c_str());
-    return r;
-}
-
-std::vector<int32_t> library_binomial(int32_t n, int32_t trials, double p) {
-    xt::StreamHandle h;
-    const uint32_t seed = 77;
-    EXPECT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
-    std::vector<int32_t> r(static_cast<std::size_t>(n));
-    EXPECT_EQ(rukiRngBinomial(0, h.get(), n, r.data(), trials, p), RUK_OK);
-    return r;
+    const auto take = [](const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::string s{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+        std::remove(path.c_str());
+        return s;
+    };
+    const int status =
+        std::system((std::string(XEBRUK_CLI_PATH) + " rng " + args + " > " + base + ".out 2> " + base + ".err").c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, take(base + ".out"), take(base + ".err")};
 }
 
 TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
-    const auto want = library_binomial(3000, 200, 0.7);
-    const Outcome text = xebruk_rng("--gen mt19937 --seed 77 --law binomial --params 200,0.7 --n 3000");
+    xt::StreamHandle h;
+    const uint32_t seed = 77;
+    std::vector<int32_t> want(3000), got;
+    ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+    ASSERT_EQ(rukiRngBinomial(0, h.get(), 3000, want.data(), 200, 0.7), RUK_OK);
+
+    const std::string args = "--gen mt19937 --seed 77 --law binomial --params 200,0.7 --n 3000";
+    const Outcome text = xebruk_rng(args);
     ASSERT_EQ(text.exit_code, 0) << text.err;
-    std::vector<int32_t> got;
-    for (std::size_t at = 0; at < text.out.size();) {
-        const std::size_t end = text.out.find('\n', at);
-        got.push_back(std::stoi(text.out.substr(at, end - at)));
-        at = end + 1;
-    }
+    std::istringstream lines(text.out);
+    for (std::string line; std::getline(lines, line);) got.push_back(std::stoi(line));
     EXPECT_EQ(got, want);
     EXPECT_NE(text.err.find("binomial integer from mt19937: count 3000"), std::string::npos) << text.err;
 
-    const Outcome npy = xebruk_rng("--gen mt19937 --seed 77 --law binomial --params 200,0.7 --n 3000 --quiet --format npy");
+    const Outcome npy = xebruk_rng(args + " --quiet --format npy");
     ASSERT_EQ(npy.exit_code, 0) << npy.err;
     ASSERT_GT(npy.out.size(), 10u);
     const std::size_t header = static_cast<unsigned char>(npy.out[8]) + 256u * static_cast<unsigned char>(npy.out[9]);
@@ -71,8 +61,7 @@ TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
     EXPECT_EQ(std::memcmp(npy.out.data() + 10 + header, want.data(), 4 * want.size()), 0);
 
     // The generator's words, read as signed integers.
-    const Outcome bits = xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet");
-    EXPECT_EQ(bits.out, "1\n1132489760\n826537482\n");
+    EXPECT_EQ(xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet").out, "1\n1132489760\n826537482\n");
 }
 
 TEST(CliRngDiscrete, ParametersOutsideTheLawAreRefused) {
