@@ -187,7 +187,8 @@ void run_case(const Member1D<typename P::Data>& m, const Case1D& c, std::mt19937
     using Data = typename P::Data;
     Array<Data> x({c.nx}, {c.xs}, true), y({c.ny}, {c.ys}, true), z({c.nz}, {c.zs}, true);
     fill(x, rng);
-    fill(y, rng);    SCOPED_TRACE(::testing::Message() << m.name << " nx=" << c.nx << " ny=" << c.ny << " strides " << c.xs
+    fill(y, rng);
+    SCOPED_TRACE(::testing::Message() << m.name << " nx=" << c.nx << " ny=" << c.ny << " strides " << c.xs
                                       << "," << c.ys << "," << c.zs << " start=" << c.start << " nz=" << c.nz
                                       << " dec=" << c.dec);
     ASSERT_EQ(m(x.ptr(), c.xs, y.ptr(), c.ys, z.ptr(), c.zs, c.nx, c.ny, c.start, c.nz, c.dec), 0);
@@ -309,11 +310,15 @@ void check_order(const Member1D<Data>& m) {
     EXPECT_EQ(call(), b - 12);
 }
 
-TEST(Direct1D, StatusesInOrder) {
-    for (const auto& m : kDD1D) check_order(m);
-    for (const auto& m : kSD1D) check_order(m);
-    for (const auto& m : kSS1D) check_order(m);
+// Applies f to every one-dimensional member.
+template <class F>
+void each_1d(F f) {
+    for (const auto& m : kDD1D) f(m);
+    for (const auto& m : kSD1D) f(m);
+    for (const auto& m : kSS1D) f(m);
 }
+
+TEST(Direct1D, StatusesInOrder) { each_1d([](const auto& m) { check_order(m); }); }
 
 // y and z the same array: allowed exactly when no output overwrites a y
 // that a later one reads, and then equal to the out-of-place result.
@@ -353,11 +358,7 @@ void check_in_place(const Member1D<Data>& m) {
     EXPECT_EQ(m(xz.data(), 1, y.data(), 1, xz.data(), 1, nx, ny, safe_start, nz, 1), 0);
 }
 
-TEST(Direct1D, InPlace) {
-    for (const auto& m : kDD1D) check_in_place(m);
-    for (const auto& m : kSD1D) check_in_place(m);
-    for (const auto& m : kSS1D) check_in_place(m);
-}
+TEST(Direct1D, InPlace) { each_1d([](const auto& m) { check_in_place(m); }); }
 
 // Where z shares memory with x, each output reads what the outputs before
 // it stored: outputs are computed and stored one after another.
@@ -485,7 +486,8 @@ void run_all_case(const MemberAll<typename P::Data>& m, int rank, std::mt19937_6
     Array<Data> y(ny, random_strides(ny, rng, true), true);
     Array<Data> z(nz, random_strides(nz, rng, false), false);
     fill(x, rng);
-    fill(y, rng);    std::string trace = std::string(m.name) + " rank " + std::to_string(rank) + ":";
+    fill(y, rng);
+    std::string trace = std::string(m.name) + " rank " + std::to_string(rank) + ":";
     for (int d = 0; d < rank; ++d)
         for (int32_t v : {nx[d], x.stride[d], ny[d], y.stride[d], nz[d], z.stride[d], start[d], dec[d]})
             trace += " " + std::to_string(v);
@@ -608,10 +610,12 @@ TEST(DirectUnsupported, EveryEntryGivesMinus2000) {
         EXPECT_EQ(f(1, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
                   RUK_TASK_ERROR_UNSUPPORTED);
     for (auto f : {rukConvDDFft1D_dec, rukCorrDDFft1D_dec, rukConvDDFft1D_nodec, rukCorrDDFft1D_nodec})
-        EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0), RUK_TASK_ERROR_UNSUPPORTED);
+        EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0),
+                  RUK_TASK_ERROR_UNSUPPORTED);
     for (auto f : {rukConvSDFft1D_dec, rukCorrSDFft1D_dec, rukConvSDFft1D_nodec, rukCorrSDFft1D_nodec,
                    rukConvSSFft1D_dec, rukCorrSSFft1D_dec})
-        EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0), RUK_TASK_ERROR_UNSUPPORTED);
+        EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0),
+                  RUK_TASK_ERROR_UNSUPPORTED);
 }
 
 // ---------------------------------------------------------------------------
@@ -664,8 +668,7 @@ TEST(DirectAccuracy, TermsOfOneSign) {
     };
     auto check = [&](const char* name, double worst, int32_t m, double bound) {
         EXPECT_LT(worst, bound) << name << " with " << m << " taps";
-        RecordProperty(std::string(name) + "_" + std::to_string(m) + "_max_ulp",
-                       std::to_string(worst));
+        RecordProperty(std::string(name) + "_" + std::to_string(m) + "_max_ulp", std::to_string(worst));
     };
     for (int32_t m : {4, 16, 64, 256}) {
         check("ConvDD_dec", worst_ulp<D>(dd, m, rng), m, 0.5 + (m + 2) * 0x1p-11);

@@ -462,7 +462,8 @@ void run_case(std::mt19937& gen, int32_t job, int32_t method, const Types& ty,
     const bool dense = stride_kind == 0;
     const int32_t status = rukExec(t.t, x.buffer.data(), dense ? nullptr : x.stride.data(), y.buffer.data(),
                                    dense ? nullptr : y.stride.data(), z.buffer.data(),
-                                   dense ? nullptr : z.stride.data());    const std::string what = kernel_name(select_kernel(*t.t)) + " nx " + std::to_string(nx[0]) + " ny " +
+                                   dense ? nullptr : z.stride.data());
+    const std::string what = kernel_name(select_kernel(*t.t)) + " nx " + std::to_string(nx[0]) + " ny " +
                              std::to_string(ny[0]) + " start " + std::to_string(start[0]) + " dec " +
                              std::to_string(dec[0]) + " strides " + std::to_string(stride_kind);
     ASSERT_EQ(status, RUK_OK) << what;

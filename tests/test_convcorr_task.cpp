@@ -201,7 +201,8 @@ TEST(TaskCopy, FieldsArraysAndNulls) {
     ASSERT_EQ(rukCommitTask(t), RUK_OK);
     RukTask* c = nullptr;
     ASSERT_EQ(rukCopyTask(&c, t), RUK_OK);
-    EXPECT_EQ(settings(c), (std::vector<int32_t>{RUK_JOB_CONV, 11, RUK_METHOD_DIRECT, 22, 7, RUK_TYPE_DOUBLE, 7, 3, 1}));
+    EXPECT_EQ(settings(c),
+              (std::vector<int32_t>{RUK_JOB_CONV, 11, RUK_METHOD_DIRECT, 22, 7, RUK_TYPE_DOUBLE, 7, 3, 1}));
     EXPECT_EQ(c->start, c->startStore);
     EXPECT_EQ(entries(c->start, 3), entries(start, 3));
     EXPECT_EQ(c->xShape, c->xShapeStore);
