@@ -30,34 +30,26 @@ struct Reference {
     }
 };
 
-Reference convolution(const std::vector<float>& x, const std::vector<float>& h) {
-    Reference r;
-    r.value.assign(x.size() + h.size() - 1, 0);
-    r.abs_sum.assign(r.value.size(), 0);
-    for (std::size_t i = 0; i < x.size(); ++i)
-        for (std::size_t j = 0; j < h.size(); ++j) {
-            const long double p = static_cast<long double>(x[i]) * h[j];
-            r.value[i + j] += p;
-            r.abs_sum[i + j] += fabsl(p);
-        }
-    return r;
-}
-
-// Lags low .. low + count - 1 of sum_i a[i] b[i + lag].
-Reference correlation(const std::vector<float>& a, const std::vector<float>& b, int64_t low, int64_t count) {
-    Reference r;
-    r.value.assign(count, 0);
-    r.abs_sum.assign(count, 0);
+// Outputs low .. low + count - 1 of sum_i a[i] b[k - i] (convolution) or
+// sum_i a[i] b[i + k] (correlation), over the i where both are defined.
+Reference direct(const std::vector<float>& a, const std::vector<float>& b, int64_t low, int64_t count, bool conv) {
+    Reference r{std::vector<long double>(count, 0), std::vector<long double>(count, 0)};
     const auto n1 = static_cast<int64_t>(a.size()), n2 = static_cast<int64_t>(b.size());
     for (int64_t j = 0; j < count; ++j) {
-        const int64_t lag = low + j;
-        for (int64_t i = std::max<int64_t>(0, -lag); i < n1 && i + lag < n2; ++i) {
-            const long double p = static_cast<long double>(a[i]) * b[i + lag];
+        const int64_t k = low + j, lo = std::max<int64_t>(0, conv ? k - n2 + 1 : -k);
+        for (int64_t i = lo; i < n1 && (conv ? i <= k : i + k < n2); ++i) {
+            const long double p = static_cast<long double>(a[i]) * b[conv ? k - i : i + k];
             r.value[j] += p;
             r.abs_sum[j] += fabsl(p);
         }
     }
     return r;
+}
+Reference convolution(const std::vector<float>& x, const std::vector<float>& h) {
+    return direct(x, h, 0, static_cast<int64_t>(x.size() + h.size() - 1), true);
+}
+Reference correlation(const std::vector<float>& a, const std::vector<float>& b, int64_t low, int64_t count) {
+    return direct(a, b, low, count, false);
 }
 
 struct Case {
