@@ -9,6 +9,7 @@
 
 #include "frame/bits.h"
 #include "frame/fpu.h"
+#include "support/control_words.h"
 #include "support/args.h"
 #include "support/events.h"
 #include "support/ulp.h"
@@ -157,20 +158,7 @@ TEST(Roots, ResultsAndEventsDoNotDependOnTheBlockSize) {
     for (int i = 0; i < 203; ++i) EXPECT_EQ(xeb::bits(d[i]), xeb::bits(r[i]));
 }
 
-// Runs f with the x87 at 53 bits rounding toward zero and MXCSR flushing to
-// zero and rounding toward zero; the kernels force their own words and put
-// these back.
-template <class F>
-void under_odd_control_words(F f) {
-    const uint32_t saved = xeb::fpu::mxcsr();
-    xeb::fpu::set_x87_control(0x0E7F);
-    xeb::fpu::set_mxcsr(saved | 0xE000);
-    f();
-    EXPECT_EQ(xeb::fpu::x87_control(), 0x0E7F);
-    EXPECT_EQ(xeb::fpu::mxcsr(), saved | 0xE000);
-    xeb::fpu::set_x87_control(0x037F);
-    xeb::fpu::set_mxcsr(saved);
-}
+using xt::under_odd_control_words;
 
 TEST(Roots, ForcesItsControlWordsAndRestoresThem) {
     const double a[] = {2.0, 3.0, 5.0, 7.0, 11.0};
