@@ -19,7 +19,7 @@
 
 #include "frame/bits.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 
 constexpr int kExponentOfOne = 1023;      // biased exponent of [1, 2)
 constexpr int kExponentOfTwo31 = 1054;    // biased exponent of [2^31, 2^32)
@@ -45,4 +45,4 @@ inline int32_t floor_to_int32(double x) {
     return truncate_to_int32(t);
 }
 
-}  // namespace xeb::dist
+}  // namespace xeb::laws

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "dist/truncate.h"
+#include "laws/truncate.h"
 #include "frame/fpu.h"
 #include "support/args.h"
 #include "support/chi_square.h"
@@ -103,8 +103,8 @@ TEST(Truncation, MatchesTheConversionTowardZeroBelowTwoTo31) {
         const uint16_t x87_before = xeb::fpu::x87_control();
         std::size_t bad = 0;
         for (double x : xs)
-            if ((xeb::dist::truncate_to_int32(x) != static_cast<int32_t>(static_cast<int64_t>(x)) ||
-                 xeb::dist::floor_to_int32(x) != static_cast<int32_t>(static_cast<int64_t>(std::floor(x)))) &&
+            if ((xeb::laws::truncate_to_int32(x) != static_cast<int32_t>(static_cast<int64_t>(x)) ||
+                 xeb::laws::floor_to_int32(x) != static_cast<int32_t>(static_cast<int64_t>(std::floor(x)))) &&
                 ++bad < 5)
                 ADD_FAILURE() << std::hexfloat << x << " mode " << mode;
         EXPECT_EQ(xeb::fpu::x87_control(), x87_before);

@@ -24,9 +24,9 @@
 // (double) and 8 ulp (single) of the larger of |a| and sigma R.
 #include <cstdlib>
 
-#include "dist/continuous.h"
+#include "laws/continuous.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 template <class T>
@@ -160,9 +160,9 @@ struct BoxMuller {
 };
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
-using namespace xeb::dist;
+using namespace xeb::laws;
 
 int32_t rukdRngGaussian(int32_t method, RukStream* stream, int32_t n, double* r, double a,
                         double sigma) {

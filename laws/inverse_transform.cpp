@@ -19,9 +19,9 @@
 // (the power's error grows with 1/alpha), Gumbel 3 and 3 (two
 // logarithms), Cauchy 4 and 5.  A U of exactly 0 takes the
 // logarithm's error path, and its value (an infinity) flows on.
-#include "dist/continuous.h"
+#include "laws/continuous.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 // Draws n numbers on (lo, hi) into r and, unless the draw failed, runs
@@ -105,9 +105,9 @@ int32_t gumbel(RukStream* stream, int32_t n, T* r, T a, T beta) {
 }
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
-using namespace xeb::dist;
+using namespace xeb::laws;
 
 int32_t rukdRngExponential(int32_t, RukStream* stream, int32_t n, double* r, double a,
                            double beta) {

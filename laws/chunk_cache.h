@@ -15,7 +15,7 @@
 
 #include "rng/stream.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 
 // The record of identifier id on stream, or null with *status set to
 // RUK_ERROR_NO_MEMORY (no block, or no chunk node for it).
@@ -41,4 +41,4 @@ Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status) {
     return static_cast<Cache*>(block);
 }
 
-}  // namespace xeb::dist
+}  // namespace xeb::laws

@@ -7,9 +7,9 @@
 // relative error of exp(G) magnified by |G|, plus the exponential (below
 // 1 ulp) and the final pass: within 10 ulp (double) and 12 ulp (single)
 // of the larger of |b| and beta exp(G) for |G| up to about 4.
-#include "dist/continuous.h"
+#include "laws/continuous.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 inline int32_t gaussian(RukStream* s, int32_t n, double* r, double a, double sigma) {
@@ -25,9 +25,9 @@ int32_t lognormal(RukStream* stream, int32_t n, T* r, T a, T sigma, T b, T beta)
 }
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
-using namespace xeb::dist;
+using namespace xeb::laws;
 
 int32_t rukdRngLognormal(int32_t, RukStream* stream, int32_t n, double* r, double a,
                          double sigma, double b, double beta) {

@@ -40,15 +40,15 @@
 #include <cmath>
 #include <cstdint>
 
-#include "dist/chunk_cache.h"
-#include "dist/truncate.h"
+#include "laws/chunk_cache.h"
+#include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_power.h"
 #include "xebruk/vm_roots.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 constexpr double kRejectionFrom = 30.0;  // N pp from which BTPE is used
@@ -352,9 +352,9 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
 }
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
 int32_t rukiRngBinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t trials,
                         double p) {
-    return xeb::dist::binomial(stream, n, r, trials, p);
+    return xeb::laws::binomial(stream, n, r, trials, p);
 }

@@ -18,11 +18,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include "dist/continuous.h"
-#include "dist/truncate.h"
+#include "laws/continuous.h"
+#include "laws/truncate.h"
 #include "xebruk/rng_discrete.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 inline float float_at(const int32_t* r, int32_t i) {
@@ -43,9 +43,9 @@ inline void floor_doubles(int32_t k, const unsigned char* d, int32_t* r) {
 }
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
-using namespace xeb::dist;
+using namespace xeb::laws;
 
 // Large arrays are half filled by one call of the double kernel into r
 // itself (the first h = n/2 results, when h exceeds a block), the rest in

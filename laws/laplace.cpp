@@ -11,9 +11,9 @@
 // Error: the logarithm (below 1 ulp) and the final step x * (+-beta) + a,
 // rounded once (double) or twice (single): within 2 ulp of the larger of
 // |a| and beta |ln U1|.
-#include "dist/continuous.h"
+#include "laws/continuous.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 namespace {
 
 template <class T>
@@ -44,9 +44,9 @@ int32_t laplace(RukStream* stream, int32_t n, T* r, T a, T beta) {
 }
 
 }  // namespace
-}  // namespace xeb::dist
+}  // namespace xeb::laws
 
-using namespace xeb::dist;
+using namespace xeb::laws;
 
 int32_t rukdRngLaplace(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
     return laplace(stream, n, r, a, beta);

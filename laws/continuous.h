@@ -22,7 +22,7 @@
 #include "xebruk/vm_roots.h"
 #include "xebruk/vm_trig.h"
 
-namespace xeb::dist {
+namespace xeb::laws {
 
 // The generator row of a stream, derived anew from its id.
 inline const RukBrngEntry& row_of(const RukStream* stream) {
@@ -123,4 +123,4 @@ inline float minus_twice(float x) { return 0.0f - (x + x); }
 // A block of the laws' stack buffers.
 constexpr int32_t kBlock = 1024;
 
-}  // namespace xeb::dist
+}  // namespace xeb::laws
