@@ -254,8 +254,7 @@ bool valid_state(const unsigned char* bytes) {
     const uint32_t dim = static_cast<uint32_t>(s->dimension);
     G::seed(*fresh, 1, &dim);
     if (s->dimension < 1) return std::memcmp(s.get(), fresh.get(), sizeof(S)) == 0;
-    if (!usable(*s) || (s->leapDim != kAllComponents && s->remaining != 0) ||
-        std::memcmp(s->direction, fresh->direction, sizeof s->direction) != 0)
+    if (!usable(*s) || std::memcmp(s->direction, fresh->direction, sizeof s->direction) != 0)
         return false;
     for (int32_t d = 0; d < S::kMaxDimension; ++d) {
         const bool current = d < s->dimension && (s->leapDim == kAllComponents || d == s->leapDim);

@@ -15,7 +15,9 @@
 // without a check (a generator registered at run time, a caller's own
 // chunks) load as they are.
 //
-// Registration happens during static initialisation, before any load.
+// Registration happens during static initialisation, before any load.  A
+// program linked with the static archive must take it whole (as the tests
+// do), or a law it never calls leaves its chunks unchecked.
 #pragma once
 
 #include <cstdint>
