@@ -42,7 +42,6 @@
 #include <cstring>
 
 #include "laws/chunk_cache.h"
-#include "laws/fixed_arithmetic.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
@@ -349,7 +348,7 @@ void build(BinomialCache& cache, double N, double p) {
 // whose table is zeros too.  The table is then built anew from the key: it
 // is a function of the key alone, and nothing of it is taken from the file.
 bool check_loaded_cache(void* data) {
-    const FixedArithmetic fixed;
+    const frame::StreamControlWords words;
     auto& cache = *static_cast<BinomialCache*>(data);
     const double N = cache.trials, p = cache.p;
     if (N == 0.0 && p == 0.0) {
@@ -395,6 +394,5 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
 
 int32_t rukiRngBinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t trials,
                         double p) {
-    const xeb::laws::FixedArithmetic fixed;
     return xeb::laws::binomial(stream, n, r, trials, p);
 }

@@ -19,7 +19,6 @@
 #include <cstring>
 
 #include "laws/continuous.h"
-#include "laws/fixed_arithmetic.h"
 #include "laws/truncate.h"
 #include "xebruk/rng_discrete.h"
 
@@ -54,7 +53,6 @@ using namespace xeb::laws;
 // 8-byte boundary for that; an r on a 4-byte boundary only takes the
 // buffered route for all n, which draws the same numbers in other counts.
 int32_t rukiRngUniform(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t a, int32_t b) {
-    const FixedArithmetic fixed;
     const double lo = a, hi = b;
     int32_t status = 0;
     int32_t done = 0;
@@ -77,14 +75,12 @@ int32_t rukiRngUniform(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_
 }
 
 int32_t rukiRngUniformBits(int32_t, RukStream* stream, int32_t n, uint32_t* r) {
-    const FixedArithmetic fixed;
     return row_of(stream).iKernel(stream, n, r);
 }
 
 // p finer than the float grid of U is not honoured exactly: U takes only
 // float values.  p = 0 gives 0 everywhere, p = 1 gives 1 for every U < 1.
 int32_t rukiRngBernoulli(int32_t, RukStream* stream, int32_t n, int32_t* r, double p) {
-    const FixedArithmetic fixed;
     const int32_t status = ruksRngUniform(0, stream, n, reinterpret_cast<float*>(r), 0.0f, 1.0f);
     if (status < 0 || n < 1) return status;
     for (int32_t i = 0; i < n; ++i) r[i] = static_cast<double>(float_at(r, i)) < p ? 1 : 0;
@@ -95,7 +91,6 @@ int32_t rukiRngBernoulli(int32_t, RukStream* stream, int32_t n, int32_t* r, doub
 // before the draw: for p = 1, ln(0) = -inf (through the logarithm's error
 // path) and c = -0, so every U in (0, 1) gives 0.
 int32_t rukiRngGeometric(int32_t, RukStream* stream, int32_t n, int32_t* r, double p) {
-    const FixedArithmetic fixed;
     double c = 1.0 - p;
     xebdLn_HA(1, &c, &c);
     c = 1.0 / c;

@@ -24,7 +24,6 @@
 // (double) and 8 ulp (single) of the larger of |a| and sigma R.
 #include "laws/chunk_cache.h"
 #include "laws/continuous.h"
-#include "laws/fixed_arithmetic.h"
 #include "rng/load_checks.h"
 
 namespace xeb::laws {
@@ -187,11 +186,9 @@ using namespace xeb::laws;
 
 int32_t rukdRngGaussian(int32_t method, RukStream* stream, int32_t n, double* r, double a,
                         double sigma) {
-    const FixedArithmetic fixed;
     return BoxMuller<double>::draw(method, stream, n, r, a, sigma);
 }
 int32_t ruksRngGaussian(int32_t method, RukStream* stream, int32_t n, float* r, float a,
                         float sigma) {
-    const FixedArithmetic fixed;
     return BoxMuller<float>::draw(method, stream, n, r, a, sigma);
 }

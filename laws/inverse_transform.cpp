@@ -20,7 +20,6 @@
 // logarithms), Cauchy 4 and 5.  A U of exactly 0 takes the
 // logarithm's error path, and its value (an infinity) flows on.
 #include "laws/continuous.h"
-#include "laws/fixed_arithmetic.h"
 
 namespace xeb::laws {
 namespace {
@@ -112,45 +111,35 @@ using namespace xeb::laws;
 
 int32_t rukdRngExponential(int32_t, RukStream* stream, int32_t n, double* r, double a,
                            double beta) {
-    const FixedArithmetic fixed;
     return exponential(stream, n, r, a, beta);
 }
 int32_t ruksRngExponential(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
-    const FixedArithmetic fixed;
     return exponential(stream, n, r, a, beta);
 }
 int32_t rukdRngCauchy(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
-    const FixedArithmetic fixed;
     return cauchy(stream, n, r, a, beta);
 }
 int32_t ruksRngCauchy(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
-    const FixedArithmetic fixed;
     return cauchy(stream, n, r, a, beta);
 }
 int32_t rukdRngRayleigh(int32_t, RukStream* stream, int32_t n, double* r, double a,
                         double beta) {
-    const FixedArithmetic fixed;
     return rayleigh(stream, n, r, a, beta);
 }
 int32_t ruksRngRayleigh(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
-    const FixedArithmetic fixed;
     return rayleigh(stream, n, r, a, beta);
 }
 int32_t rukdRngWeibull(int32_t, RukStream* stream, int32_t n, double* r, double alpha, double a,
                        double beta) {
-    const FixedArithmetic fixed;
     return weibull(stream, n, r, alpha, a, beta);
 }
 int32_t ruksRngWeibull(int32_t, RukStream* stream, int32_t n, float* r, float alpha, float a,
                        float beta) {
-    const FixedArithmetic fixed;
     return weibull(stream, n, r, alpha, a, beta);
 }
 int32_t rukdRngGumbel(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
-    const FixedArithmetic fixed;
     return gumbel(stream, n, r, a, beta);
 }
 int32_t ruksRngGumbel(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
-    const FixedArithmetic fixed;
     return gumbel(stream, n, r, a, beta);
 }

@@ -12,7 +12,6 @@
 // rounded once (double) or twice (single): within 2 ulp of the larger of
 // |a| and beta |ln U1|.
 #include "laws/continuous.h"
-#include "laws/fixed_arithmetic.h"
 
 namespace xeb::laws {
 namespace {
@@ -50,10 +49,8 @@ int32_t laplace(RukStream* stream, int32_t n, T* r, T a, T beta) {
 using namespace xeb::laws;
 
 int32_t rukdRngLaplace(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
-    const FixedArithmetic fixed;
     return laplace(stream, n, r, a, beta);
 }
 int32_t ruksRngLaplace(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
-    const FixedArithmetic fixed;
     return laplace(stream, n, r, a, beta);
 }

@@ -8,7 +8,6 @@
 // 1 ulp) and the final pass: within 10 ulp (double) and 12 ulp (single)
 // of the larger of |b| and beta exp(G) for |G| up to about 4.
 #include "laws/continuous.h"
-#include "laws/fixed_arithmetic.h"
 
 namespace xeb::laws {
 namespace {
@@ -32,11 +31,9 @@ using namespace xeb::laws;
 
 int32_t rukdRngLognormal(int32_t, RukStream* stream, int32_t n, double* r, double a,
                          double sigma, double b, double beta) {
-    const FixedArithmetic fixed;
     return lognormal(stream, n, r, a, sigma, b, beta);
 }
 int32_t ruksRngLognormal(int32_t, RukStream* stream, int32_t n, float* r, float a, float sigma,
                          float b, float beta) {
-    const FixedArithmetic fixed;
     return lognormal(stream, n, r, a, sigma, b, beta);
 }

@@ -14,19 +14,10 @@
 // init_stream<G>.  Its three kernels fill r with n numbers and leave the
 // state ready for the next call, so that one call of n gives the same
 // numbers as any run of calls whose counts add up to n.
-//
-// Arithmetic.  The real kernels convert words in the x87's 64-bit
-// significand and round once at the store.  Each forces the x87 to 64 bits
-// and round-to-nearest (and MXCSR to round-to-nearest) for its length with
-// frame::ControlWords(frame::kX87Wide, true), so that its numbers are the
-// same on a thread whose mode word narrowed the x87 or whose rounding
-// direction was changed; a thread in the default state writes no control
-// word.
 #pragma once
 
 #include <cstdint>
 
-#include "frame/kernel_frame.h"
 #include "rng/stream.h"
 
 namespace xeb::rng {

@@ -272,7 +272,6 @@ int32_t ikernel(RukStream* stream, int32_t n, uint32_t* r) {
 
 template <class S, class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
-    const frame::ControlWords fixed(frame::kX87Wide, true);  // see rng/generator.h
     // c = (b - a) 2^-32 (the power of two is exact); w c and w c + a each
     // round to 64 bits, the result once more to T.  With a = 0 and b - a a
     // power of two, w c is exact.

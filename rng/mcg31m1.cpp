@@ -96,8 +96,7 @@ int32_t rukBRngMCG31M1InitStream(int32_t method, RukStream* stream, int32_t n,
 }
 
 int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, double b) {
-    const xeb::frame::ControlWords fixed(xeb::frame::kX87Wide, true);  // see rng/generator.h
-    // c in double; each result x c + a in the x87's 64-bit significand,
+    // c in double; each result x c + a in the x87 at its present precision,
     // rounded once at the store.
     const double c = static_cast<double>((static_cast<long double>(b) - a) * kInverseModulus);
     const long double ca = c, aa = a;
@@ -109,7 +108,6 @@ int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, doubl
 }
 
 int32_t ruksBRngMCG31M1(RukStream* stream, int32_t n, float* r, float a, float b) {
-    const xeb::frame::ControlWords fixed(xeb::frame::kX87Wide, true);  // see rng/generator.h
     // float(b - a) times the double 1/M is exact in the 64-bit significand
     // (24 + 31 bits), so c is that product correctly rounded to single.
     const float width = b - a;

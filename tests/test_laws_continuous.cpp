@@ -14,10 +14,8 @@
 #include <limits>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "support/control_words.h"
 #include "support/scale.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
@@ -66,10 +64,7 @@ template <class... Dp, class... Sp, class... P>
 Forms forms(int32_t (*d)(int32_t, RukStream*, int32_t, double*, Dp...),
             int32_t (*s)(int32_t, RukStream*, int32_t, float*, Sp...), int32_t method, P... p) {
     return {[=](RukStream* st, int32_t n, double* r) { return d(method, st, n, r, static_cast<double>(p)...); },
-            // Parameters rounded to float here, under the default rounding.
-            [=, sp = std::tuple<Sp...>(static_cast<Sp>(p)...)](RukStream* st, int32_t n, float* r) {
-                return std::apply([&](auto... q) { return s(method, st, n, r, q...); }, sp);
-            }};
+            [=](RukStream* st, int32_t n, float* r) { return s(method, st, n, r, static_cast<float>(p)...); }};
 }
 
 using LD = long double;
@@ -417,43 +412,6 @@ TEST(GaussianPaired, LognormalSharesThePairAndIgnoresItsMethod) {
     EXPECT_EQ(0, std::memcmp(x0, x1, sizeof x0));
     rukdRngGaussian(1, g.get(), 6, gs, 0.5, 0.25);
     for (int i = 0; i < 6; ++i) EXPECT_NEAR(x0[i], 1 + 2 * std::exp(gs[i]), 1e-13) << i;
-}
-
-TEST(ContinuousLaws, NumbersDoNotDependOnTheThreadsControlWords) {
-    // Under XEB_FPU_NARROW the x87 runs at 53 bits, and 2 of 2,100 values
-    // of Gaussian method 1 differed in their last bits; a caller may also
-    // change rounding directions.  Every law keeps its numbers.
-    for (const Law& law : laws()) {
-        std::vector<double> d(2100), d_odd(2100);
-        std::vector<float> f(2100), f_odd(2100);
-        const auto draw_all = [&](std::vector<double>& dv, std::vector<float>& fv) {
-            StreamHandle h, g;
-            new_mt(h, 41);
-            new_mt(g, 41);
-            ASSERT_EQ(law.draw.d(h.get(), 2100, dv.data()), RUK_OK);
-            ASSERT_EQ(law.draw.s(g.get(), 2100, fv.data()), RUK_OK);
-        };
-        draw_all(d, f);
-        xt::under_odd_control_words([&] { draw_all(d_odd, f_odd); });
-        EXPECT_EQ(0, std::memcmp(d.data(), d_odd.data(), 2100 * sizeof(double))) << law.name;
-        EXPECT_EQ(0, std::memcmp(f.data(), f_odd.data(), 2100 * sizeof(float))) << law.name;
-    }
-    // The generators' own real kernels, called directly, on an interval
-    // where x c + a rounds twice at 53 bits.
-    for (int32_t id : {RUK_BRNG_MCG31M1, RUK_BRNG_MT19937, RUK_BRNG_SOBOL}) {
-        RukBrngEntry row;
-        ASSERT_EQ(rukGetBrngProperties(id, &row), RUK_OK);
-        std::vector<double> d(2100), d_odd(2100);
-        const auto draw_all = [&](std::vector<double>& dv) {
-            StreamHandle h;
-            const uint32_t seed = 7;
-            ASSERT_EQ(rukNewStreamEx(h.out(), id, 1, &seed), RUK_OK);
-            ASSERT_EQ(row.dKernel(h.get(), 2100, dv.data(), -1.0 / 3, 2.0 / 3), RUK_OK);
-        };
-        draw_all(d);
-        xt::under_odd_control_words([&] { draw_all(d_odd); });
-        EXPECT_EQ(0, std::memcmp(d.data(), d_odd.data(), 2100 * sizeof(double))) << id;
-    }
 }
 
 TEST(GaussianPaired, ARecordTooShortIsPassedOver) {
