@@ -41,6 +41,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
@@ -394,5 +395,6 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
 
 int32_t rukiRngBinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t trials,
                         double p) {
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::binomial(stream, n, r, trials, p);
 }
