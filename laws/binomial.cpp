@@ -60,9 +60,10 @@ constexpr int kRatioSteps = 32;          // cached ratios on each side of the mo
 constexpr int kSqueezeFrom = 20;         // |K - m| beyond which the squeeze applies
 constexpr int32_t kBuffer = 512;         // uniforms per draw
 // Trials for one result after which BTPE gives up.  A trial accepts with
-// probability above 0.3 for every N and p the law takes, so a million
-// failures in a row come only from a stream whose numbers are not uniform
-// (a constant abstract buffer, a broken user generator).
+// probability above one half (at most about 1.75 trials a result, measured
+// from N pp = 30 to N = 2^31 - 1), so a million failures in a row come only
+// from a stream whose numbers are not uniform (a constant caller's buffer,
+// a broken registered generator).
 constexpr int32_t kTrialLimit = 1000000;
 
 // The published constants of BTPE's hat.
