@@ -21,9 +21,11 @@ std::string read_file(const std::string& path, std::string& bytes) {
 }
 
 int64_t checked_product(const std::vector<int64_t>& shape) {
+    for (int64_t e : shape)
+        if (e <= 0) return e < 0 ? -1 : 0;  // a zero extent makes 0, whatever the others
     int64_t n = 1;
     for (int64_t e : shape)
-        if (e < 0 || __builtin_mul_overflow(n, e, &n)) return -1;
+        if (__builtin_mul_overflow(n, e, &n)) return -1;
     return n;
 }
 

@@ -38,8 +38,8 @@ std::string parse_raw(const std::string& bytes, const std::string& name, bool si
 // one row a line, and every row must hold as many as the first.
 std::string parse_text(const std::string& bytes, const std::string& name, Signal& s);
 
-// The product of extents, or -1 when it overflows 63 bits or an extent is
-// negative.
+// The product of extents: 0 when one is 0, whatever the others; -1 when an
+// extent is negative or the product overflows 63 bits.
 int64_t checked_product(const std::vector<int64_t>& shape);
 
 }  // namespace cli

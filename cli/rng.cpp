@@ -129,7 +129,6 @@ bool parse_double(const std::string& s, double& out) {
 int parse(const Args& args, Options& o) {
     if (wants_help(args)) {
         std::puts(kUsage);
-        o.list = true;  // nothing to draw
         o.help = true;
         return 0;
     }
