@@ -61,10 +61,11 @@ constexpr int kSqueezeFrom = 20;         // |K - m| beyond which the squeeze app
 constexpr int32_t kBuffer = 512;         // uniforms per draw
 // Trials for one result after which BTPE gives up.  A trial accepts with
 // probability above one half (at most about 1.75 trials a result, measured
-// from N pp = 30 to N = 2^31 - 1), so a million failures in a row come only
-// from a stream whose numbers are not uniform (a constant caller's buffer,
-// a broken registered generator).
-constexpr int32_t kTrialLimit = 1000000;
+// from N pp = 30 to N = 2^31 - 1), so 10,000 failures in a row have a
+// probability below 10^-3000 on a uniform stream: they come only from a
+// stream whose numbers are not uniform (MCG31M1 with multiplier 1, a
+// constant caller's buffer, a broken registered generator).
+constexpr int32_t kTrialLimit = 10000;
 
 // The published constants of BTPE's hat.
 constexpr double kTriangleWidth = 2.195;   // p1 ~ 2.195 sqrt(npq) - 4.6 qq

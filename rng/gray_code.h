@@ -250,8 +250,7 @@ bool valid_state(const unsigned char* bytes) {
     using S = typename G::State;
     auto s = std::make_unique<S>();
     std::memcpy(s.get(), bytes, sizeof(S));
-    auto fresh = std::make_unique<S>();
-    std::memset(fresh.get(), 0, sizeof(S));
+    auto fresh = std::make_unique<S>();  // zeros, as a new stream block
     const uint32_t dim = static_cast<uint32_t>(s->dimension);
     G::seed(*fresh, 1, &dim);
     if (s->dimension < 1) return std::memcmp(s.get(), fresh.get(), sizeof(S)) == 0;

@@ -117,8 +117,7 @@ int32_t read_chunk(std::FILE* f, RukStream* stream) {
     // allocating, with the status the short read would give.
     const long left = bytes_left(f);
     if (left >= 0 && size > static_cast<unsigned long>(left)) return RUK_ERROR_READ_FAILED;
-    // malloc(0) may answer null; a chunk of no bytes still needs a block.
-    void* data = std::malloc(size > 0 ? size : 1);
+    void* data = std::malloc(size);
     if (!data) return RUK_ERROR_NO_MEMORY;
     int32_t status = read_item(f, data, size) ? check_loaded_chunk(id, data, size)
                                               : RUK_ERROR_READ_FAILED;
