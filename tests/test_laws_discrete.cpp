@@ -461,7 +461,7 @@ TEST(Binomial, SetUpIsKeptOnTheStream) {
         ASSERT_EQ(rukCopyStream(&shared, h.get()), RUK_OK);
         ASSERT_EQ(rukCopyStreamState(shared, moved.get()), static_cast<int32_t>(RUK_BRNG_MT19937));
         ASSERT_EQ(rukiRngBinomial(0, shared, 1000, got.data(), c.trials, c.p), RUK_OK);
-        std::free(shared);  // the chunks stay with h
+        rukDeleteStream(&shared);  // the shared chunks stay with h
         EXPECT_EQ(got, want) << c.trials << ", " << c.p;
         EXPECT_EQ(rukGetNumChunks(h.get()), 1);
         EXPECT_EQ(binomial_record(h), record);
