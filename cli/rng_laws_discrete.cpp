@@ -1,8 +1,8 @@
-// The discrete laws offered by `xebruk rng`: 32-bit integer results.  The
-// library trusts its arguments; the command line does not, so each draw
-// here first checks that integer parameters are integers of 32 bits and
-// probabilities lie in [0, 1], and answers RUK_ERROR_BAD_ARGUMENT (drawing
-// nothing) otherwise.
+// The discrete laws offered by `xebruk rng`: 32-bit integer results.  Most
+// of the library's laws trust their arguments; the command line does not,
+// so each draw here first checks that integer parameters are integers of 32
+// bits and probabilities lie in [0, 1], and answers RUK_ERROR_BAD_ARGUMENT
+// (drawing nothing) otherwise.
 #include <cmath>
 #include <cstdint>
 
@@ -40,6 +40,18 @@ int32_t binomial(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p
     return rukiRngBinomial(m, s, n, r, static_cast<int32_t>(p[0]), p[1]);
 }
 
+// The library refuses a sample or marked count outside [0, lot] itself.
+int32_t hypergeometric(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p) {
+    if (!is_int32(p[0]) || !is_int32(p[1]) || !is_int32(p[2])) return RUK_ERROR_BAD_ARGUMENT;
+    return rukiRngHypergeometric(m, s, n, r, static_cast<int32_t>(p[0]), static_cast<int32_t>(p[1]),
+                                 static_cast<int32_t>(p[2]));
+}
+
+// The library checks a and p itself.
+int32_t negbinomial(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p) {
+    return rukiRngNegbinomial(m, s, n, r, p[0], p[1]);
+}
+
 const RngRegistration discrete_laws(std::vector<LawChoice>{
     {"uniform_int", {"a", "b"}, {0.0, 10.0}, "floor of a uniform on [a, b): integers a to b - 1",
      nullptr, nullptr, uniform},
@@ -51,6 +63,12 @@ const RngRegistration discrete_laws(std::vector<LawChoice>{
      nullptr, with_probability<rukiRngGeometric>},
     {"binomial", {"trials", "p"}, {10.0, 0.5}, "successes in trials trials of probability p",
      nullptr, nullptr, binomial},
+    {"hypergeometric", {"lot", "sample", "marked"}, {20.0, 5.0, 7.0},
+     "marked items in a sample drawn without replacement from a lot", nullptr, nullptr,
+     hypergeometric},
+    {"negbinomial", {"a", "p"}, {3.0, 0.3},
+     "failures before the a-th success of probability p (a real, above 0)", nullptr, nullptr,
+     negbinomial},
 });
 
 }  // namespace
