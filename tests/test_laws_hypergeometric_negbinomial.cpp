@@ -420,8 +420,7 @@ TEST(Hypergeometric, FarLeftCandidatesMeetOneFactorBeyondTheTable) {
     // is tested against w(117) / w(150), one factor past the 32 ratios, and
     // not against w(110) / w(150): an ordinate between the two accepts.
     // Such candidates are accepted more often than the law would have
-    // them: here 0.75% of all results fall below 117 against the law's
-    // 0.14%.
+    // them (docs/behaviour.md).
     StreamHandle h;
     xt::new_script_stream(h);
     Ints r(1);
