@@ -50,6 +50,8 @@
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
+#include "laws/log_factorial.h"
+#include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
@@ -64,10 +66,6 @@ constexpr int32_t kRejectionFrom = 40;  // M - lo from which H2PE is used
 constexpr int kTableTerms = 64;         // cumulative probabilities of 0..63
 constexpr int kRatioSteps = 32;         // cached ratios on each side of the mode
 constexpr int32_t kBuffer = 512;        // uniforms per draw
-// Trials for one result after which H2PE gives up.  A trial accepts with
-// probability above 1/2 for every argument the law takes, so a million
-// failures in a row come only from a stream whose numbers are not uniform.
-constexpr int32_t kTrialLimit = 1000000;
 
 // H2PE's constants: the centre's half-width in standard deviations, the
 // squeeze margins, and where the squeeze replaces the ratio test.
@@ -77,16 +75,6 @@ constexpr double kSqueezeLower = 0.0078;
 constexpr int32_t kSqueezeModeFrom = 100;
 constexpr int32_t kSqueezeFrom = 200;
 
-// ln(i!) for i = 0..15, correctly rounded.
-constexpr int kLnFactorialTerms = 16;
-constexpr double kLnFactorial[kLnFactorialTerms] = {
-    0x0p+0,                 0x0p+0,                 0x1.62e42fefa39efp-1,   0x1.cab0bfa2a2002p+0,
-    0x1.96ca77c922cf9p+1,   0x1.326643c4479c9p+2,   0x1.a51273acf01cap+2,   0x1.10ce1f32dcc3p+3,
-    0x1.5358e82fcb70dp+3,   0x1.99a8921a7f7cfp+3,   0x1.e357590954d15p+3,   0x1.180973f3a8d74p+4,
-    0x1.3fcba16d50143p+4,   0x1.68d5a9c3b32cep+4,   0x1.930f3df162a42p+4,   0x1.be636a63fd346p+4,
-};
-constexpr double kLnSqrt2Pi = 0x1.d67f1c864beb5p-1;      // ln sqrt(2 pi)
-constexpr double kFourLnSqrt2Pi = 0x1.d67f1c864beb5p+1;  // 4 ln sqrt(2 pi)
 constexpr double kStirling1 = 1.0 / 12.0, kStirling3 = 1.0 / 360.0;
 
 struct InversionTable {
@@ -204,20 +192,14 @@ int32_t beyond_table(double u, const InversionTable& t, const Folded& f) {
 int32_t sample_inversion(RukStream* stream, int32_t n, int32_t* r, const InversionTable& t,
                          const Folded& f) {
     const int top = table_top(f);
-    double u[kBuffer];
-    int32_t status = RUK_OK;
-    for (int32_t done = 0; done < n;) {
-        const int32_t count = n - done < kBuffer ? n - done : kBuffer;
-        status = rukdRngUniform(0, stream, count, u, 0.0, 1.0);
-        if (status < 0) return status;
+    return run_blocks<kBuffer>(stream, n, r, [&](const double* u, int32_t count, int32_t* out) {
         for (int32_t i = 0; i < count; ++i) {
             int j = 0;
             while (j <= top && !(u[i] < t.cum[j])) ++j;
-            r[done + i] = j <= top ? j : beyond_table(u[i], t, f);
+            out[i] = j <= top ? j : beyond_table(u[i], t, f);
         }
-        done += count;
-    }
-    return status;
+        return true;
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -329,46 +311,29 @@ bool h2pe_trial(double u1, double u2, double ln_u2, const RejectionTable& t, con
     return ratio_test(K, V, t, f);
 }
 
+// ln u2 of the trials that take it (the tails', and the squeezed centre
+// candidates'), for a whole block in one call: the kernel gives an element
+// the same bits in any grouping.
 int32_t sample_rejection(RukStream* stream, int32_t n, int32_t* r, const RejectionTable& t,
                          const Folded& f, double l) {
-    double u[kBuffer], ln_u2[kBuffer / 2], gathered[kBuffer / 2];
-    int32_t which[kBuffer / 2];
-    int32_t status = RUK_OK;
-    int32_t have = 0, next = 0, failures = 0;
-    for (int32_t done = 0; done < n;) {
-        if (next == have) {
-            // Twice the results missing: no uniform is left over at the end,
-            // so every trial of the block is run.
-            const int64_t want = 2 * int64_t{n - done};
-            have = want < kBuffer ? static_cast<int32_t>(want) : kBuffer;
-            status = rukdRngUniform(0, stream, have, u, 0.0, 1.0);
-            if (status < 0) return status;
-            next = 0;
-            // ln u2 of the trials that take it (the tails', and the squeezed
-            // centre candidates'), in one call for the block: the kernel
-            // gives an element the same bits in any grouping.
-            int32_t count = 0;
-            for (int32_t i = 0; i < have / 2; ++i) {
-                const double U = u[2 * i] * t.p3;
-                ln_u2[i] = 0.0;
-                if (U > t.p1 || squeezed(truncate_to_int32(U + t.xl), f)) {
-                    which[count] = i;
-                    gathered[count++] = u[2 * i + 1];
-                }
+    double ln_u2[kBuffer / 2];
+    const auto prepare = [&](const double* u, int32_t pairs) {
+        double gathered[kBuffer / 2];
+        int32_t which[kBuffer / 2], count = 0;
+        for (int32_t i = 0; i < pairs; ++i) {
+            const double U = u[2 * i] * t.p3;
+            ln_u2[i] = 0.0;
+            if (U > t.p1 || squeezed(truncate_to_int32(U + t.xl), f)) {
+                which[count] = i;
+                gathered[count++] = u[2 * i + 1];
             }
-            xebdLn_HA(count, gathered, gathered);
-            for (int32_t j = 0; j < count; ++j) ln_u2[which[j]] = gathered[j];
         }
-        int32_t K;
-        if (h2pe_trial(u[next], u[next + 1], ln_u2[next / 2], t, f, l, K)) {
-            r[done++] = K;
-            failures = 0;
-        } else if (++failures == kTrialLimit) {
-            return RUK_ERROR_BAD_ARGUMENT;
-        }
-        next += 2;
-    }
-    return status;
+        xebdLn_HA(count, gathered, gathered);
+        for (int32_t j = 0; j < count; ++j) ln_u2[which[j]] = gathered[j];
+    };
+    return run_trials<kBuffer>(stream, n, r, prepare, [&](double u1, double u2, int32_t i, int32_t& K) {
+        return h2pe_trial(u1, u2, ln_u2[i], t, f, l, K);
+    });
 }
 
 // ---------------------------------------------------------------------------

@@ -55,6 +55,7 @@
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
+#include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
@@ -70,11 +71,6 @@ constexpr int kTableTerms = 128;          // cumulative probabilities of 0..127
 constexpr int kRatioSteps = 64;           // cached ratios on each side of the mode
 constexpr int32_t kBuffer = 256;          // uniforms per draw
 constexpr int32_t kSeriesFloor = 150;     // left of the table: the series from here up
-// Trials for one result after which the rejection gives up.  A trial
-// accepts with probability above 1/2 wherever the hat is built, so a
-// million failures in a row come only from a stream whose numbers are not
-// uniform.
-constexpr int32_t kTrialLimit = 1000000;
 // 32-bit results end below 2^31.  The law is refused unless its mass from
 // there on is below e^-40 (a Chernoff bound), so candidates beyond are
 // rejected, and an inversion walk that reaches it fails.
@@ -239,26 +235,17 @@ bool beyond_table(const double* u, int32_t* far, int32_t count, const InversionT
 
 int32_t sample_inversion(RukStream* stream, int32_t n, int32_t* r, const InversionTable& t,
                          const Law& L) {
-    double u[kBuffer];
-    int32_t far[kBuffer];
-    int32_t status = RUK_OK;
-    for (int32_t done = 0; done < n;) {
-        const int32_t count = n - done < kBuffer ? n - done : kBuffer;
-        status = rukdRngUniform(0, stream, count, u, 0.0, 1.0);
-        if (status < 0) return status;
-        int32_t far_count = 0;
+    return run_blocks<kBuffer>(stream, n, r, [&](const double* u, int32_t count, int32_t* out) {
+        int32_t far[kBuffer], far_count = 0;
         for (int32_t i = 0; i < count; ++i) {
             // The table rises, so a u not below its last entry passes it all.
             int32_t j = u[i] < t.cum[kTableTerms - 1] ? 0 : kTableTerms;
             while (j < kTableTerms && !(u[i] < t.cum[j])) ++j;
             if (j == kTableTerms) far[far_count++] = i;
-            r[done + i] = j;
+            out[i] = j;
         }
-        if (far_count > 0 && !beyond_table(u, far, far_count, t, L, r + done))
-            return RUK_ERROR_BAD_ARGUMENT;
-        done += count;
-    }
-    return status;
+        return far_count == 0 || beyond_table(u, far, far_count, t, L, out);
+    });
 }
 
 // ---------------------------------------------------------------------------
@@ -463,30 +450,10 @@ void block_roots_and_logs(const double* u, int32_t trials, const RejectionTable&
 int32_t sample_rejection(RukStream* stream, int32_t n, int32_t* r, const RejectionTable& t,
                          const Law& L) {
     const CallValues c{L, static_cast<int64_t>(t.m), t.m + 0.5};
-    double u[kBuffer], pre[kBuffer / 2];
-    int32_t status = RUK_OK;
-    int32_t have = 0, next = 0, failures = 0;
-    for (int32_t done = 0; done < n;) {
-        if (next == have) {
-            // Twice the results missing: no uniform is left over at the end,
-            // so every trial of the block is run.
-            const int64_t want = 2 * int64_t{n - done};
-            have = want < kBuffer ? static_cast<int32_t>(want) : kBuffer;
-            status = rukdRngUniform(0, stream, have, u, 0.0, 1.0);
-            if (status < 0) return status;
-            next = 0;
-            block_roots_and_logs(u, have / 2, t, pre);
-        }
-        int32_t K;
-        if (trial(u[next], u[next + 1], pre[next / 2], t, c, K)) {
-            r[done++] = K;
-            failures = 0;
-        } else if (++failures == kTrialLimit) {
-            return RUK_ERROR_BAD_ARGUMENT;
-        }
-        next += 2;
-    }
-    return status;
+    double pre[kBuffer / 2];
+    return run_trials<kBuffer>(
+        stream, n, r, [&](const double* u, int32_t pairs) { block_roots_and_logs(u, pairs, t, pre); },
+        [&](double U, double V, int32_t i, int32_t& K) { return trial(U, V, pre[i], t, c, K); });
 }
 
 // ---------------------------------------------------------------------------
