@@ -46,13 +46,16 @@
 // Stream use: one uniform per result (inversion) or two per trial (H2PE),
 // drawn in blocks of at most 512 that are always used up, so a call of n
 // gives the same results as any calls whose counts add up to n.
+#include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/log_factorial.h"
 #include "laws/trial_loop.h"
 #include "laws/truncate.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
 #include "xebruk/vm_div.h"
@@ -348,8 +351,37 @@ void map_back(int32_t n, int32_t* r, int32_t l, int32_t s, int32_t m, const Fold
     for (int32_t i = 0; i < n; ++i) r[i] = base + sign * r[i];
 }
 
+bool arguments_taken(int32_t l, int32_t s, int32_t m) { return l >= 0 && s >= 0 && m >= 0 && s <= l && m <= l; }
+
+// The set-up of a key whose values are not certain.
+void build(HypergeometricCache& cache, const Folded& f) {
+    if (f.M < kRejectionFrom) build_inversion(cache.inv, f, cache.l);
+    else build_rejection(cache.rej, f, cache.l);
+}
+
+// A loaded chunk 6.  Its key must be arguments the law takes, or the zeros
+// of a fresh record, whose tables are zeros too.  The tables are then built
+// anew from the key: nothing of them is taken from the file.
+bool check_loaded_cache(void* data) {
+    const frame::StreamControlWords words;
+    auto& cache = *static_cast<HypergeometricCache*>(data);
+    if (cache.l == 0.0 && cache.m == 0.0 && cache.s == 0.0) {
+        static const HypergeometricCache kFresh{};
+        return std::memcmp(&cache, &kFresh, sizeof cache) == 0;
+    }
+    const auto whole = [](double x) { return x >= 0.0 && x <= 2147483647.0 && std::floor(x) == x; };
+    if (!(whole(cache.l) && whole(cache.m) && whole(cache.s))) return false;
+    const auto l = static_cast<int32_t>(cache.l), m = static_cast<int32_t>(cache.m), s = static_cast<int32_t>(cache.s);
+    if (!arguments_taken(l, s, m)) return false;
+    const Folded f = fold(l, s, m);
+    if (f.hi > 0) build(cache, f);
+    return true;
+}
+const rng::ChunkCheckRegistration kLoadCheck{RUK_CHUNK_HYPERGEOMETRIC, sizeof(HypergeometricCache),
+                                             check_loaded_cache};
+
 int32_t hypergeometric(RukStream* stream, int32_t n, int32_t* r, int32_t l, int32_t s, int32_t m) {
-    if (l < 0 || s < 0 || m < 0 || s > l || m > l) return RUK_ERROR_BAD_ARGUMENT;
+    if (!arguments_taken(l, s, m)) return RUK_ERROR_BAD_ARGUMENT;
     int32_t status = RUK_OK;
     HypergeometricCache* cache =
         stream_cache<HypergeometricCache>(stream, RUK_CHUNK_HYPERGEOMETRIC, &status);
@@ -358,20 +390,14 @@ int32_t hypergeometric(RukStream* stream, int32_t n, int32_t* r, int32_t l, int3
     if (f.hi == 0) {  // lo = hi: a certain value, nothing drawn
         for (int32_t i = 0; i < n; ++i) r[i] = 0;
     } else {
-        const double L = l;
-        const bool rebuild = cache->l != L || cache->m != m || cache->s != s;
-        if (rebuild) {
-            cache->l = L;
+        if (cache->l != l || cache->m != m || cache->s != s) {
+            cache->l = l;
             cache->m = m;
             cache->s = s;
+            build(*cache, f);
         }
-        if (f.M < kRejectionFrom) {
-            if (rebuild) build_inversion(cache->inv, f, L);
-            status = sample_inversion(stream, n, r, cache->inv, f);
-        } else {
-            if (rebuild) build_rejection(cache->rej, f, L);
-            status = sample_rejection(stream, n, r, cache->rej, f, L);
-        }
+        status = f.M < kRejectionFrom ? sample_inversion(stream, n, r, cache->inv, f)
+                                      : sample_rejection(stream, n, r, cache->rej, f, l);
         if (status < 0) return status;
     }
     map_back(n, r, l, s, m, f);
@@ -383,7 +409,6 @@ int32_t hypergeometric(RukStream* stream, int32_t n, int32_t* r, int32_t l, int3
 
 int32_t rukiRngHypergeometric(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t l,
                               int32_t s, int32_t m) {
-    // The law's doubles are rounded to nearest, whatever the caller's MXCSR.
-    const xeb::frame::ControlWords fixed(xeb::frame::kX87Wide, true);
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::hypergeometric(stream, n, r, l, s, m);
 }

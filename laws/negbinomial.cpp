@@ -52,11 +52,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/trial_loop.h"
 #include "laws/truncate.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
 #include "xebruk/vm_explog.h"
@@ -462,33 +464,52 @@ bool arguments_taken(double a, double p) {
     return a > 0.0 && a < INFINITY && p > 0.0 && p <= 1.0;
 }
 
+// The set-up of the record's key, by its route.
+void build(NegbinomialCache& cache) {
+    const Law L = law_of(cache.a, cache.p);
+    HatFrame frame;
+    if (uses_rejection(L, frame)) build_rejection(cache.rej, L, frame);
+    else build_inversion(cache.inv, L);
+}
+
+// A loaded chunk 4.  Its key must be arguments the law takes, or the zeros
+// of a fresh record, whose tables are zeros too.  The tables are then built
+// anew from the key: nothing of them is taken from the file.
+bool check_loaded_cache(void* data) {
+    const frame::StreamControlWords words;
+    auto& cache = *static_cast<NegbinomialCache*>(data);
+    if (cache.a == 0.0 && cache.p == 0.0) {
+        static const NegbinomialCache kFresh{};
+        return std::memcmp(&cache, &kFresh, sizeof cache) == 0;
+    }
+    if (!arguments_taken(cache.a, cache.p) || !results_fit(law_of(cache.a, cache.p))) return false;
+    build(cache);
+    return true;
+}
+const rng::ChunkCheckRegistration kLoadCheck{RUK_CHUNK_NEGBINOMIAL, sizeof(NegbinomialCache),
+                                             check_loaded_cache};
+
 int32_t negbinomial(RukStream* stream, int32_t n, int32_t* r, double a, double p) {
     if (!arguments_taken(a, p)) return RUK_ERROR_BAD_ARGUMENT;
     const Law L = law_of(a, p);
     int32_t status = RUK_OK;
     NegbinomialCache* cache = stream_cache<NegbinomialCache>(stream, RUK_CHUNK_NEGBINOMIAL, &status);
     if (!cache) return status;
-    const bool rebuild = cache->a != a || cache->p != p;
-    if (rebuild && !results_fit(L)) return RUK_ERROR_BAD_ARGUMENT;
-    HatFrame frame;
-    const bool rejection = uses_rejection(L, frame);
-    if (rebuild) {
+    if (cache->a != a || cache->p != p) {
+        if (!results_fit(L)) return RUK_ERROR_BAD_ARGUMENT;
         cache->a = a;
         cache->p = p;
-        if (rejection)
-            build_rejection(cache->rej, L, frame);
-        else
-            build_inversion(cache->inv, L);
+        build(*cache);
     }
-    return rejection ? sample_rejection(stream, n, r, cache->rej, L)
-                     : sample_inversion(stream, n, r, cache->inv, L);
+    HatFrame frame;
+    return uses_rejection(L, frame) ? sample_rejection(stream, n, r, cache->rej, L)
+                                    : sample_inversion(stream, n, r, cache->inv, L);
 }
 
 }  // namespace
 }  // namespace xeb::laws
 
 int32_t rukiRngNegbinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, double a, double p) {
-    // The law's doubles are rounded to nearest, whatever the caller's MXCSR.
-    const xeb::frame::ControlWords fixed(xeb::frame::kX87Wide, true);
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::negbinomial(stream, n, r, a, p);
 }
