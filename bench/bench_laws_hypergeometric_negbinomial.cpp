@@ -36,7 +36,8 @@ void against_gsl(benchmark::State& state, Law law, Peer peer, int peer_count) {
             for (auto& v : p) v = peer(rng);
             benchmark::DoNotOptimize(p.data());
         });
-    const double ours = state.counters["ours_ns"] / kCount, theirs = state.counters["peer_ns"] / peer_count;
+    const double ours = state.counters["ours_ns"] / kCount,
+                 theirs = state.counters["peer_ns"] / peer_count;
     state.counters["ours_ns"] = ours;
     state.counters["peer_ns"] = theirs;
     state.counters["ratio"] = ours / theirs;
@@ -55,7 +56,8 @@ void Hypergeometric(benchmark::State& state) {
 }
 BENCHMARK_TEMPLATE(Hypergeometric, 20, 5, 7, kCount)->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(Hypergeometric, 1000, 100, 400, kCount / 10)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(Hypergeometric, 1000000, 500000, 300000, kCount / 10000)->Unit(benchmark::kMillisecond);
+BENCHMARK_TEMPLATE(Hypergeometric, 1000000, 500000, 300000, kCount / 10000)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK_TEMPLATE(Hypergeometric, 100, 90, 95, kCount)->Unit(benchmark::kMillisecond);
 
 // (a, p) as a / 10 and p / 1000: inversion (three cases), the hat, and the

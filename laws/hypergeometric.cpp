@@ -85,12 +85,12 @@ struct InversionTable {
 };
 
 struct RejectionTable {
-    double p1, p2, p3;            // cumulative areas: centre, left tail, right tail
-    double xl, xr;                // edges of the centre
-    double x1, x2, x3, x4;        // M + 0.5, na - M + 0.5, k - M + 0.5, nb - k + M + 0.5
-    double lambda_l, lambda_r;    // rates of the exponential tails
+    double p1, p2, p3;          // cumulative areas: centre, left tail, right tail
+    double xl, xr;              // edges of the centre
+    double x1, x2, x3, x4;      // M + 0.5, na - M + 0.5, k - M + 0.5, nb - k + M + 0.5
+    double lambda_l, lambda_r;  // rates of the exponential tails
     double inv_lambda_l, inv_lambda_r;
-    double a;                     // the log-weight at the mode, f(M)
+    double a;                        // the log-weight at the mode, f(M)
     double ratio_down[kRatioSteps];  // entry j - 1: w(M - j) / w(M)
     double ratio_up[kRatioSteps];    // entry j - 1: w(M + j) / w(M)
 };
@@ -142,11 +142,13 @@ double ln_weight(double K, const Folded& f, double l) {
     const double x[4] = {K, f.na - K, f.k - K, K + (f.nb - f.k)};
     if (x[0] >= kLnFactorialTerms && x[1] >= kLnFactorialTerms && x[2] >= kLnFactorialTerms &&
         x[3] >= kLnFactorialTerms) {
-        double logs[4], inv[8];
-        const double cubes_then_x[8] = {x[0], x[1], x[2], x[3], x[0] * x[0] * x[0],
-                                        x[1] * x[1] * x[1], x[2] * x[2] * x[2], x[3] * x[3] * x[3]};
+        double logs[4], inv[8];  // 1 / x, then 1 / x^3
+        for (int i = 0; i < 4; ++i) {
+            inv[i] = x[i];
+            inv[4 + i] = x[i] * x[i] * x[i];
+        }
         xebdLn_HA(4, x, logs);
-        xebdInv_HA(8, cubes_then_x, inv);
+        xebdInv_HA(8, inv, inv);
         double sum = 0.0;
         for (int i = 0; i < 4; ++i) sum += (x[i] + 0.5) * logs[i];
         return sum + kFourLnSqrt2Pi + kStirling1 * (inv[0] + inv[1] + inv[2] + inv[3]) - l -
@@ -235,8 +237,8 @@ void build_rejection(RejectionTable& t, const Folded& f, double l) {
     t.x4 = nb_k + M + 0.5;
     t.ratio_up[0] = (na - M) * (k - M) / ((1.0 + M) * (1.0 + nb_k + M));
     for (int j = 2; j <= kRatioSteps; ++j)
-        t.ratio_up[j - 1] = t.ratio_up[j - 2] * (na - M - j + 1.0) * (k - M - j + 1.0) /
-                            ((M + j) * (nb_k + M + j));
+        t.ratio_up[j - 1] =
+            t.ratio_up[j - 2] * (na - M - j + 1.0) * (k - M - j + 1.0) / ((M + j) * (nb_k + M + j));
     t.ratio_down[0] = (nb_k + M) * M / ((na + 1.0 - M) * (k + 1.0 - M));
     for (int j = 2; j <= kRatioSteps; ++j) {
         const double x = M - j + 1.0;
@@ -258,7 +260,8 @@ bool ratio_test(int32_t K, double V, const RejectionTable& t, const Folded& f) {
         return true;
     }
     const double x = f.M - kRatioSteps;
-    return V <= t.ratio_down[kRatioSteps - 1] * ((f.nb - f.k) + x) * x / ((f.na + 1.0 - x) * (f.k + 1.0 - x));
+    return V <=
+           t.ratio_down[kRatioSteps - 1] * ((f.nb - f.k) + x) * x / ((f.na + 1.0 - x) * (f.k + 1.0 - x));
 }
 
 double h_series(double y) { return y * (y / 3.0 - 0.5) + 1.0; }
@@ -351,7 +354,9 @@ void map_back(int32_t n, int32_t* r, int32_t l, int32_t s, int32_t m, const Fold
     for (int32_t i = 0; i < n; ++i) r[i] = base + sign * r[i];
 }
 
-bool arguments_taken(int32_t l, int32_t s, int32_t m) { return l >= 0 && s >= 0 && m >= 0 && s <= l && m <= l; }
+bool arguments_taken(int32_t l, int32_t s, int32_t m) {
+    return l >= 0 && s >= 0 && m >= 0 && s <= l && m <= l;
+}
 
 // The set-up of a key whose values are not certain.
 void build(HypergeometricCache& cache, const Folded& f) {
@@ -371,7 +376,8 @@ bool check_loaded_cache(void* data) {
     }
     const auto whole = [](double x) { return x >= 0.0 && x <= 2147483647.0 && std::floor(x) == x; };
     if (!(whole(cache.l) && whole(cache.m) && whole(cache.s))) return false;
-    const auto l = static_cast<int32_t>(cache.l), m = static_cast<int32_t>(cache.m), s = static_cast<int32_t>(cache.s);
+    const auto l = static_cast<int32_t>(cache.l), m = static_cast<int32_t>(cache.m),
+               s = static_cast<int32_t>(cache.s);
     if (!arguments_taken(l, s, m)) return false;
     const Folded f = fold(l, s, m);
     if (f.hi > 0) build(cache, f);
@@ -407,8 +413,8 @@ int32_t hypergeometric(RukStream* stream, int32_t n, int32_t* r, int32_t l, int3
 }  // namespace
 }  // namespace xeb::laws
 
-int32_t rukiRngHypergeometric(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t l,
-                              int32_t s, int32_t m) {
+int32_t rukiRngHypergeometric(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t l, int32_t s,
+                              int32_t m) {
     const xeb::frame::StreamControlWords words;
     return xeb::laws::hypergeometric(stream, n, r, l, s, m);
 }

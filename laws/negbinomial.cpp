@@ -99,13 +99,13 @@ struct Tail {
 // t5 stands right before ratio_down, and ratio_down's last entry right
 // before ratio_up: the ratio lookups read those neighbours at distance 0.
 struct RejectionTable {
-    double m;                            // trunc(h): the mode
-    double t1, t2, t3, t4, t5;           // cumulative shares: centre, right flank, left flank,
-                                         // right tail, left tail; t5 = 1
-    double ratio_down[kRatioSteps];      // entry j - 1: f(m - j) / f(m)
-    double ratio_up[kRatioSteps];        // entry j - 1: f(m + j) / f(m)
-    double w_mode;                       // w(m)
-    double c_scale, c_start;             // centre: x = c_scale U + c_start
+    double m;                              // trunc(h): the mode
+    double t1, t2, t3, t4, t5;             // cumulative shares: centre, right flank, left flank,
+                                           // right tail, left tail; t5 = 1
+    double ratio_down[kRatioSteps];        // entry j - 1: f(m - j) / f(m)
+    double ratio_up[kRatioSteps];          // entry j - 1: f(m + j) / f(m)
+    double w_mode;                         // w(m)
+    double c_scale, c_start;               // centre: x = c_scale U + c_start
     double c_right_slope, c_right_offset;  // squeeze from (m, 1) to (B, f(B))
     double c_left_slope, c_left_offset;    // squeeze from (A2, f(A1)) to (m + 1, 1)
     Flank right, left;
@@ -215,8 +215,8 @@ void build_inversion(InversionTable& t, const Law& L) {
 // summed probabilities and 1) has passed the mode, after which the terms
 // only fall: the walk ends there, and the u's still waiting get the count
 // reached.  False when the count would leave 32 bits.
-bool beyond_table(const double* u, int32_t* far, int32_t count, const InversionTable& t,
-                  const Law& L, int32_t* r) {
+bool beyond_table(const double* u, int32_t* far, int32_t count, const InversionTable& t, const Law& L,
+                  int32_t* r) {
     const auto key = [u](int32_t i) { return std::isnan(u[i]) ? INFINITY : u[i]; };
     std::sort(far, far + count, [&key](int32_t i, int32_t j) { return key(i) < key(j); });
     double term = t.cum[kTableTerms - 1] - t.cum[kTableTerms - 2];
@@ -258,8 +258,8 @@ int32_t sample_inversion(RukStream* stream, int32_t n, int32_t* r, const Inversi
 double series(double k, const double* logs, const Law& L) {
     const double u = 1.0 / k, v = 1.0 / (L.b + k);
     const double u2 = u * u, v2 = v * v;
-    return (1.0 / 12.0 - (1.0 / 360.0 - u2 / 1260.0) * u2) * u + (k + 0.5) * logs[0] +
-           L.b * logs[1] - (1.0 / 12.0 + (1.0 / 360.0 + v2 / 1260.0) * v2) * v;
+    return (1.0 / 12.0 - (1.0 / 360.0 - u2 / 1260.0) * u2) * u + (k + 0.5) * logs[0] + L.b * logs[1] -
+           (1.0 / 12.0 + (1.0 / 360.0 + v2 / 1260.0) * v2) * v;
 }
 double log_weight(double k, const Law& L) {
     double logs[2] = {L.b * L.q * (1.0 / k) + L.q, L.b + k};
@@ -280,8 +280,7 @@ double weight_above(double d, double k, const RejectionTable& t, const Law& L) {
 // A flank from the centre's edge (weight height there) to its far end,
 // after the shares t_before and t_after around it, with g the weight next
 // to the far end.
-Flank make_flank(double edge, double far_end, double height, double g, double t_before,
-                 double t_after) {
+Flank make_flank(double edge, double far_end, double height, double g, double t_before, double t_after) {
     Flank fl;
     const double e = g / height;
     fl.gain = (1.0 + 2.0 * e) / (t_after - t_before);
@@ -313,18 +312,18 @@ void build_rejection(RejectionTable& t, const Law& L, const HatFrame& F) {
     const double fLi = weight_below(m - F.Li, F.Li, t, L);
     const double fRi = weight_above(F.Ri - m, F.Ri, t, L);
     const double Li = F.Li, Ri = F.Ri;
-    const double gR = fRi * Ri / ((b + Ri) * q);      // f(Ri - 1)
+    const double gR = fRi * Ri / ((b + Ri) * q);        // f(Ri - 1)
     const double gL = (a + Li) * fLi * q / (1.0 + Li);  // f(Li + 1)
-    const double rR = (a + Ri) * q / (1.0 + Ri);       // f(Ri + 1) / f(Ri)
-    const double rL = (b + Li) * q / Li;               // f(Li) / f(Li - 1)
+    const double rR = (a + Ri) * q / (1.0 + Ri);        // f(Ri + 1) / f(Ri)
+    const double rL = (b + Li) * q / Li;                // f(Li) / f(Li - 1)
     const double bases[2] = {rR, rL}, powers[2] = {(F.R0 - 1.0) - Ri, F.L0 - Li};
     double tail[2];
     xebdPow_HA(2, bases, powers, tail);
     const double PR = fRi * tail[0], PL = fLi * tail[1];
     double logs[2] = {rR, rL};
     xebdLn_HA(2, logs, logs);
-    const double area[5] = {F.B - F.A2, (0.5 * fR + gR) * (F.R0 - F.B),
-                            (0.5 * fL + gL) * (F.A2 - F.L0), -PR / logs[0], PL / logs[1]};
+    const double area[5] = {F.B - F.A2, (0.5 * fR + gR) * (F.R0 - F.B), (0.5 * fL + gL) * (F.A2 - F.L0),
+                            -PR / logs[0], PL / logs[1]};
     const double total = area[0] + area[1] + area[2] + area[3] + area[4];
     double running = area[0];
     t.t1 = running / total;
@@ -405,8 +404,7 @@ bool trial(double U, double V, double pre, const RejectionTable& t, const CallVa
     if (U <= t.t1) {
         const double x = t.c_scale * U + t.c_start;
         K = truncate_to_int32(x);
-        if (x <= c.mid)
-            return V <= t.c_left_slope * x + t.c_left_offset || accept_left(K, V, t, c);
+        if (x <= c.mid) return V <= t.c_left_slope * x + t.c_left_offset || accept_left(K, V, t, c);
         return V <= t.c_right_slope * x + t.c_right_offset || accept_right(K, V, t, c);
     }
     if (U <= t.t2) return flank_trial(t.right, pre, V, K, v) || accept_right(K, v, t, c);
@@ -460,9 +458,7 @@ int32_t sample_rejection(RukStream* stream, int32_t n, int32_t* r, const Rejecti
 
 // ---------------------------------------------------------------------------
 
-bool arguments_taken(double a, double p) {
-    return a > 0.0 && a < INFINITY && p > 0.0 && p <= 1.0;
-}
+bool arguments_taken(double a, double p) { return a > 0.0 && a < INFINITY && p > 0.0 && p <= 1.0; }
 
 // The set-up of the record's key, by its route.
 void build(NegbinomialCache& cache) {

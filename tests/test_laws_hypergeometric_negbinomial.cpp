@@ -52,12 +52,17 @@ struct Law {
     // rates and their reciprocals, a, ratio_down, ratio_up; chunk 4: a, p,
     // then m, t1-t5, ratio_down, ratio_up, w_mode, the centre's six values,
     // the flanks' seven, the tails' three).
-    const double* record(RukStream* s) const { return static_cast<const double*>(rukSearchChunk(s, chunk)); }
+    const double* record(RukStream* s) const {
+        return static_cast<const double*>(rukSearchChunk(s, chunk));
+    }
 };
 
 Law hyp(int32_t l, int32_t s, int32_t m) {
-    return {"hypergeometric(" + std::to_string(l) + ", " + std::to_string(s) + ", " + std::to_string(m) + ")",
-            [=](RukStream* st, int32_t n, int32_t* r) { return rukiRngHypergeometric(0, st, n, r, l, s, m); },
+    return {"hypergeometric(" + std::to_string(l) + ", " + std::to_string(s) + ", " + std::to_string(m) +
+                ")",
+            [=](RukStream* st, int32_t n, int32_t* r) {
+                return rukiRngHypergeometric(0, st, n, r, l, s, m);
+            },
             [=](int64_t k) { return xt::hypergeometric_pmf(l, s, m, k); },
             static_cast<int64_t>((s + 1.0) * (m + 1.0) / (l + 2.0)), RUK_CHUNK_HYPERGEOMETRIC};
 }
@@ -71,7 +76,8 @@ Law nb(double a, double p) {
 }
 
 // n values drawn in calls of the given counts on a fresh stream.
-Ints draw(const Law& law, uint32_t seed, const std::vector<int32_t>& counts, int32_t id = RUK_BRNG_MT19937) {
+Ints draw(const Law& law, uint32_t seed, const std::vector<int32_t>& counts,
+          int32_t id = RUK_BRNG_MT19937) {
     StreamHandle h;
     xt::new_stream(h, id, seed);
     Ints r;
@@ -131,7 +137,8 @@ TEST(Negbinomial, SampleFollowsTheLawInEveryRegime) {
     expect_samples_follow(
         {// Inversion: a below 1, small modes, the walk past 127 (a mean of
          // 1000), the mode at 99.99; a mode of 500 whose hat cannot be built.
-         nb(0.5, 0.5), nb(0.05, 0.01), nb(3, 0.3), nb(10, 0.9), nb(1, 0.001), nb(100.99, 0.5), nb(1.5, 0.001),
+         nb(0.5, 0.5), nb(0.05, 0.01), nb(3, 0.3), nb(10, 0.9), nb(1, 0.001), nb(100.99, 0.5),
+         nb(1.5, 0.001),
          // The hat: the mode at 100, near the smallest a it takes, large
          // modes (the series), p near 1 with a large a.
          nb(101, 0.5), nb(2.5, 0.001), nb(1000, 0.01), nb(1e6, 0.5), nb(1e9, 0.999)},
@@ -158,7 +165,8 @@ TEST(HypergeometricNegbinomial, TrialsAcceptExactlyUnderTheMass) {
         return Trial{-std::log(V) / lr + xr, (U - p2) * lr * V};
     };
     const Hat counts = [](const double* t, double U, double V) {
-        const double *ts = t + 3, *flank = U <= ts[1] ? t + 143 : t + 150, *tail = U > ts[3] ? t + 160 : t + 157;
+        const double *ts = t + 3, *flank = U <= ts[1] ? t + 143 : t + 150,
+                     *tail = U > ts[3] ? t + 160 : t + 157;
         if (U <= ts[0]) return Trial{t[137] * U + t[138], V};
         if (U <= ts[2]) {
             const double y = std::sqrt(flank[0] * U + flank[1]);
@@ -166,12 +174,17 @@ TEST(HypergeometricNegbinomial, TrialsAcceptExactlyUnderTheMass) {
         }
         return Trial{tail[0] * std::log(V) + tail[1], (U - ts[U > ts[3] ? 3 : 2]) * V * tail[2]};
     };
-    const Regions urn_regions = [](const double* t) { return std::vector<double>{0, t[3] / t[5], t[4] / t[5], 1}; };
-    const Regions count_regions = [](const double* t) { return std::vector<double>{0, t[3], t[4], t[5], t[6], 1}; };
-    const std::tuple<Law, Hat, Regions> probes[] = {
-        {hyp(1000, 100, 400), urn, urn_regions}, {hyp(1000000, 500000, 300000), urn, urn_regions},
-        {nb(101, 0.5), counts, count_regions},   {nb(2.5, 0.001), counts, count_regions},
-        {nb(1000, 0.01), counts, count_regions}};
+    const Regions urn_regions = [](const double* t) {
+        return std::vector<double>{0, t[3] / t[5], t[4] / t[5], 1};
+    };
+    const Regions count_regions = [](const double* t) {
+        return std::vector<double>{0, t[3], t[4], t[5], t[6], 1};
+    };
+    const std::tuple<Law, Hat, Regions> probes[] = {{hyp(1000, 100, 400), urn, urn_regions},
+                                                    {hyp(1000000, 500000, 300000), urn, urn_regions},
+                                                    {nb(101, 0.5), counts, count_regions},
+                                                    {nb(2.5, 0.001), counts, count_regions},
+                                                    {nb(1000, 0.01), counts, count_regions}};
     auto rng = std::mt19937_64(17);
     std::uniform_real_distribution<double> uniform(0.0, 1.0);
     StreamHandle h;
@@ -188,11 +201,13 @@ TEST(HypergeometricNegbinomial, TrialsAcceptExactlyUnderTheMass) {
             const Trial c = hat(t, u1, V);
             const auto K = static_cast<int64_t>(std::floor(c.x));
             const long double mass = law.pmf(K) / law.pmf(law.mode);
-            const bool one_factor = law.chunk == RUK_CHUNK_HYPERGEOMETRIC && K < law.mode - 32 && K <= 200;
+            const bool one_factor =
+                law.chunk == RUK_CHUNK_HYPERGEOMETRIC && K < law.mode - 32 && K <= 200;
             if (!(mass > 0 && mass < 1) || one_factor || std::fabs(c.x - std::round(c.x)) < 1e-9 ||
                 std::fabs(std::log(c.v) - std::log(static_cast<double>(mass))) < 1e-6)
                 continue;
-            EXPECT_EQ(first_accepted(law, h.get(), u1, V, &result), c.v <= mass) << law.name << ": K " << K;
+            EXPECT_EQ(first_accepted(law, h.get(), u1, V, &result), c.v <= mass)
+                << law.name << ": K " << K;
             ++decided;
         }
         EXPECT_GT(decided, 2000) << law.name;
@@ -216,21 +231,23 @@ TEST(HypergeometricNegbinomial, SetUpTablesAndWalksMatchTheExactMass) {
     const auto ratio = [](const Law& law, int64_t step) {  // entry i: f(mode + step (i + 1)) / f(mode)
         return [law, step](int64_t i) { return law.pmf(law.mode + step * (i + 1)) / law.pmf(law.mode); };
     };
-    const Law urn_small = hyp(20, 5, 7), urn_wide = hyp(1000000, 395, 100000), urn_h2pe = hyp(1000, 100, 400);
+    const Law urn_small = hyp(20, 5, 7), urn_wide = hyp(1000000, 395, 100000),
+              urn_h2pe = hyp(1000, 100, 400);
     const Law nb_small = nb(3, 0.3), nb_walk = nb(1, 0.001), nb_hat = nb(1000, 0.01);
     // (law, first double and count of the table, its entries, tolerance)
     const std::tuple<Law, int, int, std::function<long double(int64_t)>, double> tables[] = {
-        {urn_small, 3, 6, cdf(urn_small), 1e-8},           {urn_wide, 3, 64, cdf(urn_wide), 1e-8},
-        {urn_h2pe, 17, 32, ratio(urn_h2pe, -1), 1e-12},    {urn_h2pe, 49, 32, ratio(urn_h2pe, 1), 1e-12},
-        {nb_small, 2, 128, cdf(nb_small), 1e-8},           {nb_walk, 2, 128, cdf(nb_walk), 1e-8},
-        {nb_hat, 8, 64, ratio(nb_hat, -1), 1e-12},         {nb_hat, 72, 64, ratio(nb_hat, 1), 1e-12}};
+        {urn_small, 3, 6, cdf(urn_small), 1e-8},        {urn_wide, 3, 64, cdf(urn_wide), 1e-8},
+        {urn_h2pe, 17, 32, ratio(urn_h2pe, -1), 1e-12}, {urn_h2pe, 49, 32, ratio(urn_h2pe, 1), 1e-12},
+        {nb_small, 2, 128, cdf(nb_small), 1e-8},        {nb_walk, 2, 128, cdf(nb_walk), 1e-8},
+        {nb_hat, 8, 64, ratio(nb_hat, -1), 1e-12},      {nb_hat, 72, 64, ratio(nb_hat, 1), 1e-12}};
     for (const auto& [law, first, count, want, tolerance] : tables) {
         StreamHandle h;
         xt::new_stream(h, RUK_BRNG_MT19937, 1);
         int32_t r;
         ASSERT_EQ(law.call(h.get(), 1, &r), RUK_OK);
         for (int i = 0; i < count; ++i)
-            EXPECT_LE(std::fabs(law.record(h.get())[first + i] / want(i) - 1), tolerance) << law.name << " " << i;
+            EXPECT_LE(std::fabs(law.record(h.get())[first + i] / want(i) - 1), tolerance)
+                << law.name << " " << i;
     }
     const std::pair<Law, Ints> walks[] = {{urn_wide, {64, 70, 66}}, {nb_walk, {5000, 150, 1000, 128}}};
     StreamHandle h;
@@ -277,7 +294,8 @@ TEST(HypergeometricNegbinomial, KeptFeaturesOfTheAcceptanceRegions) {
     const double p1 = t[3], p2 = t[4], p3 = t[5], xl = t[6], lambda_l = t[12];
     const double exact = static_cast<double>(urn.pmf(110) / urn.pmf(150));
     const double one_factor = static_cast<double>(urn.pmf(117) / urn.pmf(150));
-    const double V = std::exp((110.5 - xl) * lambda_l), U = p1 + std::sqrt(exact * one_factor) / (lambda_l * V);
+    const double V = std::exp((110.5 - xl) * lambda_l),
+                 U = p1 + std::sqrt(exact * one_factor) / (lambda_l * V);
     ASSERT_LT(U, p2);
     EXPECT_TRUE(first_accepted(urn, h.get(), U / p3, V, &r));
     EXPECT_EQ(r, 110);
@@ -297,10 +315,12 @@ TEST(HypergeometricNegbinomial, KeptFeaturesOfTheAcceptanceRegions) {
 // Every route of both laws: any split of a count, and any control words of
 // the caller, give the numbers of one call.
 TEST(HypergeometricNegbinomial, ResultsDoNotDependOnSplitsOrControlWords) {
-    for (const Law& law : {hyp(20, 5, 7), hyp(100, 90, 95), hyp(1000, 100, 400), hyp(1000000, 500000, 300000),
-                           nb(3, 0.3), nb(1, 0.001), nb(1.5, 0.001), nb(1000, 0.01)}) {
+    for (const Law& law :
+         {hyp(20, 5, 7), hyp(100, 90, 95), hyp(1000, 100, 400), hyp(1000000, 500000, 300000), nb(3, 0.3),
+          nb(1, 0.001), nb(1.5, 0.001), nb(1000, 0.01)}) {
         const Ints whole = draw(law, 3, {3000});
-        EXPECT_EQ(draw(law, 3, {1, 127, 128, 129, 255, 256, 257, 511, 512, 513, 311}), whole) << law.name;
+        EXPECT_EQ(draw(law, 3, {1, 127, 128, 129, 255, 256, 257, 511, 512, 513, 311}), whole)
+            << law.name;
         EXPECT_EQ(draw(law, 3, {0, 2999, 1}), whole) << law.name;
         Ints odd;
         xt::under_odd_control_words([&] { odd = draw(law, 3, {3000}); });
@@ -312,7 +332,8 @@ TEST(HypergeometricNegbinomial, DrawCountsAndStatuses) {
     StreamHandle h;
     xt::new_script_stream(h);
     Ints r(1000, -1);
-    const Law folded = hyp(100, 90, 95), small = nb(3, 0.3), urn = hyp(1000, 100, 400), count = nb(101, 0.5);
+    const Law folded = hyp(100, 90, 95), small = nb(3, 0.3), urn = hyp(1000, 100, 400),
+              count = nb(101, 0.5);
     // Inversion: one uniform a result, in blocks of 512 (hypergeometric) or
     // 256.  (100, 90, 95) folds both ways: the folded 0 is 90 - 5 + 0 = 85.
     // Rejection: two a trial, twice the results missing per block.
@@ -369,21 +390,27 @@ TEST(HypergeometricNegbinomial, RefusedAndCertainArgumentsDrawNothing) {
     xt::new_script_stream(h);
     reset_script({0.5});
     Ints r(8, -7);
-    const int32_t bad_urns[][3] = {{10, 11, 5}, {10, 5, 11}, {-1, 0, 0}, {10, -1, 5}, {10, 5, -1}, {INT32_MIN, 0, 0}};
+    const int32_t bad_urns[][3] = {{10, 11, 5}, {10, 5, 11}, {-1, 0, 0},
+                                   {10, -1, 5}, {10, 5, -1}, {INT32_MIN, 0, 0}};
     for (const auto& u : bad_urns)
-        EXPECT_EQ(rukiRngHypergeometric(0, h.get(), 8, r.data(), u[0], u[1], u[2]), RUK_ERROR_BAD_ARGUMENT) << u[0];
+        EXPECT_EQ(rukiRngHypergeometric(0, h.get(), 8, r.data(), u[0], u[1], u[2]),
+                  RUK_ERROR_BAD_ARGUMENT)
+            << u[0];
     // a finite and positive, p in (0, 1], and the law's mass from 2^31 on
     // negligible: not at a mean of 2^31, a geometric mean of 10^8, or a
     // small a with p = 10^-9.
     const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
-    const double bad_laws[][2] = {{0, 0.5},  {-1, 0.5}, {nan, 0.5}, {inf, 0.5},         {1, 0},    {1, -0.1},
-                                  {1, 1.5},  {1, nan},  {1, -inf},  {2147483648.0, 0.5}, {1, 1e-8}, {0.01, 1e-9}};
+    const double bad_laws[][2] = {{0, 0.5},  {-1, 0.5},           {nan, 0.5}, {inf, 0.5},
+                                  {1, 0},    {1, -0.1},           {1, 1.5},   {1, nan},
+                                  {1, -inf}, {2147483648.0, 0.5}, {1, 1e-8},  {0.01, 1e-9}};
     for (const auto& b : bad_laws)
-        EXPECT_EQ(rukiRngNegbinomial(0, h.get(), 8, r.data(), b[0], b[1]), RUK_ERROR_BAD_ARGUMENT) << b[0] << " " << b[1];
+        EXPECT_EQ(rukiRngNegbinomial(0, h.get(), 8, r.data(), b[0], b[1]), RUK_ERROR_BAD_ARGUMENT)
+            << b[0] << " " << b[1];
     EXPECT_EQ(r, Ints(8, -7));
     const int32_t certain[][4] = {// l, s, m, the count
-                                  {50, 0, 20, 0}, {50, 20, 0, 0}, {50, 50, 20, 20},   {50, 20, 50, 20},
-                                  {0, 0, 0, 0},   {7, 7, 7, 7},   {kMax, kMax, 5, 5}, {kMax, 3, kMax, 3}};
+                                  {50, 0, 20, 0},     {50, 20, 0, 0},    {50, 50, 20, 20},
+                                  {50, 20, 50, 20},   {0, 0, 0, 0},      {7, 7, 7, 7},
+                                  {kMax, kMax, 5, 5}, {kMax, 3, kMax, 3}};
     for (const auto& c : certain) {
         EXPECT_EQ(rukiRngHypergeometric(0, h.get(), 8, r.data(), c[0], c[1], c[2]), RUK_OK);
         EXPECT_EQ(r, Ints(8, c[3])) << c[0] << " " << c[1] << " " << c[2];
@@ -396,19 +423,28 @@ TEST(HypergeometricNegbinomial, RefusedAndCertainArgumentsDrawNothing) {
 // Arguments at the ends of the ranges end, in bounded time, with every
 // result a possible value.
 TEST(HypergeometricNegbinomial, ExtremeArgumentsEndWithPossibleValues) {
-    const int32_t urns[][3] = {{kMax, kMax / 2, kMax / 2 + 1}, {kMax, 1, 1},        {kMax, kMax - 1, kMax / 3},
-                               {kMax, 1 << 30, 45},           {kMax, 45, 1 << 30}, {kMax - 1, kMax / 2, kMax - 2}};
+    const int32_t urns[][3] = {{kMax, kMax / 2, kMax / 2 + 1},
+                               {kMax, 1, 1},
+                               {kMax, kMax - 1, kMax / 3},
+                               {kMax, 1 << 30, 45},
+                               {kMax, 45, 1 << 30},
+                               {kMax - 1, kMax / 2, kMax - 2}};
     for (const auto& u : urns) {
-        const int64_t least = std::max<int64_t>(0, int64_t{u[1]} + u[2] - u[0]), most = std::min(u[1], u[2]);
+        const int64_t least = std::max<int64_t>(0, int64_t{u[1]} + u[2] - u[0]),
+                      most = std::min(u[1], u[2]);
         for (int32_t x : draw(hyp(u[0], u[1], u[2]), 5, {2000}))
             ASSERT_TRUE(x >= least && x <= most) << x << " from " << u[0] << " " << u[1] << " " << u[2];
     }
     // (a, p, least, most): p = 1 and a near 0 give 0; a mean of 1.5e9, 12
     // standard deviations below 2^31; a long walk; a large a.
-    const double laws[][4] = {{3, 1, 0, 0},     {1e-300, 0.5, 0, 0}, {1.5e9, 0.5, 1.49e9, 1.51e9},
-                              {1, 1e-6, 0, 1e8}, {1e15, 1 - 1e-8, 9.9e6, 1.01e7}};
+    const double laws[][4] = {{3, 1, 0, 0},
+                              {1e-300, 0.5, 0, 0},
+                              {1.5e9, 0.5, 1.49e9, 1.51e9},
+                              {1, 1e-6, 0, 1e8},
+                              {1e15, 1 - 1e-8, 9.9e6, 1.01e7}};
     for (const auto& c : laws)
-        for (int32_t x : draw(nb(c[0], c[1]), 6, {512})) ASSERT_TRUE(x >= c[2] && x <= c[3]) << x << " from " << c[0];
+        for (int32_t x : draw(nb(c[0], c[1]), 6, {512}))
+            ASSERT_TRUE(x >= c[2] && x <= c[3]) << x << " from " << c[0];
 }
 
 // The set-up records: one chunk, reused as it stands while the arguments
@@ -420,7 +456,10 @@ TEST(HypergeometricNegbinomial, SetUpIsKeptOnTheStreamInFilesAndCopies) {
     const std::string path = ::testing::TempDir() + "urn_counts_stream.bin";
     // (law, doubles of the key and the table its route writes)
     const std::vector<std::vector<std::pair<Law, std::size_t>>> runs = {
-        {{hyp(1000, 100, 400), 81}, {hyp(20, 5, 7), 3 + 6}, {hyp(20, 6, 7), 3 + 7}, {hyp(1000, 100, 400), 81}},
+        {{hyp(1000, 100, 400), 81},
+         {hyp(20, 5, 7), 3 + 6},
+         {hyp(20, 6, 7), 3 + 7},
+         {hyp(1000, 100, 400), 81}},
         {{nb(1000, 0.01), 163}, {nb(3, 0.3), 2 + 128}, {nb(3, 0.31), 2 + 128}, {nb(1000, 0.01), 163}}};
     for (const auto& run : runs) {
         StreamHandle h;
@@ -435,7 +474,8 @@ TEST(HypergeometricNegbinomial, SetUpIsKeptOnTheStreamInFilesAndCopies) {
             if (!kept) kept = law.record(h.get());
             ASSERT_EQ(rukGetNumChunks(h.get()), 1);
             EXPECT_EQ(law.record(h.get()), kept);
-            EXPECT_EQ(std::memcmp(kept, law.record(fresh.get()), doubles * sizeof(double)), 0) << law.name;
+            EXPECT_EQ(std::memcmp(kept, law.record(fresh.get()), doubles * sizeof(double)), 0)
+                << law.name;
             auto* last = const_cast<double*>(kept) + doubles - 1;
             const double saved = *last;
             *last = 123.25;

@@ -24,8 +24,8 @@ inline void new_stream(StreamHandle& h, int32_t id, uint32_t seed) {
 
 // n values of a law (method 0) drawn on a fresh stream.
 template <class... P, class... A>
-Ints draw(int32_t id, uint32_t seed, std::size_t n, int32_t (*law)(int32_t, RukStream*, int32_t, int32_t*, P...),
-          A... args) {
+Ints draw(int32_t id, uint32_t seed, std::size_t n,
+          int32_t (*law)(int32_t, RukStream*, int32_t, int32_t*, P...), A... args) {
     StreamHandle h;
     new_stream(h, id, seed);
     Ints r(n);
@@ -48,14 +48,16 @@ template <class T>
 int32_t script_fill(RukStream*, int32_t n, T* r, T, T) {
     const std::size_t call = script.calls.size();
     script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i) r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
+    for (int32_t i = 0; i < n; ++i)
+        r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
     return call < script.statuses.size() ? script.statuses[call] : RUK_OK;
 }
 inline int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
 inline int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
 inline void new_script_stream(StreamHandle& h) {
     static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
+        const RukBrngEntry row{
+            24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
         return rukRegisterBrng(&row);
     }();
     ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
