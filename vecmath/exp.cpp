@@ -114,7 +114,7 @@ inline long double scale_extended(uint32_t k) {
 // A NaN stored through the x87, which quiets a signalling one.
 inline double through_x87(double x) {
     double out;
-    asm volatile("fldl %1\n\tfstpl %0" : "=m"(out) : "m"(x));
+    fpu::x87_copy(&x, &out);
     return out;
 }
 

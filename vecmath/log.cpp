@@ -47,11 +47,7 @@ using explog::CubicRow;
 using explog::LogRow;
 
 // L * log2(x) by the x87, for the arguments the tables do not take.
-inline long double fyl2x(long double scale, long double x) {
-    long double r;
-    asm("fyl2x" : "=t"(r) : "0"(x), "u"(scale) : "st(1)");
-    return r;
-}
+inline long double fyl2x(long double scale, long double x) { return fpu::x87_scaled_log2(scale, x); }
 
 // Constants of one logarithm: its base's L as the x87 loads it (fldln2,
 // fldlg2), the polynomial on [0, 1/256) and the Taylor form below 1.

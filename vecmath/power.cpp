@@ -43,6 +43,7 @@
 #include <immintrin.h>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/power.h"
 #include "xebruk/vm_power.h"
@@ -337,10 +338,7 @@ long double log2_50(double x) {
     const uint32_t h = high_word(x);
     const uint32_t biased = h >> 20;
     if (biased == 0 || (biased >= 0x3FD && biased <= 0x400)) {
-        long double r;
-        const long double one = 1.0L, lx = x;
-        asm("fyl2x" : "=t"(r) : "0"(lx), "u"(one) : "st(1)");
-        return r;
+        return fpu::x87_scaled_log2(1.0L, x);
     }
     constexpr long double Q1 = 0x1.71547652b82fep+0, Q2 = -0x1.71547652b82c4p-1, Q3 = 0x1.ec709dc34a930p-2,
                           Q4 = -0x1.715474e4f14c2p-2, Q5 = 0x1.277402e171679p-2, Q6 = -0x1.e7867dbf08784p-3;

@@ -46,6 +46,7 @@
 #include <cmath>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "xebruk/vm_roots.h"
 
@@ -363,9 +364,7 @@ struct SqrtS : SingleSse {
 // 1 / sqrt(x) by the x87's square root and division, at the caller's
 // precision: the rescue for everything outside the normal positive range.
 inline float x87_inv_sqrt(float x) {
-    long double v = x;
-    asm("fsqrt" : "+t"(v));
-    return static_cast<float>(1.0L / v);
+    return static_cast<float>(1.0L / fpu::x87_sqrt(x));
 }
 
 struct InvSqrtS : SingleSse {

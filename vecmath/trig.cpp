@@ -34,6 +34,7 @@
 #include <cstring>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/trig_tables.inc"
 #include "xebruk/vm_trig.h"
@@ -89,8 +90,6 @@ constexpr uint32_t kBoundD = 0x40FF4000;  // 128000.0
 constexpr uint32_t kBound500k = 0x48F42400, kBound1M = 0x49742400;
 constexpr uint32_t kBound128k = 0x47FA0000, kBound10048 = 0x461D0000;
 
-// fninit, outside any expression: at a call the x87 stack is empty.
-__attribute__((noinline)) void reset_x87() { asm volatile("fninit" ::: "memory"); }
 
 // Nearest integer of v (|v| < 2^62) in the x87's 64-bit format, and its
 // low bits as an integer, read from the significand of v + 1.5*2^63.
@@ -162,7 +161,7 @@ struct SingleTrig {
 template <class K>
 struct Trig : K {
     static void fall_back(const Arrays<typename K::T>& x, int i, int count) {
-        if (K::reset) reset_x87();
+        if (K::reset) fpu::x87_reinit();
         for (int k = 0; k < count; ++k) K::scalar(x, i + k);
     }
     static bool group_path(const Arrays<typename K::T>& x, int i) {
