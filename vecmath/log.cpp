@@ -115,15 +115,12 @@ inline long double log_table(double x) {
 }
 
 template <class B>
-struct LogD {
-    using T = double;
+struct LogD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr bool clean_mxcsr = false;
     static constexpr int group = 2;
     static constexpr std::size_t prefetch_bytes = 0x40;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
-    // The dispatcher runs on the kernel's x87 state, with no image saved.
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
+    // The dispatcher runs on the kernel's x87 state, with no image saved
+    // (the policy's direct trampoline).
     static constexpr const char* name = B::double_name;
 
     static bool group_path(const Arrays<double>& x, int i) {
@@ -163,13 +160,9 @@ inline float log_cubic(float x) {
 }
 
 template <class B>
-struct LogS {
-    using T = float;
+struct LogS : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
-    static constexpr bool clean_mxcsr = false;
     static constexpr int group = 2;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
     static constexpr const char* name = B::single_name;
 

@@ -422,18 +422,19 @@ float pow21_core(float x, float y, float sign) {
 inline bool positive_normal(double x) { return high_word(x) - 0x00100000u < 0x7FE00000u; }
 inline bool finite_nonzero(double y) { return (high_word(y) & 0x7FFFFFFFu) < 0x7FF00000u && y != 0; }
 
-// The element loop common to all forms.  F supplies T, the core and the
-// fast-domain test; Scalar says whether y comes from b[0] (Powx).
-template <class F, bool Scalar, const char* Name>
-struct PowKernel {
-    using T = typename F::T;
-    static constexpr uint16_t x87 = F::x87;
-    static constexpr int group = F::group;
-    static constexpr const char* name = Name;
+// The frame record of every form: events leave through a saved x87 image.
+template <class T>
+struct PowPolicy : frame::KernelPolicy<T> {
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
-    static constexpr bool clean_mxcsr = F::sse;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
+};
+
+// The element loop common to all forms.  F is the form's frame record and
+// supplies the core and the fast-domain test; Scalar says whether y comes
+// from b[0] (Powx).
+template <class F, bool Scalar, const char* Name>
+struct PowKernel : F {
+    using T = typename F::T;
+    static constexpr const char* name = Name;
 
     static T y_of(const Arrays<T>& x, int i) { return Scalar ? x.b[0] : x.b[i]; }
 
@@ -469,9 +470,8 @@ bool one_by_one(const T* a, const T* b, T* r) {
     return true;
 }
 
-struct DoubleHA {
-    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
-    using T = double;
+struct DoubleHA : PowPolicy<double> {
+    static constexpr bool clean_mxcsr = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 2;
     static bool fast(double a, double b) { return positive_normal(a) && finite_nonzero(b); }
@@ -481,9 +481,7 @@ struct DoubleHA {
     }
 };
 
-struct Double50 {
-    static constexpr bool sse = false;  // x87 throughout: no MXCSR step
-    using T = double;
+struct Double50 : PowPolicy<double> {  // x87 throughout: no MXCSR step
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr int group = 2;
     static bool fast(double a, double b) {
@@ -495,9 +493,8 @@ struct Double50 {
 
 // The single forms: one element at a time, arithmetic in SSE doubles.
 template <class Self>
-struct SingleForm {
-    static constexpr bool sse = true;
-    using T = float;
+struct SingleForm : PowPolicy<float> {
+    static constexpr bool clean_mxcsr = true;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 1;
     static bool group_core(const float* a, const float* b, float* r) { return one_by_one<Self>(a, b, r); }

@@ -130,27 +130,18 @@ inline uint32_t abs_bits(float x) { return bits(x) & 0x7FFFFFFFu; }
 
 // Shared frame of the double kernels: 64-bit x87, clean MXCSR, groups of
 // four, no prefetch, events only from the scalar forms.
-struct DoubleTrig {
-    using T = double;
+struct DoubleTrig : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr bool clean_mxcsr = true;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0;
     static constexpr unsigned prefetch_arrays = 0;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
     static constexpr bool reset = true;
     static bool beyond(double x) { return abs_high(x) >= kBoundD; }
 };
 
 template <uint32_t Bound, uint16_t X87>
-struct SingleTrig {
-    using T = float;
+struct SingleTrig : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = X87;
     static constexpr bool clean_mxcsr = true;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
     static constexpr bool reset = false;
     static bool beyond(float x) { return abs_bits(x) > Bound; }
 };
