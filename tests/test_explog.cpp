@@ -14,11 +14,10 @@
 
 #include "frame/bits.h"
 #include "frame/fpu.h"
-#include "support/accuracy.h"
 #include "support/args.h"
 #include "support/events.h"
 #include "support/scale.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "vecmath/explog_tables.h"
 #include "xebruk/vm_explog.h"
 
@@ -306,7 +305,7 @@ TEST(LogSeams, PairWithOneBadElement) {
 // bound as the cubic: measured by calls of one element.
 TEST(LogSeams, SingleLogOneElementAccuracy) {
     std::mt19937_64 rng = xt::seeded(5);
-    for (float x : xt::sample_float(xt::kAllFloats, xt::scaled(20000), rng)) {
+    for (float x : xt::sample_float({FLT_TRUE_MIN, FLT_MAX, true}, xt::scaled(20000), rng)) {
         if (x <= 0) continue;
         EXPECT_LT(xt::ulp_error(eval1<float>(xebsLn_HA, x), logl(x)), 0.8) << x;
         EXPECT_LT(xt::ulp_error(eval1<float>(xebsLog10_HA, x), log10l(x)), 0.8) << x;

@@ -18,7 +18,7 @@
 #include "support/args.h"
 #include "support/events.h"
 #include "support/scale.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "vecmath/trig_tables.inc"
 #include "xebruk/vm_trig.h"
 
