@@ -55,9 +55,7 @@ static_assert(sizeof(NiederrState) + kStreamHeaderBytes == 43280, "Niederr strea
 
 }  // namespace
 
-const uint32_t kNiederrPolynomials[kNiederrMaxDimension] = {
 #include "rng/niederreiter_tables.inc"
-};
 
 void niederr_directions(uint32_t p, uint32_t* v) {
     const int e = degree(p);

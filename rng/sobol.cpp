@@ -55,9 +55,7 @@ static_assert(sizeof(SobolState) + kStreamHeaderBytes == 5472, "SOBOL streamSize
 
 }  // namespace
 
-const SobolPolynomial kSobolPolynomials[kSobolMaxDimension - 1] = {
 #include "rng/sobol_directions.inc"
-};
 
 }  // namespace xeb::rng
 

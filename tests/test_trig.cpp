@@ -19,7 +19,7 @@
 #include "support/events.h"
 #include "support/scale.h"
 #include "accuracy/ulp.h"
-#include "vecmath/trig_tables.inc"
+#include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
 namespace {

@@ -56,7 +56,7 @@ namespace {
 struct BandQuadratic {
     double a, b, c;  // (a*m + b)*m + c
 };
-#include "roots_tables.inc"
+#include "vecmath/roots_tables.inc"
 
 using frame::Arrays;
 
