@@ -1,7 +1,7 @@
 // Exponential and logarithms: tables and fits against independent values,
 // the failure tables with their events, the seams between paths, block-size
 // independence, control words and the callback.  Accuracy sweeps are rows
-// of the accuracy table; the printed tables are checked by their generator.
+// of the kernel catalogue; the printed tables are checked by their generator.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -197,7 +197,7 @@ TEST(ExpEvents, DoubleFailureTable) {
         {-double_from_bits(0x40862E4200000000), 0, 0, true},
     });
     // Every result in the band of denormals reports (its accuracy is a row
-    // of the accuracy table); a signalling NaN comes out quiet.
+    // of the kernel catalogue); a signalling NaN comes out quiet.
     xt::EventRecorder rec;
     std::mt19937_64 rng = xt::seeded(31);
     std::vector<double> a = xt::sample({708.4, 745.13, false}, xt::scaled(20000), rng);

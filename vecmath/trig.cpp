@@ -8,7 +8,7 @@
 // the x87 with fninit, leaving its control word at the default (64 bits,
 // nearest, all exceptions masked) for the rest of the call.
 //
-// Error budgets (the accuracy table enforces the totals):
+// Error budgets (the catalogue rows enforce the totals):
 //  double Sin, Cos (x87, 64-bit significand): pi in four parts, the first
 //   three short enough that m*part is exact for |x| < 128000 (|m| < 2^16);
 //   the last part's truncation costs m * 2^-124 <= 2^-108 absolute, against
