@@ -31,9 +31,9 @@ const Interval kPositiveFloats{FLT_TRUE_MIN, FLT_MAX, false};
 // Reciprocal and division.  Double: 64-bit intermediates and one rounding
 // at the store (bound 0.51 ulp, see vecmath/divide.cpp); single: correctly
 // rounded SSE division.
-void divide(std::vector<K>& rows) {
+std::vector<K> divide() {
     const Interval near_one{0.5, 2.0, true};
-    rows.insert(rows.end(), {
+    return {
         K("Inv", "HA", xebdInv_HA).ulp(0.51).on({kAllDoubles, near_one}),
         K("Inv", "50", xebdInv_50).forwards(xebdInv_HA),
         K("Inv", "HA", xebsInv_HA).ulp(0.5).on({kAllFloats}),
@@ -44,7 +44,7 @@ void divide(std::vector<K>& rows) {
         K("Div", "HA", xebsDiv_HA).ulp(0.5).on({kAllFloats}, {kAllFloats}),
         K("Div", "21", xebsDiv_21).forwards(xebsDiv_HA),
         K("Div", "11", xebsDiv_11).forwards(xebsDiv_HA),
-    });
+    };
 }
 
 // Exponential and logarithms (vecmath/exp.cpp, vecmath/log.cpp).  Exp:
@@ -53,7 +53,7 @@ void divide(std::vector<K>& rows) {
 // working range, the band near overflow and the denormal results.  Logs:
 // all positive numbers including denormals, and close to 1 on both sides,
 // where the result is smallest.
-void exp_log(std::vector<K>& rows) {
+std::vector<K> exp_log() {
     const std::vector<Interval> exp_d = {{kDoubleTrueMin, 745.2, true}, {0.5, 745.2, true},
                                          {700.0, 745.2, true}, {0x1p-30, 1.0, true}};
     const std::vector<Interval> exp_s = {{FLT_TRUE_MIN, 104.0f, true}, {0.5f, 104.0f, true},
@@ -62,7 +62,7 @@ void exp_log(std::vector<K>& rows) {
                                          {0.99, 1.01, false}, {0.998046875, 1.0, false}};
     const std::vector<Interval> log_s = {{FLT_TRUE_MIN, FLT_MAX, false}, {0.5f, 2.0f, false},
                                          {0.99f, 1.01f, false}};
-    rows.insert(rows.end(), {
+    return {
         K("Exp", "HA", xebdExp_HA).ulp(0.82).on(exp_d),
         K("Exp", "50", xebdExp_50).forwards(xebdExp_HA),
         K("Exp", "HA", xebsExp_HA).ulp(0.65).on(exp_s),
@@ -78,14 +78,14 @@ void exp_log(std::vector<K>& rows) {
         K("Log10", "HA", xebsLog10_HA).ulp(0.8).on(log_s),
         K("Log10", "21", xebsLog10_21).forwards(xebsLog10_HA),
         K("Log10", "11", xebsLog10_11).forwards(xebsLog10_HA),
-    });
+    };
 }
 
 // Power (vecmath/power.cpp): bases over every positive binade against
 // exponents that keep x^y in range, bases near 1 (down to a few ulps from
 // it, where log2 x is carried mostly in its low part) against large
 // exponents, and pairs whose results fall across the denormal range.
-void power(std::vector<K>& rows) {
+std::vector<K> power() {
     const Interval half_to_two{0.5, 2.0, false};
     const std::vector<Interval> d_a{kPositiveDoubles, half_to_two, {1.0 - 0x1p-20, 1.0 + 0x1p-20, false},
                                     {kDoubleTrueMin, 0x1p-1000, false}, {1.0 - 0x1p-40, 1.0 + 0x1p-40, false}};
@@ -95,7 +95,7 @@ void power(std::vector<K>& rows) {
     const std::vector<Interval> s_b{{0x1p-12, 1.0, true}, {1.0, 149.0, true}, {1e3, 1e9, true}};
     const std::vector<double> d_scalars{-1074.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 700.125};
     const std::vector<double> s_scalars{-149.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 90.125};
-    rows.insert(rows.end(), {
+    return {
         K("Pow", "HA", xebdPow_HA).ulp(0.52).on(d_a, d_b),
         K("Pow", "50", xebdPow_50).ulp(4.0).on(d_a, d_b),
         K("Pow", "HA", xebsPow_HA).ulp(0.51).on(s_a, s_b),
@@ -106,19 +106,19 @@ void power(std::vector<K>& rows) {
         K("Powx", "HA", xebsPowx_HA).ulp(0.51).on({kPositiveFloats, half_to_two}).with_scalars(s_scalars),
         K("Powx", "21", xebsPowx_21).forwards(xebsPowx_HA),
         K("Powx", "11", xebsPowx_11).forwards(xebsPowx_HA),
-    });
+    };
 }
 
 // Square and cube roots and their reciprocals (vecmath/roots.cpp), over
 // every positive binade (and the negative ones for the cube roots),
 // denormals included.
-void roots(std::vector<K>& rows) {
+std::vector<K> roots() {
     const Interval denormal_d{kDoubleTrueMin, DBL_MIN, true}, denormal_s{FLT_TRUE_MIN, FLT_MIN, true};
     const std::vector<Interval> d_pos{kPositiveDoubles, denormal_d, {1.0, 4.0, false}};
     const std::vector<Interval> s_pos{kPositiveFloats, denormal_s, {1.0, 4.0, false}};
     const std::vector<Interval> d_all{kAllDoubles, denormal_d, {1.0, 8.0, true}};
     const std::vector<Interval> s_all{kAllFloats, denormal_s, {1.0, 8.0, true}};
-    rows.insert(rows.end(), {
+    return {
         K("Sqrt", "HA", xebdSqrt_HA).ulp(0.51).on(d_pos),
         K("Sqrt", "50", xebdSqrt_50).forwards(xebdSqrt_HA),
         K("Sqrt", "HA", xebsSqrt_HA).ulp(0.55).on(s_pos),
@@ -139,18 +139,18 @@ void roots(std::vector<K>& rows) {
         K("InvCbrt", "HA", xebsInvCbrt_HA).ulp(0.9).on(s_all),
         K("InvCbrt", "21", xebsInvCbrt_21).forwards(xebsInvCbrt_HA),
         K("InvCbrt", "11", xebsInvCbrt_11).forwards(xebsInvCbrt_HA),
-    });
+    };
 }
 
 // Sine, cosine, sine-cosine and tangent (vecmath/trig.cpp): all finite
 // magnitudes (most of them beyond the kernels' bounds, on the scalar
 // forms), the fast range and a few periods.
-void trig(std::vector<K>& rows) {
+std::vector<K> trig() {
     const Interval periods{0.25, 64.0, true};
     const std::vector<Interval> d{kAllDoubles, {0x1p-30, 127999.0, true}, periods};
     const Interval fast_10048{0x1p-30, 10048.0, true}, fast_128k{0x1p-30, 128000.0, true};
     const Interval fast_500k{0x1p-30, 500000.0, true}, fast_1m{0x1p-30, 1000000.0, true};
-    rows.insert(rows.end(), {
+    return {
         K("Sin", "HA", xebdSin_HA).ulp(0.7).on(d),
         K("Sin", "50", xebdSin_50).forwards(xebdSin_HA),
         K("Cos", "HA", xebdCos_HA).ulp(0.7).on(d),
@@ -171,7 +171,7 @@ void trig(std::vector<K>& rows) {
         K("Tan", "HA", xebsTan_HA).ulp(1).on({kAllFloats, fast_128k, periods}),
         K("Tan", "21", xebsTan_21).ulp(4).on({kAllFloats, fast_500k, periods}),
         K("Tan", "11", xebsTan_11).forwards(xebsTan_21),
-    });
+    };
 }
 
 // A malformed row is a mistake in this file: say which and stop.
@@ -182,7 +182,10 @@ void trig(std::vector<K>& rows) {
 
 std::vector<VectorKernel> build() {
     std::vector<VectorKernel> rows;
-    for (auto family : {divide, exp_log, power, roots, trig}) family(rows);
+    for (auto family : {divide, exp_log, power, roots, trig}) {
+        const std::vector<VectorKernel> family_rows = family();
+        rows.insert(rows.end(), family_rows.begin(), family_rows.end());
+    }
     std::sort(rows.begin(), rows.end(),
               [](const VectorKernel& x, const VectorKernel& y) { return x.name < y.name; });
     for (std::size_t i = 0; i + 1 < rows.size(); ++i)
