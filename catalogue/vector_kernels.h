@@ -87,23 +87,10 @@ struct VectorKernel {
         }
     }
 
-    // Row builders: the function's type sets precision and shape.
-    template <class T>
-    VectorKernel(const char* family, const char* form, OneInputFn<T> f)
-        : VectorKernel(family, form, sizeof(T) == 8 ? 'd' : 's', Shape::OneInput,
-                       reinterpret_cast<void (*)()>(f)) {}
-    template <class T>
-    VectorKernel(const char* family, const char* form, TwoInputsFn<T> f)
-        : VectorKernel(family, form, sizeof(T) == 8 ? 'd' : 's', Shape::TwoInputs,
-                       reinterpret_cast<void (*)()>(f)) {}
-    template <class T>
-    VectorKernel(const char* family, const char* form, ScalarArgumentFn<T> f)
-        : VectorKernel(family, form, sizeof(T) == 8 ? 'd' : 's', Shape::ScalarArgument,
-                       reinterpret_cast<void (*)()>(f)) {}
-    template <class T>
-    VectorKernel(const char* family, const char* form, TwoOutputsFn<T> f)
-        : VectorKernel(family, form, sizeof(T) == 8 ? 'd' : 's', Shape::TwoOutputs,
-                       reinterpret_cast<void (*)()>(f)) {}
+    // Row builder: the function's type sets precision and shape.
+    template <class F>
+    VectorKernel(const char* family, const char* form, F* f)
+        : VectorKernel(family, form, precision_of(f), shape_of(f), reinterpret_cast<void (*)()>(f)) {}
 
     // Either the kernel forwarded to (of the same type) ...
     template <class F>
@@ -129,6 +116,18 @@ struct VectorKernel {
 
 private:
     VectorKernel(const char* family, const char* form, char precision, Shape shape, void (*f)());
+    template <class T, class... Rest>
+    static char precision_of(void (*)(int, const T*, Rest...)) {
+        return sizeof(T) == sizeof(double) ? 'd' : 's';
+    }
+    template <class T>
+    static Shape shape_of(OneInputFn<T>) { return Shape::OneInput; }
+    template <class T>
+    static Shape shape_of(TwoInputsFn<T>) { return Shape::TwoInputs; }
+    template <class T>
+    static Shape shape_of(ScalarArgumentFn<T>) { return Shape::ScalarArgument; }
+    template <class T>
+    static Shape shape_of(TwoOutputsFn<T>) { return Shape::TwoOutputs; }
 };
 
 // Every row, sorted by export name.  Forwarding rows are resolved: the
