@@ -52,7 +52,6 @@
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
-#include "laws/log_factorial.h"
 #include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
@@ -64,6 +63,8 @@
 
 namespace xeb::laws {
 namespace {
+
+#include "laws/log_factorial_table.inc"
 
 constexpr int32_t kRejectionFrom = 40;  // M - lo from which H2PE is used
 constexpr int kTableTerms = 64;         // cumulative probabilities of 0..63

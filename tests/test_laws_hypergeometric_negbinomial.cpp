@@ -21,9 +21,6 @@
 #include <utility>
 #include <vector>
 
-#include <mpfr.h>
-
-#include "laws/log_factorial.h"
 #include "support/chi_square.h"
 #include "support/control_words.h"
 #include "support/law_draws.h"
@@ -260,22 +257,6 @@ TEST(HypergeometricNegbinomial, SetUpTablesAndWalksMatchTheExactMass) {
         ASSERT_EQ(law.call(h.get(), static_cast<int32_t>(r.size()), r.data()), RUK_OK);
         EXPECT_EQ(r, targets) << law.name;
     }
-}
-
-TEST(Hypergeometric, LogFactorialTableIsCorrectlyRounded) {
-    mpfr_t x;
-    mpfr_init2(x, 256);
-    for (int i = 0; i < xeb::laws::kLnFactorialTerms; ++i) {
-        mpfr_set_si(x, i + 1, MPFR_RNDN);
-        mpfr_lngamma(x, x, MPFR_RNDN);
-        EXPECT_EQ(xeb::laws::kLnFactorial[i], mpfr_get_d(x, MPFR_RNDN)) << i;
-    }
-    mpfr_const_pi(x, MPFR_RNDN);
-    mpfr_mul_2ui(x, x, 1, MPFR_RNDN);
-    mpfr_log(x, x, MPFR_RNDN);  // ln(2 pi) = 2 ln sqrt(2 pi)
-    EXPECT_EQ(xeb::laws::kLnSqrt2Pi, std::ldexp(mpfr_get_d(x, MPFR_RNDN), -1));
-    EXPECT_EQ(xeb::laws::kFourLnSqrt2Pi, std::ldexp(mpfr_get_d(x, MPFR_RNDN), 1));
-    mpfr_clear(x);
 }
 
 // Features of the acceptance regions that are part of the methods, reached
