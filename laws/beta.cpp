@@ -37,10 +37,11 @@
 // whole block through the vector kernels, rejected trials included: the
 // logarithms and exponentials at high accuracy, the per-trial power of the
 // switching proposal at low accuracy (it only shapes the proposal).  What
-// is left of a block when the results are complete is dropped.  The double
-// form keeps intermediate values in the 64-bit significand and rounds
-// constants and the kernels' arguments to double; the single form rounds
-// every operation to single.
+// is left of a block when the results are complete is dropped.  The
+// arithmetic between the kernels is that of the element type, each
+// operation rounded (SSE double or single; the x87's 64-bit significand,
+// with its unpipelined division and 10-byte loads and stores, made the
+// double form a third slower), and the final pass is the laws' affine pass.
 //
 // Error: the values are exact functions of the uniforms up to the kernels'
 // errors (below 1 ulp each, the low-accuracy power below 4), a few ulp of
@@ -100,39 +101,38 @@ struct BetaConstants<float> {
 template <class T>
 struct BetaLaw {
     using P = Precision<T>;
-    using W = typename P::Work;
     using C = BetaConstants<T>;
 
     struct Scratch {
         T u[kBlock];               // the block's draws, then the kernels' work
         T x[kTrials], y[kTrials], z[kTrials];
-        W w[kTrials], f[kTrials];  // Cheng's w and 1 / (w + q); the switching test's factor
+        T w[kTrials], f[kTrials];  // Cheng's w and 1 / (w + q); the switching test's factor
     };
 
-    static bool nan(W v) { return v != v; }
+    static bool nan(T v) { return v != v; }
 
     // Johnk: X, Y are the draws' logarithms scaled by 1/p, 1/q, exponentiated.
     struct Johnk {
         T inv_p, inv_q;
         bool wide_enough;
         static Johnk set_up(T p, T q) {
-            return {T(W(1) / p), T(W(1) / q), W(p) + q >= C::kJohnkFloor};
+            return {1 / p, 1 / q, p + q >= C::kJohnkFloor};
         }
         bool usable() const { return wide_enough && !nan(inv_p) && !nan(inv_q); }
         void prepare(int32_t m, Scratch& s) const {
             P::ln(2 * m, s.u);
             for (int32_t i = 0; i < m; ++i) {
-                s.u[2 * i] = mul(s.u[2 * i], inv_p);
-                s.u[2 * i + 1] = mul(s.u[2 * i + 1], inv_q);
+                s.u[2 * i] *= inv_p;
+                s.u[2 * i + 1] *= inv_q;
             }
             for (int32_t i = 0; i < 2 * m; ++i)
                 if (s.u[i] < C::kExpZero) s.u[i] = -std::numeric_limits<T>::infinity();
             P::exp(2 * m, s.u);
         }
         bool accept(int32_t i, const Scratch& s, T& out) const {
-            const W x = s.u[2 * i], sum = x + s.u[2 * i + 1];
+            const T x = s.u[2 * i], sum = x + s.u[2 * i + 1];
             if (!(sum > 0 && sum <= 1)) return false;
-            out = T(x / sum);
+            out = x / sum;
             return true;
         }
     };
@@ -145,23 +145,22 @@ struct BetaLaw {
 
         // Both shapes below 1: left_scale = 1 / (1 - t).
         static Switching both_below(T p, T q) {
-            T s[2] = {T(W(p) * (1 - W(p))), T(W(q) * (1 - W(q)))};
+            T s[2] = {p * (1 - p), q * (1 - q)};
             P::sqrt(2, s);
-            const W t = W(s[0]) / (W(s[0]) + s[1]);
-            const W rr = W(q) * t / ((1 - t) * p + W(q) * t);
-            return finish(p, q, t, rr, T(W(1) / (1 - t)));
+            const T t = s[0] / (s[0] + s[1]);
+            const T rr = q * t / ((1 - t) * p + q * t);
+            return finish(p, q, t, rr, 1 / (1 - t));
         }
         // p < 1 < q: the left test has no 1 / (1 - t).
         static Switching one_above(T p, T q) {
-            const W t = (1 - W(p)) / ((1 - W(p)) + q);
-            T power = T(1 - t);
+            const T t = (1 - p) / ((1 - p) + q);
+            T power = 1 - t;
             P::powx(1, &power, q);  // (1 - t)^q
-            const W rr = W(q) * t / (W(p) * power + W(q) * t);
+            const T rr = q * t / (p * power + q * t);
             return finish(p, q, t, rr, T(1));
         }
-        static Switching finish(T p, T q, W t, W rr, T left_scale) {
-            return {T(rr),        T(1 / rr),   T(1 / (1 - rr)), T(t),       T(1 - t),    T(W(1) / p),
-                    T(W(1) / q), T(1 / t),    left_scale,      T(1 - W(p)), T(1 - W(q))};
+        static Switching finish(T p, T q, T t, T rr, T left_scale) {
+            return {rr, 1 / rr, 1 / (1 - rr), t, 1 - t, 1 / p, 1 / q, 1 / t, left_scale, 1 - p, 1 - q};
         }
         bool usable() const {
             for (T c : {rr, t, one_minus_t, inv_p, inv_q, inv_t, left_scale, one_minus_p, one_minus_q})
@@ -181,21 +180,21 @@ struct BetaLaw {
             T* power = s.u + m;
             for (int32_t i = 0; i < m; ++i) {
                 const bool left = s.x[i] <= rr;
-                s.z[i] = left ? T(W(s.x[i]) * inv_rr) : T((1 - W(s.x[i])) * inv_1mrr);
+                s.z[i] = left ? s.x[i] * inv_rr : (1 - s.x[i]) * inv_1mrr;
                 exponent[i] = left ? inv_p : inv_q;
                 s.f[i] = left ? one_minus_q : one_minus_p;
             }
             P::pow_low(m, s.z, exponent, power);
             for (int32_t i = 0; i < m; ++i) {
                 const bool left = s.x[i] <= rr;
-                const T x = left ? T(W(t) * power[i]) : T(1 - W(one_minus_t) * power[i]);
-                s.z[i] = left ? T((1 - W(x)) * left_scale) : T(W(x) * inv_t);
+                const T x = left ? t * power[i] : 1 - one_minus_t * power[i];
+                s.z[i] = left ? (1 - x) * left_scale : x * inv_t;
                 s.x[i] = x;
             }
             P::ln(m, s.z);
         }
         bool accept(int32_t i, const Scratch& s, T& out) const {
-            if (!(W(s.z[i]) * s.f[i] + s.y[i] <= 0)) return false;
+            if (!(s.z[i] * s.f[i] + s.y[i] <= 0)) return false;
             out = s.x[i];
             return true;
         }
@@ -204,30 +203,30 @@ struct BetaLaw {
     struct ChengBB {
         T p, q, al, be, ga;
         static ChengBB set_up(T p, T q) {
-            const W al = W(p) + q;
-            T be = T((al - 2) / (2 * W(p) * q - al));
+            const T al = p + q;
+            T be = (al - 2) / (2 * p * q - al);
             P::sqrt(1, &be);
-            return {p, q, T(al), be, T(p + 1 / W(be))};
+            return {p, q, al, be, p + 1 / be};
         }
         bool usable() const { return !nan(al) && !nan(be) && !nan(ga); }
         // x = v, y = e^v; w and f; u[2i] = ln(al f), u[2i+1] = ln(U1^2 U2).
         void prepare(int32_t m, Scratch& s) const {
-            for (int32_t i = 0; i < m; ++i) s.x[i] = T(W(s.u[2 * i]) / (1 - W(s.u[2 * i])));
+            for (int32_t i = 0; i < m; ++i) s.x[i] = s.u[2 * i] / (1 - s.u[2 * i]);
             P::ln(m, s.x);
-            for (int32_t i = 0; i < m; ++i) s.y[i] = s.x[i] = mul(s.x[i], be);
+            for (int32_t i = 0; i < m; ++i) s.y[i] = s.x[i] *= be;
             P::exp(m, s.y);
             for (int32_t i = 0; i < m; ++i) {
-                s.w[i] = W(p) * s.y[i];
+                s.w[i] = p * s.y[i];
                 s.f[i] = 1 / (s.w[i] + q);
-                const W u1 = s.u[2 * i], u2 = s.u[2 * i + 1];
-                s.u[2 * i] = T(al * s.f[i]);
-                s.u[2 * i + 1] = T(u1 * u1 * u2);
+                const T u1 = s.u[2 * i], u2 = s.u[2 * i + 1];
+                s.u[2 * i] = al * s.f[i];
+                s.u[2 * i + 1] = u1 * u1 * u2;
             }
             P::ln(2 * m, s.u);
         }
         bool accept(int32_t i, const Scratch& s, T& out) const {
-            if (!(W(al) * s.u[2 * i] - C::kLn4 + W(ga) * s.x[i] >= s.u[2 * i + 1])) return false;
-            out = T(s.w[i] * s.f[i]);
+            if (!(al * s.u[2 * i] - C::kLn4 + ga * s.x[i] >= s.u[2 * i + 1])) return false;
+            out = s.w[i] * s.f[i];
             return true;
         }
     };
@@ -266,7 +265,7 @@ struct BetaLaw {
 
     static int32_t draw(RukStream* stream, int32_t n, T* r, T p, T q, T a, T beta) {
         if (p <= 0 || q <= 0) return RUK_ERROR_BAD_ARGUMENT;  // NaN passes
-        const W k = C::kK2 * W(p) * p - C::kK0;
+        const T k = C::kK2 * p * p - C::kK0;
         bool flip = false;
         int32_t status;
         if (p < 1 && q < 1 && k + q <= 0) {
@@ -281,16 +280,16 @@ struct BetaLaw {
         } else if (p > 1 && q > 1) {
             status = run(stream, n, r, ChengBB::set_up(p, q));
         } else if (p == 1) {
-            status = power_row(stream, n, r, T(W(1) / q));
+            status = power_row(stream, n, r, 1 / q);
             flip = true;
         } else if (q == 1) {
-            status = power_row(stream, n, r, T(W(1) / p));
+            status = power_row(stream, n, r, 1 / p);
         } else {
-            return P::uniform(stream, n, r, a, T(a + beta));
+            return P::uniform(stream, n, r, a, a + beta);
         }
         if (status < 0) return status;
         if (flip)
-            for (int32_t i = 0; i < n; ++i) r[i] = T((1 - W(r[i])) * beta + a);
+            for (int32_t i = 0; i < n; ++i) r[i] = (1 - r[i]) * beta + a;
         else
             affine(n, r, beta, a);
         return status;
