@@ -77,11 +77,13 @@ XEBRUK_API int32_t ruksRngLognormal(int32_t method, RukStream *stream, int32_t n
  * x^(p-1) (1-x)^(q-1) / B(p, q).  The shapes pick the generator: Johnk's
  * or a switching rejection (Atkinson and Whittaker) when one is below 1,
  * Cheng's BB when both are above 1, a power of one uniform when one is 1.
- * A shape of 0 or below: RUK_ERROR_BAD_ARGUMENT, nothing drawn or written;
- * a NaN shape draws uniforms on the interval from a to a + beta.  A
- * million rejected trials in a row (shapes whose powers underflow, a
- * stream that is not uniform) also give RUK_ERROR_BAD_ARGUMENT, with the
- * results made so far in r.  method is ignored. */
+ * A shape of 0 or below, or both shapes so small that Johnk's powers
+ * underflow in 99% of trials (p + q below 1.5e-5 in double, 1e-4 in
+ * single): RUK_ERROR_BAD_ARGUMENT, nothing drawn or written.  A NaN shape
+ * draws uniforms on the interval from a to a + beta.  10,000 rejected
+ * trials in a row (a stream that is not uniform) also give
+ * RUK_ERROR_BAD_ARGUMENT, with the results made so far in r.  method is
+ * ignored. */
 XEBRUK_API int32_t rukdRngBeta(int32_t method, RukStream *stream, int32_t n, double *r, double p,
                                double q, double a, double beta);
 XEBRUK_API int32_t ruksRngBeta(int32_t method, RukStream *stream, int32_t n, float *r, float p,
