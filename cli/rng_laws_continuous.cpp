@@ -1,10 +1,21 @@
 // The continuous laws offered by `xebruk rng`.
-#include "rng_choices.h"
+#include <cmath>
 
+#include "rng_choices.h"
 #include "xebruk/rng_continuous.h"
 
 namespace cli {
 namespace {
+
+// Gamma's shape and scale must be positive and, like the shift, finite in
+// the precision drawn; otherwise RUK_ERROR_BAD_ARGUMENT, nothing drawn.
+template <class T, int32_t (*F)(int32_t, RukStream*, int32_t, T*, T, T, T)>
+int32_t gamma(int32_t m, RukStream* s, int32_t n, T* r, const double* p) {
+    const T alpha = static_cast<T>(p[0]), a = static_cast<T>(p[1]), beta = static_cast<T>(p[2]);
+    if (!(alpha > 0 && beta > 0 && std::isfinite(alpha) && std::isfinite(a) && std::isfinite(beta)))
+        return RUK_ERROR_BAD_ARGUMENT;
+    return F(m, s, n, r, alpha, a, beta);
+}
 
 const RngRegistration continuous_laws(std::vector<LawChoice>{
     {"uniform", {"a", "b"}, {0.0, 1.0}, "uniform on the interval from a to b",
@@ -26,6 +37,8 @@ const RngRegistration continuous_laws(std::vector<LawChoice>{
     {"lognormal", {"a", "sigma", "b", "beta"}, {0.0, 1.0, 0.0, 1.0},
      "b + beta exp(Gaussian(a, sigma))", law4<double, rukdRngLognormal>,
      law4<float, ruksRngLognormal>},
+    {"gamma", {"alpha", "a", "beta"}, {1.0, 0.0, 1.0}, "a + beta G, G of density x^(alpha-1) e^-x / Gamma(alpha)",
+     gamma<double, rukdRngGamma>, gamma<float, ruksRngGamma>},
 });
 
 }  // namespace

@@ -24,7 +24,7 @@
 #include "support/chi_square.h"
 #include "support/events.h"
 #include "support/scale.h"
-#include "support/streams.h"
+#include "support/script_stream.h"
 #include "xebruk/xebruk.h"
 
 namespace {
@@ -49,32 +49,13 @@ Ints draw(int32_t id, uint32_t seed, std::size_t n, int32_t (*law)(int32_t, RukS
     return r;
 }
 
-// A generator that hands out given numbers as they stand (whatever the
-// interval), records the count of every call and answers given statuses.
-struct Script {
-    std::vector<double> values;  // used cyclically
-    std::vector<int32_t> statuses, calls;
-    std::size_t next = 0;
-} script;
+// The scripted generator of tests/support, handing out its numbers as
+// they stand (whatever the interval).
+using xt::script;
 void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
-    script = Script{std::move(values), std::move(statuses), {}, 0};
+    xt::reset_script(std::move(values), std::move(statuses), true);
 }
-template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T, T) {
-    const std::size_t call = script.calls.size();
-    script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i) r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
-    return call < script.statuses.size() ? script.statuses[call] : RUK_OK;
-}
-int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
-int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
-void new_script_stream(StreamHandle& h) {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
-        return rukRegisterBrng(&row);
-    }();
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
-}
+void new_script_stream(StreamHandle& h) { ASSERT_EQ(xt::open_script_stream(h), RUK_OK); }
 
 // Fails with the law's name unless the sample passes.
 void expect_passes(const xt::ChiSquare& res, const std::string& what) {
