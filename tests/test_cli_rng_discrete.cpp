@@ -60,6 +60,14 @@ TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
     ASSERT_EQ(npy.out.size(), 10 + header + 4 * want.size());
     EXPECT_EQ(std::memcmp(npy.out.data() + 10 + header, want.data(), 4 * want.size()), 0);
 
+    // Method 1 of Poisson, through --method.
+    xt::StreamHandle p;
+    std::vector<int32_t> counts(3);
+    ASSERT_EQ(rukNewStreamEx(p.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+    ASSERT_EQ(rukiRngPoisson(1, p.get(), 3, counts.data(), 40.0), RUK_OK);
+    EXPECT_EQ(xebruk_rng("--gen mt19937 --seed 77 --law poisson --params 40 --method 1 --n 3 --quiet").out,
+              std::to_string(counts[0]) + "\n" + std::to_string(counts[1]) + "\n" + std::to_string(counts[2]) + "\n");
+
     // The generator's words, read as signed integers.
     EXPECT_EQ(xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet").out, "1\n1132489760\n826537482\n");
 }
@@ -68,7 +76,10 @@ TEST(CliRngDiscrete, ParametersOutsideTheLawAreRefused) {
     for (const char* args : {"--law binomial --params 10,1.5", "--law binomial --params -1,0.5",
                              "--law binomial --params 2.5,0.5", "--law geometric --params -0.1",
                              "--law bernoulli --params 2", "--law uniform_int --params 5,5",
-                             "--law uniform_int --params 0,3e9"}) {
+                             "--law uniform_int --params 0,3e9", "--law poisson --params -1",
+                             "--law poisson --params inf --method 1", "--law poisson --params 3e9",
+                             "--law poissonv --params nan", "--law gamma --params 0,0,1", "--law gamma --params 2,0,-1",
+                             "--law gamma --params 1e39,0,1 --precision single"}) {
         const Outcome r = xebruk_rng(std::string(args) + " --n 3");
         EXPECT_EQ(r.exit_code, 1) << args;
         EXPECT_NE(r.err.find("status -3"), std::string::npos) << args << ": " << r.err;

@@ -77,4 +77,10 @@ long double geometric_pmf(long double p, int64_t k) {
     return p * std::exp(static_cast<long double>(k) * std::log1p(-p));
 }
 
+long double poisson_pmf(long double mean, int64_t k) {
+    if (k < 0) return 0;
+    if (mean == 0) return k == 0 ? 1 : 0;
+    return std::exp(static_cast<long double>(k) * std::log(mean) - mean - std::lgamma(static_cast<long double>(k) + 1));
+}
+
 }  // namespace xt

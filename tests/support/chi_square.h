@@ -31,5 +31,6 @@ ChiSquare chi_square(const std::vector<int32_t>& sample, int64_t lo, int64_t hi,
 // Probability mass functions evaluated in long double.
 long double binomial_pmf(int64_t trials, long double p, int64_t k);
 long double geometric_pmf(long double p, int64_t k);  // failures before the first success
+long double poisson_pmf(long double mean, int64_t k);
 
 }  // namespace xt
