@@ -1,8 +1,8 @@
 // A law's set-up kept on a stream as a chunk: found by its identifier, or
 // made on first use and handed to the stream, which frees it when it is
-// deleted.  A fresh record is a copy of the law's empty record, or zeros
-// throughout when it gives none (so that a key that happens to match a
-// fresh record reads a defined table).
+// deleted.  A fresh record has a key of zeros (and, here, zeros throughout,
+// so that a key that happens to match a fresh record reads a defined
+// table).
 //
 // A chunk of the identifier but too few bytes for the record (a stream file
 // may bring any size) is passed over: a new record is added, and being the
@@ -11,7 +11,6 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <type_traits>
 
 #include "rng/stream.h"
@@ -19,21 +18,25 @@
 namespace xeb::laws {
 
 // The record of identifier id on stream, or null with *status set to
-// RUK_ERROR_NO_MEMORY (no block, or no chunk node for it).
+// RUK_ERROR_NO_MEMORY (no block, or no chunk node for it).  *made, when
+// given, tells whether the record was made by this call.
 template <class Cache>
-Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status, const Cache* fresh = nullptr) {
+Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status, bool* made = nullptr) {
     static_assert(std::is_trivially_copyable_v<Cache>, "a chunk is saved to files as bytes");
     for (RukStreamChunk* node = rng::chunk_head(stream); node; node = node->next)
         if (node->id == id) {
-            if (node->size >= sizeof(Cache) && node->data) return static_cast<Cache*>(node->data);
+            if (node->size >= sizeof(Cache) && node->data) {
+                if (made) *made = false;
+                return static_cast<Cache*>(node->data);
+            }
             break;
         }
+    if (made) *made = true;
     void* block = std::calloc(1, sizeof(Cache));
     if (!block) {
         *status = RUK_ERROR_NO_MEMORY;
         return nullptr;
     }
-    if (fresh) std::memcpy(block, fresh, sizeof(Cache));
     const int32_t added = rukAddChunk(stream, id, block, static_cast<uint32_t>(sizeof(Cache)));
     if (added < 0) {
         std::free(block);
@@ -42,10 +45,5 @@ Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status, const Cache*
     }
     return static_cast<Cache*>(block);
 }
-
-// Checks of records a stream file brings: whether data of size bytes under
-// a chunk identifier is a record the law could have written.
-bool gamma_leftover_is_valid(int32_t id, const void* data, uint32_t size);  // chunks 7 and 8
-bool poisson_cache_is_valid(const void* data, uint32_t size);               // chunk 3
 
 }  // namespace xeb::laws

@@ -23,7 +23,7 @@
 // Above 1 a block holds an even number of candidates (the normals come in
 // pairs); a candidate not tried when the call has its results is kept on
 // the stream (chunk 7 in double, 8 in single: the acceptance uniform, then
-// the normal; a uniform of -1 when empty) and tried first by the next call
+// the normal; both -1 when empty) and tried first by the next call
 // of any shape above 1, so that calls of any split give the sequence of
 // one call.  The other shapes use every candidate they draw and keep
 // nothing.  Double forms compute in double, single forms in single.
@@ -42,16 +42,16 @@
 // Arguments.  A negative or NaN alpha or beta is refused before anything
 // is drawn or written.  alpha = 0 takes the small shape and gives G = 0.
 // A count below 1 returns 0 and leaves the stream and its record as they
-// are.  A run of 2^20 rejections (see guards.h) returns
+// are.  A run of 10,000 rejections (see guards.h) returns
 // RUK_ERROR_BAD_ARGUMENT; results made before it stay in r, unscaled.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 #include "laws/chunk_cache.h"
 #include "laws/continuous.h"
 #include "laws/guards.h"
+#include "rng/load_checks.h"
 
 namespace xeb::laws {
 namespace {
@@ -161,15 +161,16 @@ struct Gamma {
         const T d = alpha - C::kThird;
         const T c = one(P::sqrt, T(1) / (T(9) * alpha - T(3)));
         int32_t status = RUK_OK;
-        static constexpr Leftover<T> kEmpty{T(-1), T(-1)};
-        Leftover<T>* record = stream_cache(stream, C::kChunk, &status, &kEmpty);
+        bool made = false;
+        Leftover<T>* record = stream_cache<Leftover<T>>(stream, C::kChunk, &status, &made);
         if (!record) return status;
+        if (made) *record = {T(-1), T(-1)};
         Block s;
         int32_t carried = 0;
         if (record->u >= T(0)) {
             s.u[0] = record->u;
             s.z[0] = record->z;
-            record->u = T(-1);
+            *record = {T(-1), T(-1)};
             carried = 1;
         }
         RejectionRun run;
@@ -322,30 +323,29 @@ struct Gamma {
     }
 };
 
+// A loaded record: empty (-1 in both), or a uniform in [0, 1] with a
+// finite normal.
 template <class T>
-bool leftover_is_valid(const void* data, uint32_t size) {
-    if (size != sizeof(Leftover<T>)) return false;
-    Leftover<T> c;
-    std::memcpy(&c, data, sizeof c);
-    return c.u == T(-1) || (c.u >= T(0) && c.u <= T(1) && std::isfinite(c.z));
+bool valid_leftover(void* data) {
+    const auto* c = static_cast<const Leftover<T>*>(data);
+    const bool empty = c->u == T(-1) && c->z == T(-1);
+    return empty || (c->u >= T(0) && c->u <= T(1) && std::isfinite(c->z));
 }
+const rng::ChunkCheckRegistration kDoubleLeftoverCheck{RUK_CHUNK_GAMMA_DOUBLE_PAIR, sizeof(Leftover<double>),
+                                                       valid_leftover<double>};
+const rng::ChunkCheckRegistration kSingleLeftoverCheck{RUK_CHUNK_GAMMA_SINGLE_PAIR, sizeof(Leftover<float>),
+                                                       valid_leftover<float>};
 
 }  // namespace
-
-// Empty (a uniform of -1), or a uniform in [0, 1] with a finite normal.
-bool gamma_leftover_is_valid(int32_t id, const void* data, uint32_t size) {
-    return id == RUK_CHUNK_GAMMA_DOUBLE_PAIR ? leftover_is_valid<double>(data, size)
-           : id == RUK_CHUNK_GAMMA_SINGLE_PAIR ? leftover_is_valid<float>(data, size)
-                                               : false;
-}
-
 }  // namespace xeb::laws
 
 int32_t rukdRngGamma(int32_t, RukStream* stream, int32_t n, double* r, double alpha, double a,
                      double beta) {
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::Gamma<double>::draw(stream, n, r, alpha, a, beta);
 }
 int32_t ruksRngGamma(int32_t, RukStream* stream, int32_t n, float* r, float alpha, float a,
                      float beta) {
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::Gamma<float>::draw(stream, n, r, alpha, a, beta);
 }

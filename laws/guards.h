@@ -15,11 +15,11 @@ inline bool negative_or_nan(T x) {
 }
 
 // Candidates rejected one after another before a rejection sampler gives
-// up with RUK_ERROR_BAD_ARGUMENT.  Every sampler that uses it accepts a
-// candidate with probability above 0.5 for every argument it admits, so a
-// run of 2^20 rejections has probability below 2^-(2^20): it happens only
-// with a generator whose numbers are not uniform (a constant, a NaN) or a
-// set-up record that a stream file has corrupted.
-constexpr int64_t kRejectionsInARow = int64_t{1} << 20;
+// up with RUK_ERROR_BAD_ARGUMENT, as BTPE does.  Every sampler that uses it
+// accepts a candidate with probability above 0.5 for every argument it
+// admits, so a run of 10,000 rejections has probability below 2^-10000: it
+// happens only with a stream whose numbers are not uniform (a constant, a
+// NaN).
+constexpr int64_t kRejectionsInARow = 10000;
 
 }  // namespace xeb::laws

@@ -21,8 +21,9 @@
 // the table of mean 0 (every cumulative probability 1), so a mean of 0,
 // which equals the key of a fresh record, gives 0 for every uniform.
 //
-// Arithmetic is in double; the exponential, logarithms and root come from
-// the high-accuracy vector kernels on single elements (below 1 ulp each).
+// Arithmetic is in double, under the laws' fixed control words; the
+// exponential, logarithms and root come from the high-accuracy vector
+// kernels on single elements (below 1 ulp each).
 // The table's sums add the small terms first: cum[k] is within a few ulp
 // of P(X <= k).  The hat constants only shape the proposal.  The
 // acceptance tests compare W with f(K) / f(M) as a product of ratios
@@ -43,16 +44,19 @@
 // grows (a uniform in the rounding gap below 1, or a NaN) and returns the
 // count reached; the PTPE products stop at the first factor that takes F
 // below W (each factor is below 1 there, so the outcome is the same); a run
-// of 2^20 rejected trials (guards.h) returns RUK_ERROR_BAD_ARGUMENT.
+// of 10,000 rejected trials (guards.h) returns RUK_ERROR_BAD_ARGUMENT.  A
+// record a stream file brings must hold keys its halves take, and both
+// halves are built anew from them at load.
 #include "laws/poisson.h"
 
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/guards.h"
 #include "laws/truncate.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_roots.h"
@@ -276,9 +280,10 @@ int32_t sample_ptpe(RukStream* stream, int32_t n, int32_t* r, const PoissonPtpe&
 int32_t poisson_exact(RukStream* stream, int32_t n, int32_t* r, double lambda) {
     if (negative_or_nan(lambda) || lambda > RUK_POISSON_MAX_MEAN) return RUK_ERROR_BAD_ARGUMENT;
     int32_t status = RUK_OK;
-    static const PoissonCache kFresh = fresh_poisson_cache();
-    PoissonCache* cache = stream_cache(stream, RUK_CHUNK_POISSON, &status, &kFresh);
+    bool made = false;
+    PoissonCache* cache = stream_cache<PoissonCache>(stream, RUK_CHUNK_POISSON, &status, &made);
     if (!cache) return status;
+    if (made) *cache = fresh_poisson_cache();
     if (lambda < kLargeFrom) {
         if (cache->small.mean_small != lambda) build_poisson_table(cache->small, lambda);
         return sample_table(stream, n, r, cache->small, lambda);
@@ -287,29 +292,28 @@ int32_t poisson_exact(RukStream* stream, int32_t n, int32_t* r, double lambda) {
     return sample_ptpe(stream, n, r, cache->large, lambda);
 }
 
-// The record as a stream file may bring it: 672 bytes whose halves each
-// hold either no set-up (a key of 0; the table half then that of mean 0)
-// or the set-up of their key, as this library builds it (to 1e-12
-// relative, so that records built with any class of the vector kernels
-// pass).
-bool poisson_cache_is_valid(const void* data, uint32_t size) {
-    if (size != sizeof(PoissonCache)) return false;
-    PoissonCache c, want = fresh_poisson_cache();
-    std::memcpy(&c, data, sizeof c);
-    const auto close = [](const double* a, const double* b, int count) {
-        for (int i = 0; i < count; ++i)
-            if (!(std::fabs(a[i] - b[i]) <= 1e-12 * std::fabs(b[i]))) return false;
-        return true;
-    };
-    const double small = c.small.mean_small, large = c.large.mean_large;
+namespace {
+
+// A loaded chunk 3.  Each half's key must be one the law takes (the table's
+// from 0 up to 27, PTPE's from 27 to the largest mean, or 0 for none); both
+// halves are then built anew from their keys, so that nothing the law reads
+// later comes from the file.
+bool check_loaded_cache(void* data) {
+    const frame::StreamControlWords words;
+    auto& cache = *static_cast<PoissonCache*>(data);
+    const double small = cache.small.mean_small, large = cache.large.mean_large;
     if (!(small >= 0.0 && small < kLargeFrom)) return false;
-    if (small != 0.0) build_poisson_table(want.small, small);
-    if (!close(&c.small.mean_small, &want.small.mean_small, kPoissonTableDoubles)) return false;
-    if (large == 0.0) return true;
-    if (!(large >= kLargeFrom && large <= RUK_POISSON_MAX_MEAN)) return false;
-    build_poisson_ptpe(want.large, large);
-    return close(&c.large.mean_large, &want.large.mean_large, kPoissonPtpeDoubles);
+    if (!(large == 0.0 || (large >= kLargeFrom && large <= RUK_POISSON_MAX_MEAN))) return false;
+    const PoissonCache fresh = fresh_poisson_cache();
+    if (small == 0.0) cache.small = fresh.small;
+    else build_poisson_table(cache.small, small);
+    if (large == 0.0) cache.large = fresh.large;
+    else build_poisson_ptpe(cache.large, large);
+    return true;
 }
+const rng::ChunkCheckRegistration kLoadCheck{RUK_CHUNK_POISSON, sizeof(PoissonCache), check_loaded_cache};
+
+}  // namespace
 
 }  // namespace xeb::laws
 
@@ -318,5 +322,6 @@ int32_t rukiRngPoisson(int32_t method, RukStream* stream, int32_t n, int32_t* r,
     static constexpr Method kMethods[2] = {xeb::laws::poisson_exact, xeb::laws::poisson_gaussian_map};
     // An index outside the table is refused rather than followed.
     if (method < 0 || method > 1) return RUK_ERROR_UNKNOWN_METHOD;
+    const xeb::frame::StreamControlWords words;
     return kMethods[method](stream, n, r, lambda);
 }

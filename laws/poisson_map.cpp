@@ -40,9 +40,9 @@
 // defined count, infinities included.
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 #include "frame/bits.h"
+#include "frame/kernel_frame.h"
 #include "laws/guards.h"
 #include "laws/poisson.h"
 #include "laws/poisson_map_tables.inc"
@@ -212,6 +212,7 @@ using namespace xeb::laws;
 int32_t rukiRngPoissonV(int32_t, RukStream* stream, int32_t n, int32_t* r, const double* lambda) {
     for (int32_t i = 0; i < n; ++i)
         if (negative_or_nan(lambda[i])) return RUK_ERROR_BAD_ARGUMENT;
+    const xeb::frame::StreamControlWords words;
     const int32_t status = ruksRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, stream, n, reinterpret_cast<float*>(r), 0.0f, 1.0f);
     if (status < 0 || n < 1) return status;
     // The roots of a block of means in one call.
