@@ -289,7 +289,7 @@ TEST(Poisson, EachHalfOfTheSetUpIsBuiltOncePerMean) {
         ASSERT_EQ(rukCopyStream(&shared, h.get()), RUK_OK);
         ASSERT_EQ(rukCopyStreamState(shared, moved.get()), static_cast<int32_t>(RUK_BRNG_MT19937));
         ASSERT_EQ(rukiRngPoisson(0, shared, 900, got.data(), mean), RUK_OK);
-        std::free(shared);
+        rukDeleteStream(&shared);
         EXPECT_EQ(got, want) << mean;
         const bool large = mean > 27;
         const void* mine = large ? static_cast<const void*>(&c.large) : &c.small;
