@@ -55,6 +55,7 @@
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/guards.h"
+#include "laws/table_inversion.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
@@ -163,24 +164,6 @@ int32_t beyond_table(double u, const PoissonTable& t, double lambda) {
     }
 }
 
-int32_t sample_table(RukStream* stream, int32_t n, int32_t* r, const PoissonTable& t,
-                     double lambda) {
-    double u[kBuffer];
-    int32_t status = RUK_OK;
-    for (int32_t done = 0; done < n;) {
-        const int32_t count = n - done < kBuffer ? n - done : kBuffer;
-        status = rukdRngUniform(0, stream, count, u, 0.0, 1.0);
-        if (status < 0) return status;
-        for (int32_t i = 0; i < count; ++i) {
-            int32_t k = 0;
-            while (k < kPoissonTableTerms && !(u[i] < t.cum[k])) ++k;
-            r[done + i] = k < kPoissonTableTerms ? k : beyond_table(u[i], t, lambda);
-        }
-        done += count;
-    }
-    return status;
-}
-
 // ---------------------------------------------------------------------------
 // PTPE
 
@@ -286,7 +269,8 @@ int32_t poisson_exact(RukStream* stream, int32_t n, int32_t* r, double lambda) {
     if (made) *cache = fresh_poisson_cache();
     if (lambda < kLargeFrom) {
         if (cache->small.mean_small != lambda) build_poisson_table(cache->small, lambda);
-        return sample_table(stream, n, r, cache->small, lambda);
+        const PoissonTable& t = cache->small;
+        return sample_by_table(stream, n, r, t.cum, [&](double u) { return beyond_table(u, t, lambda); });
     }
     if (cache->large.mean_large != lambda) build_poisson_ptpe(cache->large, lambda);
     return sample_ptpe(stream, n, r, cache->large, lambda);
