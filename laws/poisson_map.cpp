@@ -45,7 +45,6 @@
 #include "frame/kernel_frame.h"
 #include "laws/guards.h"
 #include "laws/poisson.h"
-#include "laws/poisson_map_tables.inc"
 #include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/vm_roots.h"
@@ -53,8 +52,7 @@
 namespace xeb::laws {
 namespace {
 
-using poisson_tables::kMethod1Rows;
-using poisson_tables::kVectorRows;
+#include "laws/poisson_map_tables.inc"
 
 constexpr int kThresholds = 11;  // S(0) to S(10)
 constexpr double kTableFrom = 1.0, kAsymptoticFrom = 100.0;

@@ -354,12 +354,12 @@ void print_row(const double* c, int count) {
 
 void vector_table() {
     std::fprintf(out,
-                 "\n// rukiRngPoissonV from a mean of 1/16: row i for means [2^(i-4), 2^(i-3)), row 17\n"
+                 "// rukiRngPoissonV from a mean of 1/16: row i for means [2^(i-4), 2^(i-3)), row 17\n"
                  "// from 2^13 on.  x = l + 1 + c0 + c1 t + (sqrt(l) + c2 + c3 t) z (a + z (b + z (c +\n"
                  "// z d))), a to d cubics in t in c4..c7, c8..c11, c12..c15, c16..c19.  Each row's\n"
                  "// error is the largest total variation distance between the count it gives a\n"
                  "// standard Gaussian and Poisson(l) over its range (row 17: means 2^13 to 2^23).\n");
-    std::fprintf(out, "inline constexpr double kVectorRows[%d][%d] = {\n", kVectorRows, kVectorCoefficients);
+    std::fprintf(out, "constexpr double kVectorRows[%d][%d] = {\n", kVectorRows, kVectorCoefficients);
     for (int row = 0; row < kVectorRows; ++row) {
         const ld lo = std::ldexp(1.0L, row - 4), hi = std::ldexp(1.0L, row - 3);
         const FixedRow* fixed = nullptr;
@@ -392,7 +392,7 @@ void method1_table() {
                  "// the last serving to 100.  A = (r2 t + r1) t + r0, B = ((r6 t + r5) t + r4) t + r3,\n"
                  "// C from r7..r10, D from r11..r14, G from r15..r18 alike, H = t ((r22 t + r21) t +\n"
                  "// r20) + r19; x = A + 1 + B z (C + z (D + z (G + z H))).  Errors as above.\n");
-    std::fprintf(out, "inline constexpr double kMethod1Rows[%d][%d] = {\n", kMethod1Rows, kMethod1Coefficients);
+    std::fprintf(out, "constexpr double kMethod1Rows[%d][%d] = {\n", kMethod1Rows, kMethod1Coefficients);
     for (int row = 0; row < kMethod1Rows; ++row) {
         const ld lo = std::ldexp(1.0L, row), hi = row + 1 < kMethod1Rows ? 2 * lo : 100;
         const double* r = kMethod1[row];
@@ -408,10 +408,8 @@ void method1_table() {
 }
 
 void generate() {
-    std::fprintf(out, "#pragma once\n\nnamespace xeb::laws::poisson_tables {\n");
     vector_table();
     method1_table();
-    std::fprintf(out, "\n}  // namespace xeb::laws::poisson_tables\n");
 }
 
 }  // namespace
