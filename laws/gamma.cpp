@@ -26,7 +26,11 @@
 // the normal; both -1 when empty) and tried first by the next call
 // of any shape above 1, so that calls of any split give the sequence of
 // one call.  The other shapes use every candidate they draw and keep
-// nothing.  Double forms compute in double, single forms in single.
+// nothing; below 0.6 the trials of a block are split by branch, and each
+// branch's powers and logarithms come from one vector call over its list.
+// Double forms compute in double, single forms in single, under the laws'
+// fixed control words.  A record a stream file brings must be empty or
+// hold a uniform in [0, 1] and a finite normal.
 //
 // Error.  Accepted values are exact functions of the candidate: d v^3 (a
 // product of four roundings, within 3 ulp of d (1 + c z)^3 on the computed
