@@ -19,7 +19,7 @@
 #include <gsl/gsl_sf_gamma.h>
 
 #include "support/scale.h"
-#include "support/script_stream.h"
+#include "support/law_draws.h"
 #include "xebruk/xebruk.h"
 
 namespace {
@@ -27,9 +27,13 @@ namespace {
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
-using xt::reset_script;
+// The scripted generator of tests/support, its numbers taken as uniforms
+// on (0, 1) and scaled to the interval of each call.
+using xt::new_script_stream;
 using xt::script;
-void new_script_stream(StreamHandle& h) { ASSERT_EQ(xt::open_script_stream(h), RUK_OK); }
+void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
+    xt::reset_script(std::move(values), std::move(statuses), true);
+}
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
 

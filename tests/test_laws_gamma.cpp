@@ -12,18 +12,18 @@
 #include <string>
 #include <vector>
 
-#include "support/script_stream.h"
+#include "support/law_draws.h"
 #include "xebruk/xebruk.h"
 
 namespace {
 
+using xt::new_script_stream;
 using xt::reset_script;
 using xt::script;
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
-void new_script_stream(StreamHandle& h) { ASSERT_EQ(xt::open_script_stream(h), RUK_OK); }
 
 int32_t gamma(RukStream* s, int32_t n, double* r, double alpha, double a = 0, double beta = 1) {
     return rukdRngGamma(0, s, n, r, alpha, a, beta);
@@ -161,7 +161,7 @@ TEST(Gamma, StatusesAndTheFinalPass) {
     EXPECT_EQ(big[599], 9.0);
     // Shape 1 is the Exponential, which clamps at 0 in single alone: a
     // number above 1 gives a there and a - beta ln 1.5 in double.
-    reset_script({1.5, 0.25}, {}, true);
+    reset_script({1.5, 0.25});
     float f[2];
     double d[2];
     EXPECT_EQ(gamma(h.get(), 2, f, 1.0, 2, 3), RUK_OK);

@@ -17,21 +17,20 @@
 #include "laws/poisson.h"
 #include "support/chi_square.h"
 #include "support/control_words.h"
+#include "support/law_draws.h"
 #include "support/scale.h"
-#include "support/script_stream.h"
 #include "tools/count_distance.h"
 #include "xebruk/xebruk.h"
 
 namespace {
 
+using xt::Ints;
+using xt::new_script_stream;
+using xt::new_stream;
 using xt::reset_script;
 using xt::script;
 using xt::StreamHandle;
-using Ints = std::vector<int32_t>;
 using xeb::laws::PoissonCache;
-
-void new_stream(StreamHandle& h, int32_t id, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), id, 1, &seed), RUK_OK); }
-void new_script_stream(StreamHandle& h) { ASSERT_EQ(xt::open_script_stream(h), RUK_OK); }
 
 // n counts of one method on a fresh MT19937 stream.
 Ints draw(int32_t method, double mean, std::size_t n, uint32_t seed = 3, int32_t id = RUK_BRNG_MT19937) {
@@ -54,10 +53,9 @@ TEST(Poisson, ExactMethodFollowsTheLaw) {
         std::vector<long double> pmf;
         for (int64_t k = lo - 1; k <= hi + 1; ++k) pmf.push_back(xt::poisson_pmf(mean, k));
         for (int32_t id : {RUK_BRNG_MT19937, RUK_BRNG_MCG31M1}) {
-            const xt::ChiSquare res = xt::chi_square(draw(0, mean, n, ++seed, id), lo, hi,
-                                                     [&](int64_t k) { return pmf[static_cast<std::size_t>(k - lo + 1)]; });
-            EXPECT_TRUE(res.passes()) << "mean " << mean << " on " << id << ": chi2 " << res.statistic << " of "
-                                      << res.critical << ", " << res.outside << " outside";
+            xt::expect_passes(xt::chi_square(draw(0, mean, n, ++seed, id), lo, hi,
+                                             [&](int64_t k) { return pmf[static_cast<std::size_t>(k - lo + 1)]; }),
+                              "poisson " + std::to_string(mean) + " on " + std::to_string(id));
         }
     }
 }
@@ -245,7 +243,7 @@ TEST(Poisson, BadArgumentsAreRefusedAndNothingHangs) {
     // A uniform at or above the whole table's sum (1 within rounding, or a
     // NaN) ends the walk beyond it where the sum stops growing; PTPE
     // rejects NaNs, and gives up after 10,000 in a row.
-    reset_script({0x1.fffffffffffffp-1, nan}, {}, true);
+    reset_script({0x1.fffffffffffffp-1, nan});
     ASSERT_EQ(rukiRngPoisson(0, h.get(), 2, r.data(), 20.0), RUK_OK);
     EXPECT_GT(r[0], 40);
     EXPECT_LT(r[0], 200);

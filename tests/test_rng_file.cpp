@@ -277,6 +277,14 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
         {"Poisson table key NaN", with_chunk(RUK_CHUNK_POISSON, poisson_keys(0, std::nan("")), 672)},
         {"Poisson PTPE key 26", with_chunk(RUK_CHUNK_POISSON, poisson_keys(26, 0), 672)},
         {"Poisson PTPE key 3e9", with_chunk(RUK_CHUNK_POISSON, poisson_keys(3e9, 0), 672)},
+        {"Hypergeometric set-up of 24 bytes", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {1000, 400, 100}, 24)},
+        {"Hypergeometric key sample above lot", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {10, 5, 11}, 648)},
+        {"Hypergeometric key lot 2.5", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {2.5, 1, 1}, 648)},
+        {"fresh Hypergeometric key, table not", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {0, 0, 0, 1}, 648)},
+        {"Negbinomial key a = 0", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0.5}, 1304)},
+        {"Negbinomial key p = 1.5", with_chunk(RUK_CHUNK_NEGBINOMIAL, {3, 1.5}, 1304)},
+        {"Negbinomial key beyond 32 bits", with_chunk(RUK_CHUNK_NEGBINOMIAL, {1, 1e-10}, 1304)},
+        {"fresh Negbinomial key, table not", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0, 1e300}, 1304)},
     };
     for (const auto& c : cases) EXPECT_EQ(load_fails(c.file), RUK_ERROR_BAD_STREAM_FILE) << c.what;
 }
