@@ -43,7 +43,7 @@
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
-#include "laws/table_inversion.h"
+#include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
@@ -363,7 +363,7 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
     }
     if (N * pp < kRejectionFrom) {
         const InversionTable& t = cache->inv;
-        status = sample_by_table(stream, n, r, t.cum, [&](double u) { return beyond_table(u, t, trials); });
+        status = run_table<kBuffer>(stream, n, r, t.cum, kTableTerms, [&](double u) { return beyond_table(u, t, trials); });
     } else {
         if (!rejection_ends(cache->rej)) return RUK_ERROR_BAD_ARGUMENT;
         status = sample_rejection(stream, n, r, cache->rej, trials);

@@ -55,7 +55,7 @@
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/guards.h"
-#include "laws/table_inversion.h"
+#include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
@@ -270,7 +270,8 @@ int32_t poisson_exact(RukStream* stream, int32_t n, int32_t* r, double lambda) {
     if (lambda < kLargeFrom) {
         if (cache->small.mean_small != lambda) build_poisson_table(cache->small, lambda);
         const PoissonTable& t = cache->small;
-        return sample_by_table(stream, n, r, t.cum, [&](double u) { return beyond_table(u, t, lambda); });
+        return run_table<kBuffer>(stream, n, r, t.cum, kPoissonTableTerms,
+                                  [&](double u) { return beyond_table(u, t, lambda); });
     }
     if (cache->large.mean_large != lambda) build_poisson_ptpe(cache->large, lambda);
     return sample_ptpe(stream, n, r, cache->large, lambda);

@@ -4,6 +4,12 @@
 // of at most Buffer; fill(u, count, r) makes the count results of a block,
 // or answers false to end the call with RUK_ERROR_BAD_ARGUMENT.
 //
+// run_table: inversion by a table of cumulative probabilities cum[0] to
+// cum[terms - 1], one uniform per result through run_blocks: the result for
+// u is the first k with u < cum[k], found by comparisons upward from 0 (the
+// laws use it for small means, so the scan is short), and beyond(u) past
+// the table.
+//
 // run_trials: the rejection methods.  Trials run on pairs of
 // uniforms drawn on (0, 1) in blocks of at most Buffer numbers; each block
 // asks twice the results still missing, so that no uniform is left over
@@ -39,6 +45,18 @@ int32_t run_blocks(RukStream* stream, int32_t n, int32_t* r, Fill fill) {
         done += count;
     }
     return status;
+}
+
+template <int32_t Buffer, class Beyond>
+int32_t run_table(RukStream* stream, int32_t n, int32_t* r, const double* cum, int32_t terms, Beyond beyond) {
+    return run_blocks<Buffer>(stream, n, r, [&](const double* u, int32_t count, int32_t* out) {
+        for (int32_t i = 0; i < count; ++i) {
+            int32_t k = 0;
+            while (k < terms && !(u[i] < cum[k])) ++k;
+            out[i] = k < terms ? k : beyond(u[i]);
+        }
+        return true;
+    });
 }
 
 template <int32_t Buffer, class Prepare, class Trial>
