@@ -1,6 +1,5 @@
-// What the laws that check their own arguments share: the test of a
-// parameter that must not be negative, and the bound that keeps every
-// rejection loop finite.
+// What Gamma and Poisson share in checking their arguments, and the bound
+// that keeps Gamma's rejection loops finite.
 #pragma once
 
 #include <cmath>
@@ -15,7 +14,7 @@ inline bool negative_or_nan(T x) {
 }
 
 // Candidates rejected one after another before a rejection sampler gives
-// up with RUK_ERROR_BAD_ARGUMENT, as BTPE does.  Every sampler that uses it
+// up with RUK_ERROR_BAD_ARGUMENT, as BTPE does.  Each of Gamma's samplers
 // accepts a candidate with probability above 0.5 for every argument it
 // admits, so a run of 10,000 rejections has probability below 2^-10000: it
 // happens only with a stream whose numbers are not uniform (a constant, a

@@ -44,7 +44,7 @@
 // grows (a uniform in the rounding gap below 1, or a NaN) and returns the
 // count reached; the PTPE products stop at the first factor that takes F
 // below W (each factor is below 1 there, so the outcome is the same); a run
-// of 10,000 rejected trials (guards.h) returns RUK_ERROR_BAD_ARGUMENT.  A
+// of a million rejected trials (trial_loop.h) returns RUK_ERROR_BAD_ARGUMENT.  A
 // record a stream file brings must hold keys its halves take, and both
 // halves are built anew from them at load.
 #include "laws/poisson.h"
@@ -233,29 +233,9 @@ bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t
 }
 
 int32_t sample_ptpe(RukStream* stream, int32_t n, int32_t* r, const PoissonPtpe& t, double lambda) {
-    float u[kBuffer];
-    int32_t status = RUK_OK;
-    int32_t have = 0, next = 0;
-    int64_t rejected = 0;
-    for (int32_t done = 0; done < n;) {
-        if (next == have) {
-            // Twice the results missing: no uniform is left over at the end.
-            const int64_t want = 2 * int64_t{n - done};
-            have = want < kBuffer ? static_cast<int32_t>(want) : kBuffer;
-            status = ruksRngUniform(0, stream, have, u, 0.0f, 1.0f);
-            if (status < 0) return status;
-            next = 0;
-        }
-        int32_t K;
-        if (ptpe_trial(u[next], u[next + 1], t, lambda, K)) {
-            r[done++] = K;
-            rejected = 0;
-        } else if (++rejected > kRejectionsInARow) {
-            return RUK_ERROR_BAD_ARGUMENT;
-        }
-        next += 2;
-    }
-    return status;
+    return run_trials<kBuffer, float>(
+        stream, n, r, [](const float*, int32_t) {},
+        [&](float u1, float u2, int32_t, int32_t& K) { return ptpe_trial(u1, u2, t, lambda, K); });
 }
 
 }  // namespace

@@ -242,7 +242,7 @@ TEST(Poisson, BadArgumentsAreRefusedAndNothingHangs) {
     EXPECT_EQ(rukiRngPoisson(0, h.get(), 4, r.data(), RUK_POISSON_MAX_MEAN), RUK_OK);
     // A uniform at or above the whole table's sum (1 within rounding, or a
     // NaN) ends the walk beyond it where the sum stops growing; PTPE
-    // rejects NaNs, and gives up after 10,000 in a row.
+    // rejects NaNs, and gives up after a million in a row.
     reset_script({0x1.fffffffffffffp-1, nan});
     ASSERT_EQ(rukiRngPoisson(0, h.get(), 2, r.data(), 20.0), RUK_OK);
     EXPECT_GT(r[0], 40);
