@@ -123,21 +123,6 @@ TEST(AbstractStreams, LawsGetTheNumbersOfTheGeneratorThatFilledTheBuffer) {
             EXPECT_EQ(some_laws<double>(fed.get()), some_laws<double>(direct.get()));
         EXPECT_GT(feed.calls.size(), 200u);
     }
-    // Words: the integer form hands out the words themselves.
-    StreamHandle direct, source, fed;
-    const uint32_t seed = 11;
-    ASSERT_EQ(rukNewStreamEx(direct.out(), RUK_BRNG_MCG31M1, 1, &seed), RUK_OK);
-    ASSERT_EQ(rukNewStreamEx(source.out(), RUK_BRNG_MCG31M1, 1, &seed), RUK_OK);
-    uint32_t ibuf[5];
-    feed = Feed{[&](int32_t at, int32_t k, int32_t n) {
-                    for (int32_t i = 0; i < k; ++i) rukiBRngMCG31M1(source.get(), 1, &ibuf[(at + i) % n]);
-                },
-                {}, {}};
-    ASSERT_EQ(rukiNewAbstractStream(fed.out(), 5, ibuf, update), RUK_OK);
-    std::vector<uint32_t> want(64), got(64);
-    rukiBRngMCG31M1(direct.get(), 64, want.data());
-    ASSERT_EQ(rukiRngUniformBits(0, fed.get(), 64, got.data()), RUK_OK);
-    EXPECT_EQ(got, want);
 }
 
 TEST(AbstractStreams, TheCallbackIsCalledWhenTheBufferRunsOutWithTheRightCounts) {
