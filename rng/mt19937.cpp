@@ -28,6 +28,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/simd.h"
 #include "rng/generator.h"
 #include "xebruk/rng_generators.h"
 
@@ -95,19 +96,15 @@ struct Mt19937 {
 
 static_assert(sizeof(Mt19937::State) + kStreamHeaderBytes == 2520, "MT19937 streamSize");
 
-// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words.  Loads and
-// stores go through memcpy: slots live in the caller's float or double
-// array, and no alignment beyond the element's is assumed.
+// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words, in one SSE
+// register.  Loads and stores are unaligned: slots live in the caller's
+// float or double array, and no alignment beyond the element's is assumed.
 template <class Slot>
 struct Lanes {
-    typedef Slot Vec __attribute__((vector_size(16)));
+    using Vec = simd::Vec<Slot, 16 / sizeof(Slot)>;
     static constexpr int kWidth = 16 / sizeof(Slot);
-    static Vec load(const Slot* p) {
-        Vec v;
-        std::memcpy(&v, p, sizeof v);
-        return v;
-    }
-    static void store(Slot* p, Vec v) { std::memcpy(p, &v, sizeof v); }
+    static Vec load(const Slot* p) { return simd::load<Vec>(p); }
+    static void store(Slot* p, Vec v) { simd::store(p, v); }
     static Slot get(const Slot* p) {
         Slot v;
         std::memcpy(&v, p, sizeof v);
