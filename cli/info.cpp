@@ -37,7 +37,10 @@ std::string cpu_features() {
 int info(const Args& args) {
     if (!args.empty()) return usage_error("info takes no arguments");
     std::printf("xebruk %s\n", XEBRUK_VERSION_STRING);
+    static const char* const classes[] = {"baseline", "avx2", "avx512"};
+    const int32_t in_use = xebGetKernelClass();
     std::printf("processor class: %u\n", dll_cpu_version());
+    std::printf("kernel class: %s\n", in_use >= 0 && in_use <= 2 ? classes[in_use] : "unknown");
     std::printf("cpu features:%s\n", cpu_features().c_str());
     std::printf("mode word of this thread: 0x%04X\n", xebGetMode());
     std::printf("vector kernels (%zu):\n", catalogue().size());

@@ -95,4 +95,12 @@ inline void x87_square_store(double x) {
     asm volatile("fldl %1\n\tfmul %%st(0), %%st\n\tfstpl %0" : "=m"(out) : "m"(x) : "st", "memory");
 }
 
+// The register state the operating system saves (XCR0), for deciding
+// which vector registers may be used; only valid when CPUID says OSXSAVE.
+inline uint64_t xgetbv0() {
+    uint32_t lo, hi;
+    asm volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+    return (static_cast<uint64_t>(hi) << 32) | lo;
+}
+
 }  // namespace xeb::fpu
