@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 #if defined(__AVX512F__) && defined(__AVX512DQ__) && defined(__AVX512VL__) && defined(__AVX2__) && \
     defined(__FMA__)
@@ -155,9 +156,7 @@ inline V from_lanes(const typename Traits<V>::Lane* p) {
 template <class To, class T, int N>
 inline Vec<To, N> bitcast(Vec<T, N> x) {
     static_assert(sizeof(To) == sizeof(T), "same lane size");
-    Vec<To, N> r;
-    __builtin_memcpy(&r.v, &x.v, sizeof r.v);
-    return r;
+    return {__builtin_bit_cast(typename Vec<To, N>::Raw, x.v)};
 }
 
 // Lane-wise conversion: float <-> double (rounding to nearest as MXCSR
@@ -167,14 +166,24 @@ template <class To, class T, int N>
 inline Vec<To, N> convert(Vec<T, N> x) {
     [[maybe_unused]] constexpr bool widen = std::is_same_v<T, float> && std::is_same_v<To, double>;
     [[maybe_unused]] constexpr bool narrow = std::is_same_v<T, double> && std::is_same_v<To, float>;
+    [[maybe_unused]] constexpr bool int_to_double = std::is_same_v<T, int32_t> && std::is_same_v<To, double>;
+    [[maybe_unused]] constexpr bool zero_extend = std::is_same_v<T, uint32_t> && std::is_same_v<To, uint64_t>;
+    using R [[maybe_unused]] = typename Vec<To, N>::Raw;
     if constexpr (N == 1) return {static_cast<To>(x.v)};
 #if XEB_ISA_AVX512
     else if constexpr (widen && N == 8) return {_mm512_maskz_cvtps_pd(0xFF, x.v)};
     else if constexpr (narrow && N == 8) return {_mm512_maskz_cvtpd_ps(0xFF, x.v)};
+    else if constexpr (int_to_double && N == 8)
+        return {_mm512_maskz_cvtepi32_pd(0xFF, __builtin_bit_cast(__m256i, x.v))};
+    else if constexpr (zero_extend && N == 8)
+        return {__builtin_bit_cast(R, _mm512_maskz_cvtepu32_epi64(0xFF, __builtin_bit_cast(__m256i, x.v)))};
 #endif
 #if XEB_ISA_AVX2
     else if constexpr (widen && N == 4) return {_mm256_cvtps_pd(x.v)};
     else if constexpr (narrow && N == 4) return {_mm256_cvtpd_ps(x.v)};
+    else if constexpr (int_to_double && N == 4) return {_mm256_cvtepi32_pd(__builtin_bit_cast(__m128i, x.v))};
+    else if constexpr (zero_extend && N == 4)
+        return {__builtin_bit_cast(R, _mm256_cvtepu32_epi64(__builtin_bit_cast(__m128i, x.v)))};
 #endif
     else return {__builtin_convertvector(x.v, typename Vec<To, N>::Raw)};
 }
@@ -194,6 +203,28 @@ inline Vec<int32_t, N> nearest_int(Vec<float, N> x) {
     else if constexpr (bytes == 32) return {reinterpret_cast<typename Vec<int32_t, N>::Raw>(_mm256_cvtps_epi32(x.v))};
 #endif
     else return {reinterpret_cast<typename Vec<int32_t, N>::Raw>(_mm_cvtps_epi32(x.v))};
+}
+
+// Half P (0: the low lanes, 1: the high ones) of a register, and two
+// halves joined: kernels that work in wider lanes (floats in doubles) take
+// whole registers this way.  One extract or insert instruction each.
+template <int P, class T, int N, int... I>
+inline Vec<T, N / 2> half_of(Vec<T, N> x, std::integer_sequence<int, I...>) {
+    if constexpr (N == 2) return {x.v[P]};
+    else return {__builtin_shufflevector(x.v, x.v, (P * (N / 2) + I)...)};
+}
+template <int P, class T, int N>
+inline Vec<T, N / 2> half(Vec<T, N> x) {
+    return half_of<P>(x, std::make_integer_sequence<int, N / 2>{});
+}
+template <class T, int N, int... I>
+inline Vec<T, 2 * N> join_of(Vec<T, N> lo, Vec<T, N> hi, std::integer_sequence<int, I...>) {
+    if constexpr (N == 1) return {typename Vec<T, 2>::Raw{lo.v, hi.v}};
+    else return {__builtin_shufflevector(lo.v, hi.v, I...)};
+}
+template <class T, int N>
+inline Vec<T, 2 * N> join(Vec<T, N> lo, Vec<T, N> hi) {
+    return join_of(lo, hi, std::make_integer_sequence<int, 2 * N>{});
 }
 
 // ---------------------------------------------------------------- arithmetic

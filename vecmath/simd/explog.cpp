@@ -1,0 +1,435 @@
+// Exponential and logarithms of the SIMD kernel classes, written once over
+// the vector type and compiled once per class (see frame/class_frame.h for
+// the frame, docs/architecture.md for the recipe).  Tables and
+// coefficients: vecmath/explog_vector_tables.inc.  Every operation is IEEE
+// with fused multiply-adds written out, so the AVX2 and AVX-512 classes
+// give the same bits; the one-element routines run the same templates on
+// one lane.
+//
+// Double exponential.  k = round(16 x / ln 2) (x 16/ln 2 + 1.5 2^52, whose
+// low bits are k), r = x - k ln2/16 (the first product exact, as
+// expLn2HiN has 38 bits, and x - k expLn2HiN exact, being below 2^-5 with
+// no bits under x's; the second rounded), 2^(k/16) = 2^(k >> 4) H_i
+// (1 + tail_i), i = k mod 16, e^r = 1 + r + r^2 q(r):
+//   e^x ~ s + s tmp,  s = 2^(k >> 4) H_i,  tmp = tail_i + r + r^2 q(r).
+// Error budget, in ulps of the result: r's rounding 2^-53 |r| with
+// |r| < 2^-5.5: 0.02; q's fit 2^-64 absolute: 0.001; tail_i's own
+// rounding 2^-107: nothing; the roundings of r + tail and of tmp (both
+// below 2^-5.4): 0.03; the final fused s + s tmp: 0.5.  Bound 0.56.
+// Results near the ends (|x| from 708.39) go one at a time through the
+// same arithmetic with the scale shifted by 2^1009 or 2^-1022; a denormal
+// result is rounded once onto its grid (1 + y rounded, then 1 taken away).
+//
+// Single exponential, in floats: the same with 12-bit expLn2HiNF, q of
+// degree 2 (fit 2^-36 absolute), float tables: below 0.53 ulp (r's
+// rounding 2^-24 |r|: 0.01; tmp's roundings: 0.02; the fit: 0.001; the
+// final fused step 0.5).  Bound 0.56.  |x| from 87 (results near the
+// float range's ends) goes one at a time: the same terms, the scale
+// applied in doubles, one rounding to float.
+//
+// Logarithms.  x = 2^k z with z in [0.703125, 1.40625), row j of 16 by the
+// top bits of z's offset pattern, c_j with 1/c_j = logInvC[j] and log c_j
+// = logLogC[j] (within 2^-68; c = 1 in the row around 1):
+//   log x = k ln 2 + log c + log1p(r),  r = z/c - 1, |r| <= 2^-5.
+// Double: r is formed exactly as rh + rl (z/c = z invc split by one fused
+// product; its distance from 1 exact), k ln2hi + log c + rh as hi + lo by
+// exact two-sums, log1p(r) - r = r^2 g(r) + rl (1 - r) (fit 2^-66.4
+// absolute, 2^-61 of the result); Log10 multiplies the pair by log10(e)
+// as a pair.  Error budget: lo's roundings and the fit: below 0.01 ulp of
+// the result; Log10's products 2^-104; the final sum 0.5.  Bound 0.52.
+// Single: the same in doubles from the widened float (denormals
+// included), r rounded once and g of degree 4 (2^-37 of the result):
+// below 2^-45 relative before the one rounding to float.  Bound 0.51.
+#include <cstdint>
+
+#include "frame/class_frame.h"
+#include "vecmath/explog_shared.h"
+#include "vecmath/kernel_table.h"
+
+namespace xeb::XEB_ISA {
+namespace {
+
+using namespace simd;
+using class_frame::Arrays;
+namespace ex = explog;
+
+// The vector code is inlined into the frame's loop whatever its size.
+#define XEB_INLINE [[gnu::always_inline]] inline
+
+template <int N>
+using D = Vec<double, N>;
+template <int N>
+using U = Vec<uint64_t, N>;
+template <int N>
+using F = Vec<float, N>;
+template <int N>
+using W = Vec<uint32_t, N>;
+
+constexpr double kShift52 = 0x1.8p52;  // x + this: x rounded to an integer, in the low bits
+constexpr float kShift23 = 0x1.8p23f;
+constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
+constexpr uint32_t kAbsF = 0x7FFFFFFFu;
+
+inline uint64_t bits(double x) { return bitcast<uint64_t>(D<1>{x}).v; }
+inline uint32_t bits(float x) { return bitcast<uint32_t>(F<1>{x}).v; }
+inline double double_of(uint64_t u) { return bitcast<double>(U<1>{u}).v; }
+inline float float_of(uint32_t u) { return bitcast<float>(W<1>{u}).v; }
+
+// ---------------------------------------------------------------- double exponential
+
+// From this |x| (high word 0x4086232B, about 708.39) a lane leaves the
+// vector code: below it 2^(k >> 4) is a normal number.
+constexpr uint64_t kExpFastLimit = 0x4086232B00000000ull;
+constexpr int64_t kOverflowBits = 0x40862E42FEFA39F0;    // 709.7827128933841: +infinity, event 3
+constexpr uint64_t kUnderflowBits = 0x40874910D52D3052;  // -745.1332191019412 and beyond: +0, event 4
+constexpr uint64_t kBandBits = 0x4086232BDD7ABCD3;       // |x| from 708.3964185322642: the band event
+constexpr uint32_t kBandExemptHigh = 0x40862E42;         // positive x with this high word: no band event
+constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
+
+// e^x ~ s + s tmp, with s's bits `scale` (2^(k >> 4) H_i; the exponent
+// field wraps beyond the ends of the range, which near_ends puts right).
+template <int N>
+struct ExpTerms {
+    D<N> tmp;
+    U<N> scale;
+};
+
+template <int N>
+XEB_INLINE ExpTerms<N> exp_terms(D<N> x) {
+    const D<N> shifted = fma(x, ex::expInvLn2N, kShift52);
+    const U<N> k = bitcast<uint64_t>(shifted);
+    const D<N> kd = shifted - kShift52;
+    const D<N> r = fma(kd, -ex::expLn2LoN, fma(kd, -ex::expLn2HiN, x));
+    const D<N> tail = lookup<16>(ex::expTail, k);
+    const U<N> scale = lookup<16>(ex::expScaleBits, k) + (k << 48);
+    const D<N> r2 = r * r;
+    const D<N> q = fma(r2 * r2, fma(r, ex::expPoly[5], ex::expPoly[4]),
+                       fma(r2, fma(r, ex::expPoly[3], ex::expPoly[2]), fma(r, ex::expPoly[1], ex::expPoly[0])));
+    return {fma(r2, q, r + tail), scale};
+}
+
+struct ExpD {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = "_xebdExp_HA";
+    static constexpr double filler = 0.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, kExpFastLimit);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        const ExpTerms<N> t = exp_terms(x);
+        const D<N> s = bitcast<double>(t.scale);
+        return fma(s, t.tmp, s);
+    }
+
+    // e^x for x from the fast limit to the ends, from the same terms.
+    static double near_ends(double x) {
+        const ExpTerms<1> t = exp_terms(D<1>{x});
+        if (x > 0) {
+            const D<1> s = bitcast<double>(t.scale - (uint64_t{1009} << 52));
+            return fma(s, t.tmp, s).v * 0x1p1009;
+        }
+        const D<1> s = bitcast<double>(t.scale + (uint64_t{1022} << 52));
+        double y = fma(s, t.tmp, s).v;
+        if (y < 1.0) {
+            // The result is below 2^-1022: rounded once, on the grid of
+            // 1 + y, which the scaling by 2^-1022 turns into the denormal grid.
+            const double lo = fma(s, t.tmp, s - y).v;  // s + s tmp - y
+            const double hi = 1.0 + y;
+            y = (hi + (((1.0 - hi) + y) + lo)) - 1.0;
+        }
+        return y * 0x1p-1022;
+    }
+
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t b = bits(a), magnitude = b & kAbs;
+        const bool finite = magnitude < kInfBits, nan = magnitude > kInfBits;
+        if (static_cast<int64_t>(b) >= kOverflowBits) {  // +infinity and positive NaNs too
+            x.y[i] = nan ? a + a : __builtin_inf();
+            if (finite) class_frame::raise(XEB_STATUS_TOOLARGE, i, x, name);
+            return;
+        }
+        if (magnitude >= kUnderflowBits) {  // negative here, -infinity and negative NaNs too
+            x.y[i] = nan ? a + a : 0.0;
+            if (finite) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+            return;
+        }
+        x.y[i] = near_ends(a);
+        const bool band = magnitude >= kBandBits && !(b >> 63 == 0 && (b >> 32) == kBandExemptHigh);
+        if (band) class_frame::raise(ex::exp_band_code(a), i, x, name);
+    }
+};
+
+// ---------------------------------------------------------------- single exponential
+
+constexpr uint32_t kExpFastLimitF = 0x42AE0000;  // |x| from 87: one at a time
+constexpr uint32_t kLargeF = 0x42B17218;         // 88.72283935546875: the events' bound
+constexpr uint32_t kUnderflowF = 0x42CFF1B4;     // below -103.97207641601562: +0, event 4
+constexpr uint32_t kInfF = 0x7F800000;
+
+template <int N>
+struct ExpTermsF {
+    F<N> tmp;
+    W<N> k;
+};
+
+template <int N>
+XEB_INLINE ExpTermsF<N> exp_terms(F<N> x) {
+    const F<N> shifted = fma(x, ex::expInvLn2NF, kShift23);
+    const W<N> k = bitcast<uint32_t>(shifted);
+    const F<N> kf = shifted - kShift23;
+    const F<N> r = fma(kf, -ex::expLn2LoNF, fma(kf, -ex::expLn2HiNF, x));
+    const F<N> tail = lookup<16>(ex::expTailF, k);
+    const F<N> q = fma(r, fma(r, ex::expPolyF[2], ex::expPolyF[1]), ex::expPolyF[0]);
+    return {fma(r * r, q, r + tail), k};
+}
+
+struct ExpS {
+    using V = F<kNative<float>>;
+    static constexpr const char* name = "_xebsExp_HA";
+    static constexpr float filler = 0.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, kExpFastLimitF);
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) {
+        const ExpTermsF<N> t = exp_terms(x);
+        const F<N> s = bitcast<float>(lookup<16>(ex::expScaleBitsF, t.k) + (t.k << 19));
+        return fma(s, t.tmp, s);
+    }
+
+    // e^x from the same terms, H_i (1 + tmp) 2^(k >> 4) in doubles and
+    // rounded once to float (denormal, or near the top of the range).
+    static float near_ends(float x) {
+        const ExpTermsF<1> t = exp_terms(F<1>{x});
+        const uint32_t i = t.k.v & 15;
+        const double h = float_of(ex::expScaleBitsF[i] + (i << 19));
+        const int e = static_cast<int32_t>(t.k.v - bits(kShift23)) >> 4;  // k >> 4
+        const double scale = double_of(static_cast<uint64_t>(e + 1023) << 52);
+        return static_cast<float>((h + h * static_cast<double>(t.tmp.v)) * scale);
+    }
+
+    static void one(float a, int i, const Arrays<float>& x) {
+        const uint32_t w = bits(a), magnitude = w & kAbsF;
+        if (magnitude > kInfF) x.y[i] = a + a;  // NaN
+        else if (magnitude < kLargeF) x.y[i] = near_ends(a);
+        else if (w == kInfF) x.y[i] = __builtin_inff();
+        else if (w == (kInfF | 0x80000000u)) x.y[i] = 0.0f;
+        else if (w >> 31 == 0) {
+            x.y[i] = __builtin_inff();
+            class_frame::raise(XEB_STATUS_TOOLARGE, i, x, name);
+        } else if (magnitude > kUnderflowF) {
+            x.y[i] = 0.0f;
+            class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+        } else {
+            x.y[i] = near_ends(a);  // -103.97 to -88.72: a denormal or zero, no event
+        }
+    }
+};
+
+// ---------------------------------------------------------------- logarithms
+
+constexpr uint64_t kLogOffset = 0x3FE6800000000000ull;  // bits of 0.703125, row 0's start
+constexpr uint64_t kExponentField = 0xFFF0000000000000ull;
+constexpr uint64_t kTwo52 = 0x4330000000000000ull;  // bits of 2^52
+constexpr uint64_t kNormalBits = 0x0010000000000000ull;
+constexpr uint64_t kNormalSpan = 0x7FE0000000000000ull;  // bits - kNormalBits below it: positive normal
+constexpr uint64_t kDefaultNaN = 0xFFF8000000000000ull;
+constexpr uint32_t kDefaultNaNF = 0xFFC00000u;
+
+// The decoded argument: z, k (as a double, less `adjust`) and the row.
+template <int N>
+struct LogParts {
+    D<N> z, kd;
+    U<N> row;
+};
+
+template <int N>
+XEB_INLINE LogParts<N> log_parts(D<N> x, double adjust) {
+    const U<N> ix = bitcast<uint64_t>(x);
+    const U<N> offset = ix - kLogOffset;
+    const U<N> row = offset >> 48;
+    // k + 2048 from the top twelve bits of the offset, as a double.
+    const D<N> kd = bitcast<double>(((offset ^ (uint64_t{1} << 63)) >> 52) | kTwo52) - (0x1p52 + 2048 + adjust);
+    return {bitcast<double>(ix - (offset & kExponentField)), kd, row};
+}
+
+// log x = hi + lo, x positive and normal (x 2^-adjust the argument).
+template <int N>
+XEB_INLINE void ln_pair(D<N> x, double adjust, D<N>& hi, D<N>& lo) {
+    const LogParts<N> p = log_parts(x, adjust);
+    const D<N> invc = lookup<16>(ex::logInvC, p.row), logc = lookup<16>(ex::logLogC, p.row);
+    // r = z invc - 1 = rh + rl exactly: the product as a fused pair, its
+    // distance from 1 exact (it lies within 2^-5 of 1), one two-sum.
+    const D<N> ph = p.z * invc;
+    const D<N> pl = fms(p.z, invc, ph);
+    const D<N> q = ph - 1.0;
+    const D<N> rh = q + pl;
+    const D<N> rl = (q - rh) + pl;  // |q| >= |pl|, or q = 0
+    // k ln2hi + log c + rh = hi + (wl + hl): two exact two-sums.
+    const D<N> a = p.kd * ex::logLn2Hi;  // exact: 42 bits times 12
+    const D<N> w = a + logc;
+    const D<N> wl = (a - w) + logc;  // |a| >= |log c|, or a = 0
+    hi = w + rh;
+    const D<N> hl = (w - hi) + rh;  // |w| >= |rh|, or w = 0
+    const D<N> r2 = rh * rh, r4 = r2 * r2;
+    const double* c = ex::lnPoly;
+    const D<N> g = fma(r4 * r4, c[8],
+                       fma(r4, fma(r2, fma(rh, c[7], c[6]), fma(rh, c[5], c[4])),
+                           fma(r2, fma(rh, c[3], c[2]), fma(rh, c[1], c[0]))));
+    // log1p(rh + rl) = rh + rh^2 g(rh) + rl (1 - rh), to 2^-66 absolute.
+    const D<N> small = (hl + wl) + fma(p.kd, ex::logLn2Lo, fnma(rh, rl, rl));
+    lo = fma(r2, g, small);
+}
+
+// Natural and decimal, the difference of the two logarithms' kernels.
+struct Natural {
+    static constexpr const char* double_name = "_xebdLn_HA";
+    static constexpr const char* single_name = "_xebsLn_HA";
+    template <int N>
+    XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
+        return hi + lo;
+    }
+    template <int N>
+    XEB_INLINE static D<N> scale(D<N> y) {
+        return y;
+    }
+};
+
+struct Decimal {
+    static constexpr const char* double_name = "_xebdLog10_HA";
+    static constexpr const char* single_name = "_xebsLog10_HA";
+    // (hi + lo) log10(e) with log10(e) as a pair: hi times its head split
+    // exactly by a fused product, the rest added to the low part.
+    template <int N>
+    XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
+        const D<N> p = hi * ex::log10eHi;
+        const D<N> pl = fms(hi, D<N>{} + ex::log10eHi, p);
+        return p + fma(hi, ex::log10eLo, fma(lo, ex::log10eHi, pl));
+    }
+    template <int N>
+    XEB_INLINE static D<N> scale(D<N> y) {
+        return y * ex::log10eHi;
+    }
+};
+
+template <class B>
+struct LogD {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = B::double_name;
+    static constexpr double filler = 1.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint64_t>(x) - kNormalBits, kNormalSpan);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x, double adjust = 0) {
+        D<N> hi, lo;
+        ln_pair(x, adjust, hi, lo);
+        return B::from_pair(hi, lo);
+    }
+
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t b = bits(a), magnitude = b & kAbs;
+        if (magnitude == 0) {
+            x.y[i] = -__builtin_inf();
+            class_frame::raise(XEB_STATUS_POLE, i, x, name);
+        } else if (b >> 63 != 0 && (b >> 32) <= 0xFFF00000u) {
+            // Negative, -infinity included, judged on the high word: a NaN
+            // of high word 0xFFF00000 counts too.
+            x.y[i] = magnitude > kInfBits ? a + a : double_of(kDefaultNaN);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else if (magnitude >= kInfBits) {
+            x.y[i] = a + a;  // +infinity, NaNs
+        } else if (magnitude < kNormalBits) {
+            x.y[i] = compute(D<1>{a * 0x1p52}, 52).v;  // denormal
+        } else {
+            x.y[i] = compute(D<1>{a}).v;
+        }
+    }
+};
+
+// Single: the arithmetic in doubles, from z, k and the row; a positive
+// normal float is taken apart in its own lanes (halves of the work of
+// doing it in doubles), a denormal in doubles.
+template <int N>
+XEB_INLINE D<N> ln_single(D<N> z, D<N> kd, U<N> row) {
+    const D<N> r = fma(z, lookup<16>(ex::logInvC, row), -1.0);
+    const D<N> r2 = r * r;
+    const double* c = ex::lnPolyS;
+    const D<N> g = fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0]));
+    return fma(kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, row)) + fma(r2, g, r);
+}
+
+constexpr uint32_t kLogOffsetF = 0x3F340000;  // bits of 0.703125 as a float
+constexpr uint32_t kNormalF = 0x00800000;
+
+template <class B>
+struct LogS {
+    using V = F<kNative<float>>;  // a whole register of floats, two of doubles
+    static constexpr const char* name = B::single_name;
+    static constexpr float filler = 1.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {  // not positive, normal and finite
+        return compare<Cmp::Ge>(bitcast<uint32_t>(x) - kNormalF, kInfF - kNormalF);
+    }
+
+    template <int P, int N>
+    XEB_INLINE static D<N / 2> half_log(F<N> z, Vec<int32_t, N> k, W<N> row) {
+        return B::scale(ln_single(convert<double>(half<P>(z)), convert<double>(half<P>(k)),
+                                  convert<uint64_t>(half<P>(row))));
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) {
+        // The same rows as the double kernel's: the float pattern offset
+        // by 0.703125's, its top four significand bits.
+        const W<N> w = bitcast<uint32_t>(x);
+        const W<N> offset = w - kLogOffsetF;
+        const Vec<int32_t, N> k = bitcast<int32_t>(offset) >> 23;
+        const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
+        const W<N> row = offset >> 19;
+        return join(convert<float>(half_log<0>(z, k, row)), convert<float>(half_log<1>(z, k, row)));
+    }
+
+    // A denormal: its double is normal.
+    static float denormal(float a) {
+        const LogParts<1> p = log_parts(D<1>{a}, 0);
+        return convert<float>(B::scale(ln_single(p.z, p.kd, p.row))).v;
+    }
+
+    static void one(float a, int i, const Arrays<float>& x) {
+        const uint32_t w = bits(a), magnitude = w & kAbsF;
+        if (magnitude == 0) {
+            x.y[i] = -__builtin_inff();
+            class_frame::raise(XEB_STATUS_POLE, i, x, name);
+        } else if (w - 0x80000000u <= kInfF) {  // negative, not a NaN
+            x.y[i] = float_of(kDefaultNaNF);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else if (magnitude < kNormalF) {
+            x.y[i] = denormal(a);
+        } else {
+            x.y[i] = a + a;  // +infinity, NaNs
+        }
+    }
+};
+
+}  // namespace
+
+#undef XEB_INLINE
+
+void explog_entries(vm::KernelTable& t) {
+    t.dExp_HA = t.dExp_50 = class_frame::unary<ExpD>;
+    t.sExp_HA = t.sExp_21 = t.sExp_11 = class_frame::unary<ExpS>;
+    t.dLn_HA = t.dLn_50 = class_frame::unary<LogD<Natural>>;
+    t.sLn_HA = t.sLn_21 = t.sLn_11 = class_frame::unary<LogS<Natural>>;
+    t.dLog10_HA = t.dLog10_50 = class_frame::unary<LogD<Decimal>>;
+    t.sLog10_HA = t.sLog10_21 = t.sLog10_11 = class_frame::unary<LogS<Decimal>>;
+}
+
+}  // namespace xeb::XEB_ISA
