@@ -22,6 +22,9 @@ struct KernelAccuracy {
     char precision = 'd';     // 'd' or 's'
     const char* form = "HA";  // "HA", "50", "21", "11"
     double bound_ulp = 0;     // the bound the tests enforce (and the kernel's comment states)
+    // The bound in the SIMD kernel classes, for kernels with class code
+    // (0: none, bound_ulp holds in every class).
+    double class_bound_ulp = 0;
     // Exactly one kernel pointer is set, matching the shape.
     void (*d1)(int, const double*, double*) = nullptr;
     void (*d2)(int, const double*, const double*, double*) = nullptr;
@@ -34,6 +37,9 @@ struct KernelAccuracy {
     RefUnary ref1 = nullptr;
     RefBinary ref2 = nullptr;
     RefUnary ref1_second = nullptr;  // reference of the second output (two-output kernels)
+    // An exact reference (MPFR): every error above half an ulp against ref1
+    // is measured again against it, so the maximum is the exact one.
+    RefUnary exact1 = nullptr;
     std::vector<Range> a_ranges;  // first argument
     std::vector<Range> b_ranges;  // second argument (binary kernels)
     std::vector<double> b_scalars;  // scalar second argument: each value against every a range
@@ -83,7 +89,11 @@ struct Measurement {
     double worst_a = 0;
     double worst_b = 0;
     std::size_t count = 0;
+    uint64_t results_hash = 0;  // of every result's bits, in order
 };
+
+// The bound that holds in the kernel class in use.
+double bound_in_use(const KernelAccuracy& k);
 
 // Measures a kernel over `count` arguments from each of its ranges (pairs
 // drawn independently for binary kernels), with events silenced.
