@@ -1,0 +1,24 @@
+// SLEEF's vector functions over whole arrays, in AVX-512 when `avx512` is
+// set and the processor has it, otherwise in AVX2; null where SLEEF lacks
+// the function.
+// Built in bench/sleef_loops.cpp, the one benchmark file compiled with
+// AVX-512 flags; it is called only after a check of the processor.
+#pragma once
+
+namespace xbench {
+
+template <class T>
+using ArrayFn = void (*)(int, const T*, T*);
+
+struct SleefFamily {
+    ArrayFn<double> d_u10, d_u35;
+    ArrayFn<float> s_u10, s_u35;
+};
+
+// Exp, Ln, Log10 (no u35 form of Exp or Log10 in SLEEF).  Null members
+// throughout when the processor has neither AVX2 nor AVX-512.
+SleefFamily sleef_exp(bool avx512);
+SleefFamily sleef_ln(bool avx512);
+SleefFamily sleef_log10(bool avx512);
+
+}  // namespace xbench
