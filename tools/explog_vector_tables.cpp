@@ -309,12 +309,36 @@ void logarithms(FILE* o) {
     }
     row(o, "double", "logInvC", inv, 4);
     row(o, "double", "logLogC", logc, 4);
+    // The float forms (_21, _11): 1/c the float nearest 1/(row centre),
+    // log c rounded to float.
+    std::vector<float> inv_f, logc_f;
+    for (int j = 0; j < 16; ++j) {
+        const double zlo = from_bits(kOffset + (static_cast<uint64_t>(j) << 48));
+        const double zhi = from_bits(kOffset + (static_cast<uint64_t>(j + 1) << 48));
+        const float invc = j == kOneRow ? 1.0f : static_cast<float>(2.0 / (zlo + zhi));
+        mpfr_set_flt(c.v, invc, MPFR_RNDN);
+        mpfr_log(lc.v, c.v, MPFR_RNDN);
+        mpfr_neg(lc.v, lc.v, MPFR_RNDN);
+        inv_f.push_back(invc);
+        logc_f.push_back(j == kOneRow ? 0.0f : to_float(lc));
+    }
+    std::fprintf(o, "// The float forms' rows: 1/c the float nearest 1/(row centre), log c rounded.\n");
+    row(o, "float", "logInvCF", inv_f, 4);
+    row(o, "float", "logLogCF", logc_f, 4);
     std::fprintf(o, "// r lies in [%a, %a].\n\n", rmin, rmax);
-    const double lo = rmin * (1 + 0x1p-20), hi = rmax * (1 + 0x1p-20);
+    const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
     fitted<double>(o, "lnPoly", log_quotient, lo, hi, 9,
                    "(log1p(r) - r) / r^2 ~ lnPoly[0] + lnPoly[1] r + ... + lnPoly[8] r^8");
+    fitted<double>(o, "lnPoly50", log_quotient, lo, hi, 8,
+                   "The same for the _50 forms: lnPoly50[0] + ... + lnPoly50[7] r^7");
     fitted<double>(o, "lnPolyS", log_quotient, lo, hi, 4,
                    "The same for single results: lnPolyS[0] + ... + lnPolyS[3] r^3");
+    fitted<float>(o, "lnPolyF", log_quotient, lo, hi, 3,
+                  "The same for the float forms: lnPolyF[0] + lnPolyF[1] r + lnPolyF[2] r^2, floats");
+    mpfr_set_ui(t.v, 2, MPFR_RNDN);
+    mpfr_log(t.v, t.v, MPFR_RNDN);
+    scalar(o, "float", "logLn2F", to_float(t), "ln 2");
+    scalar(o, "float", "log10eF", to_float(l10e), "log10(e)");
 }
 
 void generate(FILE* o) {

@@ -21,7 +21,9 @@ extern const uint32_t expScaleBitsF[16];
 // Logarithms: log x = k ln 2 + log c + log1p(r), c from a 16-row table.
 extern const double logLn2Hi, logLn2Lo, log10eHi, log10eLo;
 extern const double logInvC[16], logLogC[16];
-extern const double lnPoly[9], lnPolyS[4];
+extern const double lnPoly[9], lnPoly50[8], lnPolyS[4];
+// The float forms (_21, _11).
+extern const float logInvCF[16], logLogCF[16], lnPolyF[3], logLn2F, log10eF;
 
 // The event code the double exponential reports for x in its band near
 // overflow (|x| from 708.3964185322642): twice bits 4 to 8 of k =

@@ -240,6 +240,8 @@ constexpr uint64_t kNormalBits = 0x0010000000000000ull;
 constexpr uint64_t kNormalSpan = 0x7FE0000000000000ull;  // bits - kNormalBits below it: positive normal
 constexpr uint64_t kDefaultNaN = 0xFFF8000000000000ull;
 constexpr uint32_t kDefaultNaNF = 0xFFC00000u;
+constexpr uint32_t kLogOffsetF = 0x3F340000;  // bits of 0.703125 as a float
+constexpr uint32_t kNormalF = 0x00800000;
 
 // The decoded argument: z, k (as a double, less `adjust`) and the row.
 template <int N>
@@ -290,19 +292,58 @@ XEB_INLINE void ln_pair(D<N> x, double adjust, D<N>& hi, D<N>& lo) {
 struct Natural {
     static constexpr const char* double_name = "_xebdLn_HA";
     static constexpr const char* single_name = "_xebsLn_HA";
+    static constexpr const char* double_name_low = "_xebdLn_50";
+    static constexpr const char* single_name_low = "_xebsLn_21";
     template <int N>
     XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
         return hi + lo;
     }
-    template <int N>
-    XEB_INLINE static D<N> scale(D<N> y) {
+    template <class V>
+    XEB_INLINE static V scale(V y) {
         return y;
     }
 };
 
+// The _HA forms, or the lower ones (_50, _21 and _11) with their own code.
+enum class Form { HA, Low };
+
+// Double _50: the same decomposition with r rounded once, g of degree 7
+// and one plain sum.  Error budget: r's rounding, up to 0.25 ulp of the
+// result in the rows next to 1; the fit 2^-50.6 times r, 0.25 ulp; three
+// roundings of the sum, 1.5 ulp; Log10's product 0.5 ulp: bound 3 ulp.
+template <int N>
+XEB_INLINE D<N> ln_quick(D<N> x, double adjust) {
+    const LogParts<N> p = log_parts(x, adjust);
+    const D<N> r = fma(p.z, lookup<16>(ex::logInvC, p.row), -1.0);
+    const D<N> r2 = r * r, r4 = r2 * r2;
+    const double* c = ex::lnPoly50;
+    const D<N> g = fma(r4, fma(r2, fma(r, c[7], c[6]), fma(r, c[5], c[4])),
+                       fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0])));
+    return fma(p.kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, p.row)) + fma(r2, g, r);
+}
+
+// Single _21 (and _11, the same entry): floats throughout, on the float
+// forms' rows.  Error budget, in float ulps: r's rounding and log c's, up
+// to 0.5 each in the rows next to 1; the fit, 2^-19.4 times r: 0.75; three
+// roundings of the sum, 1.5; Log10's product 0.5: bound 4 ulp.
+template <int N>
+XEB_INLINE F<N> ln_float(F<N> x, float adjust) {
+    const W<N> w = bitcast<uint32_t>(x);
+    const W<N> offset = w - kLogOffsetF;
+    const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
+    const W<N> row = offset >> 19;
+    const F<N> kf = convert<float>(bitcast<int32_t>(offset) >> 23) - adjust;
+    const F<N> r = fma(z, lookup<16>(ex::logInvCF, row), -1.0f);
+    const float* c = ex::lnPolyF;
+    const F<N> g = fma(r, fma(r, c[2], c[1]), c[0]);
+    return fma(kf, ex::logLn2F, lookup<16>(ex::logLogCF, row) + fma(r * r, g, r));
+}
+
 struct Decimal {
     static constexpr const char* double_name = "_xebdLog10_HA";
     static constexpr const char* single_name = "_xebsLog10_HA";
+    static constexpr const char* double_name_low = "_xebdLog10_50";
+    static constexpr const char* single_name_low = "_xebsLog10_21";
     // (hi + lo) log10(e) with log10(e) as a pair: hi times its head split
     // exactly by a fused product, the rest added to the low part.
     template <int N>
@@ -315,12 +356,16 @@ struct Decimal {
     XEB_INLINE static D<N> scale(D<N> y) {
         return y * ex::log10eHi;
     }
+    template <int N>
+    XEB_INLINE static F<N> scale(F<N> y) {
+        return y * ex::log10eF;
+    }
 };
 
-template <class B>
+template <class B, Form Fm>
 struct LogD {
     using V = D<kNative<double>>;
-    static constexpr const char* name = B::double_name;
+    static constexpr const char* name = Fm == Form::HA ? B::double_name : B::double_name_low;
     static constexpr double filler = 1.0;
 
     template <int N>
@@ -329,9 +374,13 @@ struct LogD {
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x, double adjust = 0) {
-        D<N> hi, lo;
-        ln_pair(x, adjust, hi, lo);
-        return B::from_pair(hi, lo);
+        if constexpr (Fm == Form::Low) {
+            return B::scale(ln_quick(x, adjust));
+        } else {
+            D<N> hi, lo;
+            ln_pair(x, adjust, hi, lo);
+            return B::from_pair(hi, lo);
+        }
     }
 
     static void one(double a, int i, const Arrays<double>& x) {
@@ -366,13 +415,11 @@ XEB_INLINE D<N> ln_single(D<N> z, D<N> kd, U<N> row) {
     return fma(kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, row)) + fma(r2, g, r);
 }
 
-constexpr uint32_t kLogOffsetF = 0x3F340000;  // bits of 0.703125 as a float
-constexpr uint32_t kNormalF = 0x00800000;
 
-template <class B>
+template <class B, Form Fm>
 struct LogS {
-    using V = F<kNative<float>>;  // a whole register of floats, two of doubles
-    static constexpr const char* name = B::single_name;
+    using V = F<kNative<float>>;  // a whole register of floats (_HA: two of doubles)
+    static constexpr const char* name = Fm == Form::HA ? B::single_name : B::single_name_low;
     static constexpr float filler = 1.0f;
 
     template <int N>
@@ -387,6 +434,7 @@ struct LogS {
     }
     template <int N>
     XEB_INLINE static F<N> compute(F<N> x) {
+        if constexpr (Fm == Form::Low) return B::scale(ln_float(x, 0.0f));
         // The same rows as the double kernel's: the float pattern offset
         // by 0.703125's, its top four significand bits.
         const W<N> w = bitcast<uint32_t>(x);
@@ -397,8 +445,9 @@ struct LogS {
         return join(convert<float>(half_log<0>(z, k, row)), convert<float>(half_log<1>(z, k, row)));
     }
 
-    // A denormal: its double is normal.
+    // A denormal: scaled up by 2^23 (_21), or its double, which is normal.
     static float denormal(float a) {
+        if constexpr (Fm == Form::Low) return B::scale(ln_float(F<1>{a * 0x1p23f}, 23.0f)).v;
         const LogParts<1> p = log_parts(D<1>{a}, 0);
         return convert<float>(B::scale(ln_single(p.z, p.kd, p.row))).v;
     }
@@ -426,10 +475,14 @@ struct LogS {
 void explog_entries(vm::KernelTable& t) {
     t.dExp_HA = t.dExp_50 = class_frame::unary<ExpD>;
     t.sExp_HA = t.sExp_21 = t.sExp_11 = class_frame::unary<ExpS>;
-    t.dLn_HA = t.dLn_50 = class_frame::unary<LogD<Natural>>;
-    t.sLn_HA = t.sLn_21 = t.sLn_11 = class_frame::unary<LogS<Natural>>;
-    t.dLog10_HA = t.dLog10_50 = class_frame::unary<LogD<Decimal>>;
-    t.sLog10_HA = t.sLog10_21 = t.sLog10_11 = class_frame::unary<LogS<Decimal>>;
+    t.dLn_HA = class_frame::unary<LogD<Natural, Form::HA>>;
+    t.dLn_50 = class_frame::unary<LogD<Natural, Form::Low>>;
+    t.sLn_HA = class_frame::unary<LogS<Natural, Form::HA>>;
+    t.sLn_21 = t.sLn_11 = class_frame::unary<LogS<Natural, Form::Low>>;
+    t.dLog10_HA = class_frame::unary<LogD<Decimal, Form::HA>>;
+    t.dLog10_50 = class_frame::unary<LogD<Decimal, Form::Low>>;
+    t.sLog10_HA = class_frame::unary<LogS<Decimal, Form::HA>>;
+    t.sLog10_21 = t.sLog10_11 = class_frame::unary<LogS<Decimal, Form::Low>>;
 }
 
 }  // namespace xeb::XEB_ISA
