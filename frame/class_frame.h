@@ -28,6 +28,46 @@
 //   static MaskOf<T, N> special(V a);       lanes that need the one-element path
 //   static V compute(V a);                  the vector code
 //   static void one(T a, int i, const Arrays<T>& x);  store x.y[i], raise events
+//
+// How a family joins the kernel classes (vecmath/simd/explog.cpp is the
+// model):
+//  1. Code: vecmath/simd/<family>.cpp, built once per class by CMake (every
+//     .cpp there is).  Everything in `namespace xeb::XEB_ISA { namespace {`;
+//     include this header, vecmath/kernel_table.h and the family's shared
+//     header, nothing with inline functions of its own outside the class
+//     namespace (no <cmath> calls: simd operations or __builtin_ ones).
+//     The test kernel_class_symbols fails otherwise; the sanitizer build,
+//     where nothing is inlined, is where it shows.
+//  2. Arithmetic: one template per kernel over Vec<T, N>, [[gnu::always_inline]],
+//     fused multiply-adds written out, no horizontal operation, small tables
+//     through simd::lookup (register permutes; gathers are slow here).  The
+//     lanes of floats computed in doubles come and go by simd::half, join
+//     and convert.  K::compute<N> is that template; K::one runs it on
+//     Vec<T, 1> for every value it does not treat itself, and owns zeros,
+//     infinities, NaNs (x + x keeps a NaN's payload, quiet), default NaN
+//     bits, denormals and the events, which it raises with
+//     class_frame::raise after storing the result, as the baseline does.
+//     K::special is one unsigned compare on the bits.
+//  3. Tables and coefficients: a generator in tools/ (MPFR), its .inc
+//     included by one baseline translation unit, declared extern in the
+//     family's shared header: one copy for every class.
+//  4. Entries: `void <family>_entries(vm::KernelTable&)` at the end of the
+//     file assigns class_frame::unary<K> to the family's fields; declare
+//     it and call it in vecmath/simd/kernels.cpp.  The fields, the
+//     baseline's functions and their lines of baseline_table() go in
+//     vecmath/kernel_table.*; each exported name becomes one call through
+//     vm::active.  A lower form gets code of its own only where that is 1.3
+//     times as fast as the class's _HA; otherwise it is the _HA entry (and
+//     its events name the _HA form).
+//  5. Tests: add the family's suite to XEBRUK_CLASS_SUITES in
+//     tests/CMakeLists.txt (it then runs once per class, with the class's
+//     name as suffix).  Give its accuracy rows their class bound and an
+//     MPFR reference (with_classes in tests/support/accuracy_explog.cpp);
+//     the per-class sweeps and the AVX2 = AVX-512 check then include them.
+//     Bounds in the suite come from the table (bound_in_use).
+//  6. Benchmark: a Form row per exported name in the family's benchmark,
+//     as bench/bench_explog.cpp (class in use, baseline, glibc, SLEEF u10
+//     and u35, memory copy; n = 1000 and 10^6).
 #pragma once
 
 #include <cstdint>

@@ -5,7 +5,7 @@
 //
 // A family adds its entries here (the fields, the baseline's functions and
 // the line of baseline_table), its class code in vecmath/simd/<family>.cpp
-// (see docs/architecture.md), and its exported names as one-line calls
+// (see the recipe in frame/class_frame.h), and its exported names as one-line calls
 // through `active`.
 #pragma once
 

@@ -1,6 +1,6 @@
 // Exponential and logarithms of the SIMD kernel classes, written once over
 // the vector type and compiled once per class (see frame/class_frame.h for
-// the frame, docs/architecture.md for the recipe).  Tables and
+// the frame and the recipe).  Tables and
 // coefficients: vecmath/explog_vector_tables.inc.  Every operation is IEEE
 // with fused multiply-adds written out, so the AVX2 and AVX-512 classes
 // give the same bits; the one-element routines run the same templates on
