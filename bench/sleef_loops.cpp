@@ -1,6 +1,7 @@
 // SLEEF over arrays: whole registers, then the tail through a padded copy.
 #include "sleef_loops.h"
 
+#if XEBRUK_HAVE_SLEEF
 #include <immintrin.h>
 #include <sleef.h>
 
@@ -31,9 +32,7 @@ void over_array(int n, const T* a, T* r) {
 bool avx512() { return __builtin_cpu_supports("avx512f"); }
 bool avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
 
-}  // namespace
-
-SleefFamily sleef_exp(bool wide) {
+SleefFamily exp_family(bool wide) {
     if (wide && avx512())
         return {&over_array<double, __m512d, 8, Sleef_expd8_u10avx512f>, nullptr,
                 &over_array<float, __m512, 16, Sleef_expf16_u10avx512f>, nullptr};
@@ -43,7 +42,7 @@ SleefFamily sleef_exp(bool wide) {
     return {};
 }
 
-SleefFamily sleef_ln(bool wide) {
+SleefFamily ln_family(bool wide) {
     if (wide && avx512())
         return {&over_array<double, __m512d, 8, Sleef_logd8_u10avx512f>,
                 &over_array<double, __m512d, 8, Sleef_logd8_u35avx512f>,
@@ -55,7 +54,7 @@ SleefFamily sleef_ln(bool wide) {
     return {};
 }
 
-SleefFamily sleef_log10(bool wide) {
+SleefFamily log10_family(bool wide) {
     if (wide && avx512())
         return {&over_array<double, __m512d, 8, Sleef_log10d8_u10avx512f>, nullptr,
                 &over_array<float, __m512, 16, Sleef_log10f16_u10avx512f>, nullptr};
@@ -65,4 +64,19 @@ SleefFamily sleef_log10(bool wide) {
     return {};
 }
 
+}  // namespace
+
+SleefFamily sleef_family(const std::string& family, bool wide) {
+    if (family == "Exp") return exp_family(wide);
+    if (family == "Ln") return ln_family(wide);
+    if (family == "Log10") return log10_family(wide);
+    return {};
+}
+
 }  // namespace xbench
+
+#else
+
+xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
+
+#endif

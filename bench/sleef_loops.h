@@ -5,6 +5,8 @@
 // AVX-512 flags; it is called only after a check of the processor.
 #pragma once
 
+#include <string>
+
 namespace xbench {
 
 template <class T>
@@ -15,10 +17,10 @@ struct SleefFamily {
     ArrayFn<float> s_u10, s_u35;
 };
 
-// Exp, Ln, Log10 (no u35 form of Exp or Log10 in SLEEF).  Null members
-// throughout when the processor has neither AVX2 nor AVX-512.
-SleefFamily sleef_exp(bool avx512);
-SleefFamily sleef_ln(bool avx512);
-SleefFamily sleef_log10(bool avx512);
+// The functions of a family of the kernel catalogue ("Exp", "Ln", "Log10";
+// no u35 form of Exp or Log10 in SLEEF).  Null members throughout for
+// other families, when the processor has neither AVX2 nor AVX-512, or in a
+// build without SLEEF.
+SleefFamily sleef_family(const std::string& family, bool avx512);
 
 }  // namespace xbench

@@ -1,26 +1,32 @@
-// Measures every kernel of the accuracy table (tests/support/accuracy.h)
-// and writes docs/accuracy.md: maximum error in ulps, where it occurs, how
-// many arguments were tried on which intervals.  Exits 1 if a kernel is
-// over its bound.
+// Measures every row of the vector kernel catalogue and writes
+// docs/accuracy.md: maximum error in ulps, where it occurs, how many
+// arguments were tried on which intervals; a row that forwards shows the
+// kernel whose bits it gives.  A kernel with code in the SIMD kernel
+// classes (a SIMD bound in the catalogue) has a row per class, measured in
+// each class this machine runs.  Exits 1 if a kernel is over its bound.
+// --check compares a written file with the catalogue (rows, names, forms,
+// bounds, forwarding, intervals) without measuring anything.
 //
 //   accuracy_report [--count N] [--out FILE]   (defaults: 1000000, standard output)
+//   accuracy_report --check FILE
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "support/accuracy.h"
-#include "support/kernel_class.h"
+#include "accuracy/measure.h"
+#include "catalogue/vector_kernels.h"
+#include "frame/kernel_class.h"
+#include "vecmath/kernel_table.h"
 
 namespace {
 
-// Seed from the kernel's name, so that a kernel measures the same whatever
-// rows other families add to the table.
-uint64_t seed_of(const char* name) {
-    uint64_t h = 1469598103934665603ull;
-    for (const char* p = name; *p; ++p) h = (h ^ static_cast<unsigned char>(*p)) * 1099511628211ull;
-    return h;
-}
+using xeb::catalogue::Interval;
+using xeb::catalogue::VectorKernel;
 
 std::string number(double v, char precision) {
     char buf[48];
@@ -28,17 +34,116 @@ std::string number(double v, char precision) {
     return buf;
 }
 
-std::string interval(const xt::Range& r) {
+std::string interval(const Interval& r) {
     char buf[96];
     if (r.both_signs) std::snprintf(buf, sizeof buf, "±[%.6g, %.6g]", r.lo, r.hi);
     else std::snprintf(buf, sizeof buf, "[%.6g, %.6g]", r.lo, r.hi);
     return buf;
 }
 
-std::string intervals(const std::vector<xt::Range>& ranges) {
+std::string intervals(const std::vector<Interval>& ranges) {
     std::string s;
-    for (const xt::Range& r : ranges) s += (s.empty() ? "" : ", ") + interval(r);
+    for (const Interval& r : ranges) s += (s.empty() ? "" : ", ") + interval(r);
     return s;
+}
+
+using xeb::frame::KernelClass;
+constexpr KernelClass kClasses[] = {KernelClass::Baseline, KernelClass::Avx2, KernelClass::Avx512};
+
+std::string bound(const VectorKernel& k, KernelClass c) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%.3g", k.bound_for(c != KernelClass::Baseline));
+    return buf;
+}
+
+// The classes a row is shown for: each of them for a kernel with class
+// code (or forwarding to one), otherwise one row, "all".
+std::vector<const char*> classes_of(const VectorKernel& k) {
+    const VectorKernel* target = xeb::catalogue::forward_target(k);
+    if ((target ? target : &k)->simd_bound_ulp == 0) return {"all"};
+    return {"baseline", "avx2", "avx512"};
+}
+
+KernelClass class_named(const std::string& name) {
+    for (KernelClass c : kClasses)
+        if (name == xeb::frame::class_name(c)) return c;
+    return KernelClass::Baseline;
+}
+
+// The columns of a row: Kernel, Class, Form, Bound, Max error, Worst
+// argument, Arguments, Intervals.  Those the catalogue decides are filled
+// here; a measured row leaves the three measured ones empty.
+std::vector<std::string> catalogue_columns(const VectorKernel& k, const std::string& cls) {
+    const VectorKernel* target = xeb::catalogue::forward_target(k);
+    const KernelClass c = class_named(cls);
+    if (target != nullptr)
+        return {"`" + k.name + "`", cls, k.form, bound(*target, c), "same bits as `" + target->name + "`", "", "",
+                ""};
+    std::string ranges = intervals(k.a);
+    if (!k.b.empty()) ranges = "a: " + ranges + "; b: " + intervals(k.b);
+    if (!k.scalars.empty()) {
+        // Each scalar b against every a interval.
+        std::string values;
+        for (double b : k.scalars) values += (values.empty() ? "" : ", ") + number(b, k.precision);
+        ranges = "a: " + ranges + "; scalar b: " + values;
+    }
+    return {"`" + k.name + "`", cls, k.form, bound(k, c), "", "", "", ranges};
+}
+
+// The rows of the table in order: every kernel, for each of its classes.
+std::vector<std::pair<const VectorKernel*, std::string>> table_rows() {
+    std::vector<std::pair<const VectorKernel*, std::string>> out;
+    for (const VectorKernel& k : xeb::catalogue::vector_kernels())
+        for (const char* cls : classes_of(k)) out.emplace_back(&k, cls);
+    return out;
+}
+
+std::string line_of(const std::vector<std::string>& columns) {
+    std::string s = "|";
+    for (const std::string& c : columns) s += " " + c + " |";
+    return s + "\n";
+}
+
+std::vector<std::string> split_row(const std::string& line) {
+    std::vector<std::string> out;
+    std::size_t start = 2;  // after "| "
+    for (std::size_t bar; (bar = line.find(" |", start)) != std::string::npos; start = bar + 3)
+        out.push_back(line.substr(start, bar - start));
+    return out;
+}
+
+// The table rows of the file must be the catalogue's rows, in order, with
+// the same catalogue columns.
+int check(const char* path) {
+    std::ifstream in(path);
+    if (!in) {
+        std::fprintf(stderr, "accuracy_report: cannot read %s\n", path);
+        return 2;
+    }
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("| `", 0) == 0) rows.push_back(line);
+    const auto kernels = table_rows();
+    int stale = 0;
+    for (std::size_t i = 0; i < std::max(rows.size(), kernels.size()); ++i) {
+        if (i >= rows.size() || i >= kernels.size()) {
+            std::fprintf(stderr, "%s: %zu rows, the catalogue %zu\n", path, rows.size(), kernels.size());
+            ++stale;
+            break;
+        }
+        const std::vector<std::string> want = catalogue_columns(*kernels[i].first, kernels[i].second);
+        const std::vector<std::string> got = split_row(rows[i]);
+        bool same = got.size() == want.size();
+        for (std::size_t c = 0; same && c < want.size(); ++c)
+            same = want[c].empty() || got[c] == want[c];
+        if (!same) {
+            std::fprintf(stderr, "%s: row %zu is\n  %s\nthe catalogue says\n  %s", path, i + 1, rows[i].c_str(),
+                         line_of(want).c_str());
+            ++stale;
+        }
+    }
+    if (stale) std::fprintf(stderr, "docs/accuracy.md is stale: rebuild the target accuracy_doc\n");
+    return stale ? 1 : 0;
 }
 
 }  // namespace
@@ -57,8 +162,10 @@ int main(int argc, char** argv) {
             count = static_cast<std::size_t>(v);
         } else if (!std::strcmp(argv[i], "--out") && i + 1 < argc) {
             out_path = argv[++i];
+        } else if (!std::strcmp(argv[i], "--check") && i + 1 < argc && argc == 3) {
+            return check(argv[++i]);
         } else {
-            std::fprintf(stderr, "usage: accuracy_report [--count N] [--out FILE]\n");
+            std::fprintf(stderr, "usage: accuracy_report [--count N] [--out FILE] | --check FILE\n");
             return 2;
         }
     }
@@ -66,52 +173,45 @@ int main(int argc, char** argv) {
     std::string text =
         "# Measured accuracy\n\n"
         "Written by `tools/accuracy_report` (build target `accuracy_doc`); do not edit.\n\n"
-        "Each kernel of the accuracy table (`tests/support/accuracy.h`) is run over " +
+        "Each kernel of the catalogue (`catalogue/vector_kernels.cpp`) with code of its own is run over " +
         std::to_string(count) +
         " arguments per interval, drawn uniformly over the bit patterns of the\n"
         "interval (so every binade gets its share) with a fixed seed. The error is\n"
         "|result - reference| in units in the last place of the result's format at the\n"
         "reference, which is glibc's `long double` function (64-bit significand) unless\n"
-        "the row says otherwise; where a kernel's row has an MPFR reference (128 bits),\n"
+        "the row says otherwise; where the family has an MPFR reference (128 bits),\n"
         "every error above half an ulp is measured again against it. A reference beyond\n"
         "the format's range counts as met by an infinity. ±[lo, hi] means both signs.\n"
-        "Kernels with code in the SIMD kernel classes are measured in each class this\n"
-        "machine runs (Class), the others once (all: every class runs the baseline's\n"
-        "code). The bound is the one the tests enforce and the kernel's error budget\n"
-        "states, in that class.\n\n"
+        "The bound is the one the tests enforce and the kernel's error budget states, in\n"
+        "that kernel class. A kernel with code in the SIMD kernel classes has a row per\n"
+        "class (measured in those this machine runs); the others one row (all: every\n"
+        "class runs the baseline's code). A kernel that forwards to another gives that\n"
+        "kernel's bits (checked by the tests) and shares its bound.\n\n"
         "| Kernel | Class | Form | Bound | Max error (ulp) | Worst argument | Arguments | Intervals |\n"
         "|---|---|---|---|---|---|---|---|\n";
     int over = 0;
-    // Kernels with class code are measured in every class this machine
-    // runs; the others once (every class runs the baseline's code).
-    const std::vector<xt::KernelClass> classes = xt::machine_classes();
-    const xt::KernelClass chosen = xeb::frame::kernel_class();
-    for (const xt::KernelAccuracy& k : xt::accuracy_table())
-        for (xt::KernelClass c : classes) {
-        const bool per_class = k.class_bound_ulp > 0;
-        if (!per_class && c != chosen) continue;
-        xt::ClassInUse in_use(c);
-        const xt::Measurement m = xt::measure(k, count, seed_of(k.name));
-        const double bound = xt::bound_in_use(k);
-        const char* cls = per_class ? xeb::frame::class_name(c) : "all";
-        std::string worst = number(m.worst_a, k.precision);
-        if (!k.b_ranges.empty() || !k.b_scalars.empty()) worst += ", " + number(m.worst_b, k.precision);
-        std::string ranges = intervals(k.a_ranges);
-        if (!k.b_ranges.empty()) ranges = "a: " + ranges + "; b: " + intervals(k.b_ranges);
-        if (!k.b_scalars.empty()) {
-            // A kernel with a scalar second argument: each value against every a interval.
-            std::string values;
-            for (double b : k.b_scalars) values += (values.empty() ? "" : ", ") + number(b, k.precision);
-            ranges = "a: " + ranges + "; scalar b: " + values;
+    const KernelClass chosen = xeb::frame::kernel_class();
+    for (const auto& [k, cls] : table_rows()) {
+        std::vector<std::string> columns = catalogue_columns(*k, cls);
+        const KernelClass c = cls == "all" ? chosen : class_named(cls);
+        if (k->forwards_to == nullptr && xeb::vm::use_class(c)) {
+            const xt::Measurement m = xt::measure(*k, count, xt::seed_of(k->name));
+            std::string worst = number(m.worst_a, k->precision);
+            if (!k->b.empty() || !k->scalars.empty()) worst += ", " + number(m.worst_b, k->precision);
+            const bool fails = !(m.max_ulp < k->bound_for(c != KernelClass::Baseline));
+            over += fails;
+            char error[48];
+            std::snprintf(error, sizeof error, "%.3f%s", m.max_ulp, fails ? " (over)" : "");
+            columns[4] = error;
+            columns[5] = worst;
+            columns[6] = std::to_string(m.count);
+            std::fprintf(stderr, "%-14s %-8s %.3f ulp\n", k->name.c_str(), cls.c_str(), m.max_ulp);
+        } else if (k->forwards_to == nullptr) {
+            columns[4] = "(not run: this machine lacks the class)";
         }
-        char line[1024];
-        const bool fails = !(m.max_ulp < bound);
-        over += fails;
-        std::snprintf(line, sizeof line, "| `%s` | %s | %s | %.3g | %.3f%s | %s | %zu | %s |\n", k.name, cls,
-                      k.form, bound, m.max_ulp, fails ? " (over)" : "", worst.c_str(), m.count, ranges.c_str());
-        text += line;
-        std::fprintf(stderr, "%-14s %-8s %.3f ulp\n", k.name, cls, m.max_ulp);
-        }
+        text += line_of(columns);
+    }
+    xeb::vm::use_class(chosen);
 
     FILE* f = out_path ? std::fopen(out_path, "w") : stdout;
     if (f == nullptr) {
