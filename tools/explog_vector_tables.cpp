@@ -130,21 +130,16 @@ double fit_error(const Function& f, const std::vector<double>& c, double lo, dou
     return to_double(worst);
 }
 
-// (e^r - 1 - r) / r^2 and (log1p(r) - r) / r^2.
-void exp_quotient(Big& out, const Big& r) {
+// (f(r) - r) / r^2 for f = expm1 (e^r - 1) and log1p.
+template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
+void quotient(Big& out, const Big& r) {
     Big t;
-    mpfr_expm1(out.v, r.v, MPFR_RNDN);
+    F(out.v, r.v, MPFR_RNDN);
     mpfr_sub(out.v, out.v, r.v, MPFR_RNDN);
     mpfr_sqr(t.v, r.v, MPFR_RNDN);
     mpfr_div(out.v, out.v, t.v, MPFR_RNDN);
 }
-void log_quotient(Big& out, const Big& r) {
-    Big t;
-    mpfr_log1p(out.v, r.v, MPFR_RNDN);
-    mpfr_sub(out.v, out.v, r.v, MPFR_RNDN);
-    mpfr_sqr(t.v, r.v, MPFR_RNDN);
-    mpfr_div(out.v, out.v, t.v, MPFR_RNDN);
-}
+const Function exp_quotient = quotient<mpfr_expm1>, log_quotient = quotient<mpfr_log1p>;
 
 // ---------------------------------------------------------------- output
 

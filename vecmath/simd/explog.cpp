@@ -65,8 +65,6 @@ using F = Vec<float, N>;
 template <int N>
 using W = Vec<uint32_t, N>;
 
-constexpr double kShift52 = 0x1.8p52;  // x + this: x rounded to an integer, in the low bits
-constexpr float kShift23 = 0x1.8p23f;
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint32_t kAbsF = 0x7FFFFFFFu;
 
@@ -86,26 +84,62 @@ constexpr uint64_t kBandBits = 0x4086232BDD7ABCD3;       // |x| from 708.3964185
 constexpr uint32_t kBandExemptHigh = 0x40862E42;         // positive x with this high word: no band event
 constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
 
-// e^x ~ s + s tmp, with s's bits `scale` (2^(k >> 4) H_i; the exponent
-// field wraps beyond the ends of the range, which near_ends puts right).
-template <int N>
-struct ExpTerms {
-    D<N> tmp;
-    U<N> scale;
+// The data of one precision's exponential: the shifter whose last place
+// is 1 (x 16/ln 2 + it leaves k in the low bits), 16/ln 2, ln2/16 in two
+// parts, the tables, the place of k's low bits in the scale's pattern and
+// q(r) = (e^r - 1 - r) / r^2.
+template <class T>
+struct ExpData;
+template <>
+struct ExpData<double> {
+    static constexpr double kShift = 0x1.8p52;
+    static constexpr const double &inv_ln2_n = ex::expInvLn2N, &ln2_hi_n = ex::expLn2HiN, &ln2_lo_n = ex::expLn2LoN;
+    static constexpr const double* tail = ex::expTail;
+    static constexpr const uint64_t* scale = ex::expScaleBits;
+    static constexpr int kIndexShift = 48;  // 52 - 4
+    template <int N>
+    XEB_INLINE static D<N> q(D<N> r, D<N> r2) {
+        const double* c = ex::expPoly;
+        return fma(r2 * r2, fma(r, c[5], c[4]), fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0])));
+    }
+};
+template <>
+struct ExpData<float> {
+    static constexpr float kShift = 0x1.8p23f;
+    static constexpr const float &inv_ln2_n = ex::expInvLn2NF, &ln2_hi_n = ex::expLn2HiNF, &ln2_lo_n = ex::expLn2LoNF;
+    static constexpr const float* tail = ex::expTailF;
+    static constexpr const uint32_t* scale = ex::expScaleBitsF;
+    static constexpr int kIndexShift = 19;  // 23 - 4
+    template <int N>
+    XEB_INLINE static F<N> q(F<N> r, F<N>) {
+        const float* c = ex::expPolyF;
+        return fma(r, fma(r, c[2], c[1]), c[0]);
+    }
 };
 
-template <int N>
-XEB_INLINE ExpTerms<N> exp_terms(D<N> x) {
-    const D<N> shifted = fma(x, ex::expInvLn2N, kShift52);
-    const U<N> k = bitcast<uint64_t>(shifted);
-    const D<N> kd = shifted - kShift52;
-    const D<N> r = fma(kd, -ex::expLn2LoN, fma(kd, -ex::expLn2HiN, x));
-    const D<N> tail = lookup<16>(ex::expTail, k);
-    const U<N> scale = lookup<16>(ex::expScaleBits, k) + (k << 48);
-    const D<N> r2 = r * r;
-    const D<N> q = fma(r2 * r2, fma(r, ex::expPoly[5], ex::expPoly[4]),
-                       fma(r2, fma(r, ex::expPoly[3], ex::expPoly[2]), fma(r, ex::expPoly[1], ex::expPoly[0])));
-    return {fma(r2, q, r + tail), scale};
+// e^x ~ s + s tmp, s = 2^(k >> 4) H_i, i = k mod 16.
+template <class T, int N>
+struct ExpTerms {
+    Vec<T, N> tmp;
+    UVec<T, N> k;  // k in the low bits, as the shifted sum's pattern
+};
+
+template <class T, int N>
+XEB_INLINE ExpTerms<T, N> exp_terms(Vec<T, N> x) {
+    using E = ExpData<T>;
+    const Vec<T, N> shifted = fma(x, E::inv_ln2_n, E::kShift);
+    const UVec<T, N> k = bitcast<typename Traits<UVec<T, N>>::Lane>(shifted);
+    const Vec<T, N> kd = shifted - E::kShift;
+    const Vec<T, N> r = fma(kd, -E::ln2_lo_n, fma(kd, -E::ln2_hi_n, x));
+    const Vec<T, N> r2 = r * r;
+    return {fma(r2, E::q(r, r2), r + lookup<16>(E::tail, k)), k};
+}
+
+// The bits of s: H_i's less i at k's place, plus k there (its low bits put
+// i back, the rest lands in the exponent, wrapping beyond the range's ends).
+template <class T, int N>
+XEB_INLINE UVec<T, N> scale_bits(UVec<T, N> k) {
+    return lookup<16>(ExpData<T>::scale, k) + (k << ExpData<T>::kIndexShift);
 }
 
 struct ExpD {
@@ -119,19 +153,20 @@ struct ExpD {
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
-        const ExpTerms<N> t = exp_terms(x);
-        const D<N> s = bitcast<double>(t.scale);
+        const ExpTerms<double, N> t = exp_terms(x);
+        const D<N> s = bitcast<double>(scale_bits<double>(t.k));
         return fma(s, t.tmp, s);
     }
 
     // e^x for x from the fast limit to the ends, from the same terms.
     static double near_ends(double x) {
-        const ExpTerms<1> t = exp_terms(D<1>{x});
+        const ExpTerms<double, 1> t = exp_terms(D<1>{x});
+        const U<1> scale = scale_bits<double>(t.k);
         if (x > 0) {
-            const D<1> s = bitcast<double>(t.scale - (uint64_t{1009} << 52));
+            const D<1> s = bitcast<double>(scale - (uint64_t{1009} << 52));
             return fma(s, t.tmp, s).v * 0x1p1009;
         }
-        const D<1> s = bitcast<double>(t.scale + (uint64_t{1022} << 52));
+        const D<1> s = bitcast<double>(scale + (uint64_t{1022} << 52));
         double y = fma(s, t.tmp, s).v;
         if (y < 1.0) {
             // The result is below 2^-1022: rounded once, on the grid of
@@ -169,23 +204,6 @@ constexpr uint32_t kLargeF = 0x42B17218;         // 88.72283935546875: the event
 constexpr uint32_t kUnderflowF = 0x42CFF1B4;     // below -103.97207641601562: +0, event 4
 constexpr uint32_t kInfF = 0x7F800000;
 
-template <int N>
-struct ExpTermsF {
-    F<N> tmp;
-    W<N> k;
-};
-
-template <int N>
-XEB_INLINE ExpTermsF<N> exp_terms(F<N> x) {
-    const F<N> shifted = fma(x, ex::expInvLn2NF, kShift23);
-    const W<N> k = bitcast<uint32_t>(shifted);
-    const F<N> kf = shifted - kShift23;
-    const F<N> r = fma(kf, -ex::expLn2LoNF, fma(kf, -ex::expLn2HiNF, x));
-    const F<N> tail = lookup<16>(ex::expTailF, k);
-    const F<N> q = fma(r, fma(r, ex::expPolyF[2], ex::expPolyF[1]), ex::expPolyF[0]);
-    return {fma(r * r, q, r + tail), k};
-}
-
 struct ExpS {
     using V = F<kNative<float>>;
     static constexpr const char* name = "_xebsExp_HA";
@@ -197,18 +215,18 @@ struct ExpS {
     }
     template <int N>
     XEB_INLINE static F<N> compute(F<N> x) {
-        const ExpTermsF<N> t = exp_terms(x);
-        const F<N> s = bitcast<float>(lookup<16>(ex::expScaleBitsF, t.k) + (t.k << 19));
+        const ExpTerms<float, N> t = exp_terms(x);
+        const F<N> s = bitcast<float>(scale_bits<float>(t.k));
         return fma(s, t.tmp, s);
     }
 
     // e^x from the same terms, H_i (1 + tmp) 2^(k >> 4) in doubles and
     // rounded once to float (denormal, or near the top of the range).
     static float near_ends(float x) {
-        const ExpTermsF<1> t = exp_terms(F<1>{x});
+        const ExpTerms<float, 1> t = exp_terms(F<1>{x});
         const uint32_t i = t.k.v & 15;
         const double h = float_of(ex::expScaleBitsF[i] + (i << 19));
-        const int e = static_cast<int32_t>(t.k.v - bits(kShift23)) >> 4;  // k >> 4
+        const int e = static_cast<int32_t>(t.k.v - bits(ExpData<float>::kShift)) >> 4;  // k >> 4
         const double scale = double_of(static_cast<uint64_t>(e + 1023) << 52);
         return static_cast<float>((h + h * static_cast<double>(t.tmp.v)) * scale);
     }
