@@ -32,7 +32,9 @@
 // How a family joins the kernel classes (vecmath/simd/explog.cpp is the
 // model):
 //  1. Code: vecmath/simd/<family>.cpp, built once per class by CMake (every
-//     .cpp there is).  Everything in `namespace xeb::XEB_ISA { namespace {`;
+//     .cpp there is).  Everything in
+//     `namespace xeb { inline namespace XEB_ISA { namespace {` (inline, as
+//     frame/simd.h opens it);
 //     include this header, vecmath/kernel_table.h and the family's shared
 //     header, nothing with inline functions of its own outside the class
 //     namespace (no <cmath> calls: simd operations or __builtin_ ones).
@@ -75,7 +77,9 @@
 #include "frame/simd.h"
 #include "xebruk/frame.h"
 
-namespace xeb::XEB_ISA::class_frame {
+namespace xeb {
+inline namespace XEB_ISA {
+namespace class_frame {
 
 template <class T>
 struct Arrays {
@@ -164,4 +168,6 @@ void unary(int n, const typename simd::Traits<typename K::V>::Lane* a,
     run<K>(n, {a, r});
 }
 
-}  // namespace xeb::XEB_ISA::class_frame
+}  // namespace class_frame
+}  // namespace XEB_ISA
+}  // namespace xeb

@@ -10,7 +10,8 @@
 // xeb::avx512, reached as xeb::simd), so that an inline function emitted
 // by an AVX-512 object is never the one copy a linker keeps for a baseline
 // caller.  Kernel classes put their own code in the same namespace
-// (`namespace xeb::XEB_ISA`); see the recipe in frame/class_frame.h.
+// (`namespace xeb { inline namespace XEB_ISA {`); see the recipe in
+// frame/class_frame.h.
 //
 // Results never depend on the set: arithmetic is IEEE per lane, the
 // library builds with -ffp-contract=off, and fused multiply-adds are

@@ -46,7 +46,8 @@
 #include "vecmath/explog_shared.h"
 #include "vecmath/kernel_table.h"
 
-namespace xeb::XEB_ISA {
+namespace xeb {
+inline namespace XEB_ISA {
 namespace {
 
 using namespace simd;
@@ -503,4 +504,5 @@ void explog_entries(vm::KernelTable& t) {
     t.sLog10_21 = t.sLog10_11 = class_frame::unary<LogS<Decimal, Form::Low>>;
 }
 
-}  // namespace xeb::XEB_ISA
+}  // namespace XEB_ISA
+}  // namespace xeb

@@ -3,10 +3,12 @@
 #include "frame/simd.h"
 #include "vecmath/kernel_table.h"
 
-namespace xeb::XEB_ISA {
+namespace xeb {
+inline namespace XEB_ISA {
 
 void explog_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) { explog_entries(t); }
 
-}  // namespace xeb::XEB_ISA
+}  // namespace XEB_ISA
+}  // namespace xeb
