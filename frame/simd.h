@@ -189,6 +189,25 @@ inline Vec<To, N> convert(Vec<T, N> x) {
     else return {__builtin_convertvector(x.v, typename Vec<To, N>::Raw)};
 }
 
+// The signed value of the top 64 - S bits of each lane (an arithmetic
+// shift right by S, 12 <= S < 63) as a double, exactly.
+template <int S, int N>
+inline Vec<double, N> signed_top_bits(Vec<uint64_t, N> x) {
+    static_assert(S >= 12 && S < 63, "a value below 2^52 in magnitude");
+    [[maybe_unused]] constexpr int bytes = Traits<Vec<uint64_t, N>>::bytes;
+    if constexpr (N == 1) return {static_cast<double>(static_cast<int64_t>(x.v) >> S)};
+#if XEB_ISA_AVX512
+    else if constexpr (bytes == 64)
+        return {_mm512_maskz_cvtepi64_pd(0xFF, _mm512_maskz_srai_epi64(0xFF, __builtin_bit_cast(__m512i, x.v), S))};
+#endif
+    else {
+        // Offset by 2^(63-S), it is a whole number of 2^52 + it: the double
+        // 2^52 with those bits in its significand, less the two.
+        const Vec<uint64_t, N> biased = (x ^ (uint64_t{1} << 63)) >> S;
+        return bitcast<double>(biased | 0x4330000000000000ull) - (0x1p52 + static_cast<double>(uint64_t{1} << (63 - S)));
+    }
+}
+
 // Float lanes to the nearest 32-bit integers, ties to even (the rounding
 // MXCSR holds; the kernel frames keep it at nearest).  Lanes beyond the
 // int32 range or NaN give 0x80000000.

@@ -254,7 +254,6 @@ struct ExpS {
 
 constexpr uint64_t kLogOffset = 0x3FE6800000000000ull;  // bits of 0.703125, row 0's start
 constexpr uint64_t kExponentField = 0xFFF0000000000000ull;
-constexpr uint64_t kTwo52 = 0x4330000000000000ull;  // bits of 2^52
 constexpr uint64_t kNormalBits = 0x0010000000000000ull;
 constexpr uint64_t kNormalSpan = 0x7FE0000000000000ull;  // bits - kNormalBits below it: positive normal
 constexpr uint64_t kDefaultNaN = 0xFFF8000000000000ull;
@@ -274,8 +273,7 @@ XEB_INLINE LogParts<N> log_parts(D<N> x, double adjust) {
     const U<N> ix = bitcast<uint64_t>(x);
     const U<N> offset = ix - kLogOffset;
     const U<N> row = offset >> 48;
-    // k + 2048 from the top twelve bits of the offset, as a double.
-    const D<N> kd = bitcast<double>(((offset ^ (uint64_t{1} << 63)) >> 52) | kTwo52) - (0x1p52 + 2048 + adjust);
+    const D<N> kd = signed_top_bits<52>(offset) - adjust;
     return {bitcast<double>(ix - (offset & kExponentField)), kd, row};
 }
 
