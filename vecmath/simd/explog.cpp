@@ -76,9 +76,6 @@ inline float float_of(uint32_t u) { return bitcast<float>(W<1>{u}).v; }
 
 // ---------------------------------------------------------------- double exponential
 
-// From this |x| (high word 0x4086232B, about 708.39) a lane leaves the
-// vector code: below it 2^(k >> 4) is a normal number.
-constexpr uint64_t kExpFastLimit = 0x4086232B00000000ull;
 constexpr int64_t kOverflowBits = 0x40862E42FEFA39F0;    // 709.7827128933841: +infinity, event 3
 constexpr uint64_t kUnderflowBits = 0x40874910D52D3052;  // -745.1332191019412 and beyond: +0, event 4
 constexpr uint64_t kBandBits = 0x4086232BDD7ABCD3;       // |x| from 708.3964185322642: the band event
@@ -98,6 +95,7 @@ struct ExpData<double> {
     static constexpr const double* tail = ex::expTail;
     static constexpr const uint64_t* scale = ex::expScaleBits;
     static constexpr int kIndexShift = 48;  // 52 - 4
+    static constexpr uint64_t kFastLimit = 0x4086232B00000000ull;  // high word 0x4086232B, about 708.39
     template <int N>
     XEB_INLINE static D<N> q(D<N> r, D<N> r2) {
         const double* c = ex::expPoly;
@@ -111,6 +109,7 @@ struct ExpData<float> {
     static constexpr const float* tail = ex::expTailF;
     static constexpr const uint32_t* scale = ex::expScaleBitsF;
     static constexpr int kIndexShift = 19;  // 23 - 4
+    static constexpr uint32_t kFastLimit = 0x42AE0000;  // 87: results near the float range's ends
     template <int N>
     XEB_INLINE static F<N> q(F<N> r, F<N>) {
         const float* c = ex::expPolyF;
@@ -143,21 +142,28 @@ XEB_INLINE UVec<T, N> scale_bits(UVec<T, N> k) {
     return lookup<16>(ExpData<T>::scale, k) + (k << ExpData<T>::kIndexShift);
 }
 
-struct ExpD {
+// The vector code of both exponentials: |x| from the fast limit leaves it
+// (2^(k >> 4) H_i is a normal number below).
+template <class T>
+struct ExpVector {
+    using Bits = typename LaneInt<static_cast<int>(sizeof(T))>::U;
+    static constexpr Bits kAbsMask = ~Bits{0} >> 1;
+    template <int N>
+    static MaskOf<T, N> special(Vec<T, N> x) {
+        return compare<Cmp::Ge>(bitcast<Bits>(x) & kAbsMask, ExpData<T>::kFastLimit);
+    }
+    template <int N>
+    XEB_INLINE static Vec<T, N> compute(Vec<T, N> x) {
+        const ExpTerms<T, N> t = exp_terms(x);
+        const Vec<T, N> s = bitcast<T>(scale_bits<T>(t.k));
+        return fma(s, t.tmp, s);
+    }
+};
+
+struct ExpD : ExpVector<double> {
     using V = D<kNative<double>>;
     static constexpr const char* name = "_xebdExp_HA";
     static constexpr double filler = 0.0;
-
-    template <int N>
-    static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, kExpFastLimit);
-    }
-    template <int N>
-    XEB_INLINE static D<N> compute(D<N> x) {
-        const ExpTerms<double, N> t = exp_terms(x);
-        const D<N> s = bitcast<double>(scale_bits<double>(t.k));
-        return fma(s, t.tmp, s);
-    }
 
     // e^x for x from the fast limit to the ends, from the same terms.
     static double near_ends(double x) {
@@ -200,26 +206,14 @@ struct ExpD {
 
 // ---------------------------------------------------------------- single exponential
 
-constexpr uint32_t kExpFastLimitF = 0x42AE0000;  // |x| from 87: one at a time
 constexpr uint32_t kLargeF = 0x42B17218;         // 88.72283935546875: the events' bound
 constexpr uint32_t kUnderflowF = 0x42CFF1B4;     // below -103.97207641601562: +0, event 4
 constexpr uint32_t kInfF = 0x7F800000;
 
-struct ExpS {
+struct ExpS : ExpVector<float> {
     using V = F<kNative<float>>;
     static constexpr const char* name = "_xebsExp_HA";
     static constexpr float filler = 0.0f;
-
-    template <int N>
-    static MaskOf<float, N> special(F<N> x) {
-        return compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, kExpFastLimitF);
-    }
-    template <int N>
-    XEB_INLINE static F<N> compute(F<N> x) {
-        const ExpTerms<float, N> t = exp_terms(x);
-        const F<N> s = bitcast<float>(scale_bits<float>(t.k));
-        return fma(s, t.tmp, s);
-    }
 
     // e^x from the same terms, H_i (1 + tmp) 2^(k >> 4) in doubles and
     // rounded once to float (denormal, or near the top of the range).
