@@ -39,9 +39,9 @@ std::vector<K> divide() {
         K("Inv", "HA", xebsInv_HA).ulp(0.5).on({kAllFloats}),
         K("Inv", "21", xebsInv_21).forwards(xebsInv_HA),
         K("Inv", "11", xebsInv_11).forwards(xebsInv_HA),
-        K("Div", "HA", xebdDiv_HA).ulp(0.51).on({kAllDoubles, near_one}, {kAllDoubles, near_one}),
+        K("Div", "HA", xebdDiv_HA).ulp(0.51, 0.501).on({kAllDoubles, near_one}, {kAllDoubles, near_one}),
         K("Div", "50", xebdDiv_50).forwards(xebdDiv_HA),
-        K("Div", "HA", xebsDiv_HA).ulp(0.5).on({kAllFloats}, {kAllFloats}),
+        K("Div", "HA", xebsDiv_HA).ulp(0.5, 0.5).on({kAllFloats}, {kAllFloats}),
         K("Div", "21", xebsDiv_21).forwards(xebsDiv_HA),
         K("Div", "11", xebsDiv_11).forwards(xebsDiv_HA),
     };

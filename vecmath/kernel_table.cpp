@@ -14,6 +14,14 @@ constexpr KernelTable baseline_table() {
     t.sLn_HA = t.sLn_21 = t.sLn_11 = baseline::sLn_HA;
     t.dLog10_HA = t.dLog10_50 = baseline::dLog10_HA;
     t.sLog10_HA = t.sLog10_21 = t.sLog10_11 = baseline::sLog10_HA;
+    t.dDiv_HA = t.dDiv_50 = baseline::dDiv_HA;
+    t.sDiv_HA = t.sDiv_21 = t.sDiv_11 = baseline::sDiv_HA;
+    t.dPow_HA = baseline::dPow_HA;
+    t.dPow_50 = baseline::dPow_50;
+    t.sPow_HA = baseline::sPow_HA;
+    t.sPow_21 = t.sPow_11 = baseline::sPow_21;
+    t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
+    t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
     return t;
 }
 

@@ -15,11 +15,20 @@ namespace xeb::vm {
 
 template <class T>
 using Unary = void (*)(int, const T*, T*);
+template <class T>
+using Binary = void (*)(int, const T*, const T*, T*);
+template <class T>
+using WithScalar = void (*)(int, const T*, T, T*);
 
 struct KernelTable {
     // Exponential and logarithms.
     Unary<double> dExp_HA, dExp_50, dLn_HA, dLn_50, dLog10_HA, dLog10_50;
     Unary<float> sExp_HA, sExp_21, sExp_11, sLn_HA, sLn_21, sLn_11, sLog10_HA, sLog10_21, sLog10_11;
+    // Division and power.
+    Binary<double> dDiv_HA, dDiv_50, dPow_HA, dPow_50;
+    Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
+    WithScalar<double> dPowx_HA, dPowx_50;
+    WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
 };
 
 // The table of the class in use.
@@ -43,4 +52,12 @@ void dLn_HA(int n, const double* a, double* r);
 void sLn_HA(int n, const float* a, float* r);
 void dLog10_HA(int n, const double* a, double* r);
 void sLog10_HA(int n, const float* a, float* r);
+void dDiv_HA(int n, const double* a, const double* b, double* r);
+void sDiv_HA(int n, const float* a, const float* b, float* r);
+void dPow_HA(int n, const double* a, const double* b, double* r);
+void dPow_50(int n, const double* a, const double* b, double* r);
+void sPow_HA(int n, const float* a, const float* b, float* r);
+void sPow_21(int n, const float* a, const float* b, float* r);
+void dPowx_HA(int n, const double* a, double b, double* r);
+void sPowx_HA(int n, const float* a, float b, float* r);
 }  // namespace xeb::baseline

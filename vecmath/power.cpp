@@ -54,6 +54,7 @@
 #include "frame/kernel_frame.h"
 #include "frame/simd.h"
 #include "vecmath/explog_tables.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/power.h"
 #include "xebruk/vm_power.h"
 
@@ -544,30 +545,39 @@ void run_scalar(int n, const T* a, T b, T* r) {
 }
 }  // namespace
 
-extern "C" {
-
-void xebdPow_HA(int n, const double* a, const double* b, double* r) {
+void xeb::baseline::dPow_HA(int n, const double* a, const double* b, double* r) {
     run<xeb::PowKernel<xeb::DoubleHA, false, xeb::kPowD>>(n, binary(a, b, r));
 }
-void xebdPow_50(int n, const double* a, const double* b, double* r) {
+void xeb::baseline::dPow_50(int n, const double* a, const double* b, double* r) {
     run<xeb::PowKernel<xeb::Double50, false, xeb::kPow50>>(n, binary(a, b, r));
 }
-void xebsPow_HA(int n, const float* a, const float* b, float* r) {
+void xeb::baseline::sPow_HA(int n, const float* a, const float* b, float* r) {
     run<xeb::PowKernel<xeb::SingleHA, false, xeb::kPowS>>(n, binary(a, b, r));
 }
-void xebsPow_21(int n, const float* a, const float* b, float* r) {
+void xeb::baseline::sPow_21(int n, const float* a, const float* b, float* r) {
     run<xeb::PowKernel<xeb::Single21, false, xeb::kPow21>>(n, binary(a, b, r));
 }
-void xebsPow_11(int n, const float* a, const float* b, float* r) { xebsPow_21(n, a, b, r); }
-
-void xebdPowx_HA(int n, const double* a, double b, double* r) {
+void xeb::baseline::dPowx_HA(int n, const double* a, double b, double* r) {
     run_scalar<xeb::PowKernel<xeb::DoubleHA, true, xeb::kPowxD>>(n, a, b, r);
 }
-void xebdPowx_50(int n, const double* a, double b, double* r) { xebdPowx_HA(n, a, b, r); }
-void xebsPowx_HA(int n, const float* a, float b, float* r) {
+void xeb::baseline::sPowx_HA(int n, const float* a, float b, float* r) {
     run_scalar<xeb::PowKernel<xeb::SingleHA, true, xeb::kPowxS>>(n, a, b, r);
 }
-void xebsPowx_21(int n, const float* a, float b, float* r) { xebsPowx_HA(n, a, b, r); }
-void xebsPowx_11(int n, const float* a, float b, float* r) { xebsPowx_HA(n, a, b, r); }
+
+using xeb::vm::active;
+
+extern "C" {
+
+void xebdPow_HA(int n, const double* a, const double* b, double* r) { active.dPow_HA(n, a, b, r); }
+void xebdPow_50(int n, const double* a, const double* b, double* r) { active.dPow_50(n, a, b, r); }
+void xebsPow_HA(int n, const float* a, const float* b, float* r) { active.sPow_HA(n, a, b, r); }
+void xebsPow_21(int n, const float* a, const float* b, float* r) { active.sPow_21(n, a, b, r); }
+void xebsPow_11(int n, const float* a, const float* b, float* r) { active.sPow_11(n, a, b, r); }
+
+void xebdPowx_HA(int n, const double* a, double b, double* r) { active.dPowx_HA(n, a, b, r); }
+void xebdPowx_50(int n, const double* a, double b, double* r) { active.dPowx_50(n, a, b, r); }
+void xebsPowx_HA(int n, const float* a, float b, float* r) { active.sPowx_HA(n, a, b, r); }
+void xebsPowx_21(int n, const float* a, float b, float* r) { active.sPowx_21(n, a, b, r); }
+void xebsPowx_11(int n, const float* a, float b, float* r) { active.sPowx_11(n, a, b, r); }
 
 }  // extern "C"
