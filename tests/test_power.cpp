@@ -97,8 +97,10 @@ TEST(Power, SpecialArgumentsInEveryForm) {
     check_special_rows<double>(xebdPow_HA, xebdPowx_HA, "_xebdPow_HA", "_xebdPowx_HA", 0xFFF8000000000000ull);
     check_special_rows<double>(xebdPow_50, xebdPowx_50, "_xebdPow_50", "_xebdPowx_HA", 0xFFF8000000000000ull);
     check_special_rows<float>(xebsPow_HA, xebsPowx_HA, "_xebsPow_HA", "_xebsPowx_HA", 0xFFC00000u);
-    check_special_rows<float>(xebsPow_21, static_cast<PowxS>(nullptr), "_xebsPow_21", "", 0xFFC00000u);
-    check_special_rows<float>(xebsPow_11, xebsPowx_11, "_xebsPow_21", "_xebsPowx_HA", 0xFFC00000u);
+    // The SIMD classes run the single HA code for the lower forms.
+    const char* s21 = xebGetKernelClass() == XEB_KERNEL_BASELINE ? "_xebsPow_21" : "_xebsPow_HA";
+    check_special_rows<float>(xebsPow_21, static_cast<PowxS>(nullptr), s21, "", 0xFFC00000u);
+    check_special_rows<float>(xebsPow_11, xebsPowx_11, s21, "_xebsPowx_HA", 0xFFC00000u);
 }
 
 // Results with a tolerance (0: these exact bits), all without events or status.

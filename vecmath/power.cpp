@@ -530,6 +530,10 @@ constexpr char kPowxS[] = "_xebsPowx_HA";
 }  // namespace
 
 int powParity(double y) { return pow_parity(y); }
+PowSpecial powSpecialS(float x, float y) {
+    const Decision<float> d = pow_special(x, y);
+    return {d.decided, d.result, d.code, d.magnitude, d.sign};
+}
 
 }  // namespace xeb
 
