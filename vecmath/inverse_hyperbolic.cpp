@@ -15,15 +15,19 @@
 // Error budget, in ulps of the result:
 //   w carries three or four roundings of 2^-64 relative (sqrt halves the
 //   error of its argument); log w inherits them as an absolute error of
-//   about 2^-63, which counts where the result is small: up to 0.3 ulp for
-//   Asinh and Atanh at the low end of their fast ranges (2^-9, 2^-10),
-//   where w is near 1; Acosh's x^2 - 1 loses up to 10 bits at x = 1.0005
-//   (a relative 2^-54 in w - 1, halved by the square root: 0.13 ulp);
+//   up to 2^-63, which counts where the result is small: up to 0.3 ulp for
+//   Asinh at the low end of its fast range (2^-9), where w is near 1.  Atanh
+//   forms w = 2|x| / (1 - |x|) + 1, whose one rounding near 1 is 2^-64
+//   (0.125 ulp at 2^-10).  Acosh's x^2 - 1 loses up to 10 bits at
+//   x = 1.0005 (a relative 2^-54 in w - 1, halved by the square root:
+//   0.13 ulp);
 //   r = t rcp_i with rcp_i rounded to double: 2^-62 absolute, < 0.25 ulp
 //   in the table rows just above 1;
 //   the polynomial and the sums at 80 bits: < 0.05 ulp;
-//   the store: 0.5 ulp.  Bound 0.9 ulp; measured 0.63 (Asinh), 0.56 (Acosh),
-//   0.62 (Atanh).
+//   the store: 0.5 ulp.  Bounds 0.8 (Asinh), 0.85 (Acosh), 0.75 (Atanh);
+//   measured 0.68 (Asinh near 0.002), 0.62 (Atanh), 0.63 (Acosh in its fast
+//   range, 0.76 on [1, 1.00048828125), where the fitted near-1 polynomial
+//   below sets it).
 // Outside the fast ranges: Asinh below 2^-9 x - x^3/6 + 3 x^5/40 and Atanh
 // below 2^-10 x + x^3/3 + x^5/5 (truncations below 2^-58 relative); Acosh
 // on [1, 1.00048828125) sqrt(2d) (1 + d (C1 + d (C2 + d C3))), d = x - 1
@@ -34,7 +38,7 @@
 // result), its logarithm from the same table (hi + lo, rcp) and
 // r + r^2 (L0 + L1 r + L2 r^2) on [0, 1/256) (fitted, 2^-36.5 relative):
 // below 2^-35 relative before the rounding to float.  Bound 0.51 ulp;
-// measured 0.50.  Fast ranges: Asinh from 2^-12, Acosh from 1, Atanh from
+// measured 0.5001.  Fast ranges: Asinh from 2^-12, Acosh from 1, Atanh from
 // 2^-10; below them the series of the double forms in double.
 #include <algorithm>
 #include <cmath>
@@ -71,28 +75,28 @@ inline double through_x87(double x) {
 
 // ---------------------------------------------------------------- logarithm of w
 
-// log w for w >= 1 held at 80 bits: its exponent e, row i = the top eight
-// fraction bits, and t = the rest of the significand, exactly.
+// log w for w >= 1 held at 80 bits.  The exponent e and the row i are read
+// from w rounded to double (which may carry into the next row or binade:
+// then t below is a hair negative, which the polynomial takes as well);
+// t = w 2^-e - c_i is exact, both terms lying in [1, 2].  w from 2^1022 on
+// (Asinh and Acosh near the largest double, up to 2^1025) is scaled by 2^-64
+// first, so that it has a double image and 2^-e is normal.
 inline long double log_extended(long double w) {
-    unsigned char image[sizeof(long double)];
-    std::memcpy(image, &w, sizeof image);
-    uint64_t significand;
-    uint16_t exponent;
-    std::memcpy(&significand, image, 8);
-    std::memcpy(&exponent, image + 8, 2);
-    const int e = static_cast<int>(exponent & 0x7FFF) - 0x3FFF;
-    const LogRow& row = explog::lnTable[(significand >> 55) & 0xFF];
-    // 1 + t: the significand with its top eight fraction bits cleared.
-    const uint64_t one_plus_t = significand & 0x807FFFFFFFFFFFFFull;
-    std::memcpy(image, &one_plus_t, 8);
-    const uint16_t exponent_of_one = 0x3FFF;
-    std::memcpy(image + 8, &exponent_of_one, 2);
-    long double m;
-    std::memcpy(&m, image, sizeof m);
-    const long double r = (m - 1.0L) * row.rcp;
+    int scaled = 0;
+    if (w >= 0x1p1022L) {
+        w *= 0x1p-64L;
+        scaled = 64;
+    }
+    const uint64_t b = bits(static_cast<double>(w));
+    const int e = static_cast<int>(b >> 52) - 1023;
+    const unsigned i = (b >> 44) & 0xFF;
+    const LogRow& row = explog::lnTable[i];
+    const double unscale = double_from_bits(static_cast<uint64_t>(1023 - e) << 52);
+    const double c = double_from_bits(0x3FF0000000000000ull | static_cast<uint64_t>(i) << 44);
+    const long double r = (w * unscale - c) * row.rcp;
     const double(&A)[6] = explog::kLnPoly;
     const long double q = r * (A[0] + r * (A[1] + r * (A[2] + r * (A[3] + r * (A[4] + r * A[5])))));
-    return ((e * x87_ln2() + row.hi) + row.lo) + q;
+    return (((e + scaled) * x87_ln2() + row.hi) + row.lo) + q;
 }
 
 // ---------------------------------------------------------------- double kernels
