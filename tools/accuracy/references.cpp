@@ -1,5 +1,7 @@
 #include "accuracy/references.h"
 
+#include <mpfr.h>
+
 #include <cmath>
 
 namespace xt {
@@ -20,6 +22,19 @@ long double sin_(long double x) { return sinl(x); }
 long double cos_(long double x) { return cosl(x); }
 long double tan_(long double x) { return tanl(x); }
 
+// Hyperbolic and inverse hyperbolic: MPFR at 128 bits, rounded once to
+// long double.
+template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
+long double mpfr_ref(long double x) {
+    mpfr_t v;
+    mpfr_init2(v, 128);
+    mpfr_set_ld(v, x, MPFR_RNDN);
+    F(v, v, MPFR_RNDN);
+    const long double r = mpfr_get_ld(v, MPFR_RNDN);
+    mpfr_clear(v);
+    return r;
+}
+
 const Reference kReferences[] = {
     {"Inv", inv},
     {"Div", nullptr, div},
@@ -36,6 +51,12 @@ const Reference kReferences[] = {
     {"Cos", cos_},
     {"SinCos", sin_, nullptr, cos_},
     {"Tan", tan_},
+    {"Sinh", mpfr_ref<mpfr_sinh>},
+    {"Cosh", mpfr_ref<mpfr_cosh>},
+    {"Tanh", mpfr_ref<mpfr_tanh>},
+    {"Asinh", mpfr_ref<mpfr_asinh>},
+    {"Acosh", mpfr_ref<mpfr_acosh>},
+    {"Atanh", mpfr_ref<mpfr_atanh>},
 };
 
 }  // namespace
