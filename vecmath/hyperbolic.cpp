@@ -10,11 +10,12 @@
 // The one half in the scale keeps E+ finite up to the overflow bound.
 // Error budget, relative to the result before the store:
 //   c and s: truncation (r ln 2)^4/24 and (r ln 2)^5/120, below 2^-66;
-//   y: log2(e) in 64 bits and the product, < 745 2^-65 + 2^-64 |y| absolute,
-//   which e^x inherits times ln 2: up to 0.3 ulp at |x| = 710;
+//   y: log2(e) in 64 bits (2^-65 relative) and the product rounded to 64
+//   bits (< 2^-55 absolute for |y| < 1024): together < 2^-54 absolute at
+//   |x| = 710, which e^x inherits times ln 2: up to 0.35 ulp there;
 //   E+- : three 80-bit table entries and three products each, < 6 2^-64;
-//   the store: 0.5 ulp.  Bound 0.8 ulp; measured 0.67 (Sinh and Cosh, near
-//   |x| = 700), 0.51 below |x| = 1.
+//   the store: 0.5 ulp.  Bound 0.9 ulp; measured 0.83 (Cosh) and 0.77
+//   (Sinh) near |x| = 700, 0.51 below |x| = 1.
 // Sinh for small |x| would divide the errors of E+ - E- by tanh x (they
 // cancel: 1.14 ulp measured at 0.00097), so below 1/16 it is a series:
 // x + x^3 (1/6 + x^2/120) up to 0.00095 (truncation x^7/5040, < 2^-62
