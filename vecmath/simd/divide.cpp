@@ -13,35 +13,17 @@
 //    baseline divides in SSE too, so its NaNs are the hardware's.
 #include <cstdint>
 
-#include "frame/class_frame.h"
 #include "vecmath/kernel_table.h"
+#include "vecmath/simd/lanes.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
 namespace {
 
-using namespace simd;
-using class_frame::Arrays;
-
-template <int N>
-using D = Vec<double, N>;
-template <int N>
-using U = Vec<uint64_t, N>;
-template <int N>
-using F = Vec<float, N>;
-template <int N>
-using W = Vec<uint32_t, N>;
-
-constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
 constexpr uint64_t kQuietBit = 0x0008000000000000ull;
 constexpr uint64_t kSignificand = 0x000FFFFFFFFFFFFFull;
-constexpr uint32_t kAbsF = 0x7FFFFFFFu;
 constexpr uint32_t kInfF = 0x7F800000u;
-
-inline uint64_t bits(double x) { return bitcast<uint64_t>(D<1>{x}).v; }
-inline uint32_t bits(float x) { return bitcast<uint32_t>(F<1>{x}).v; }
-inline double double_of(uint64_t u) { return bitcast<double>(U<1>{u}).v; }
 
 struct DivD {
     using V = D<kNative<double>>;
@@ -102,6 +84,8 @@ struct DivS {
 };
 
 }  // namespace
+
+#undef XEB_INLINE
 
 void divide_entries(vm::KernelTable& t) {
     t.dDiv_HA = t.dDiv_50 = class_frame::binary<DivD>;

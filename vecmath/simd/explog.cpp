@@ -42,18 +42,12 @@
 // below 2^-45 relative before the one rounding to float.  Bound 0.51.
 #include <cstdint>
 
-#include "frame/class_frame.h"
-#include "vecmath/explog_shared.h"
 #include "vecmath/simd/explog_core.h"
 #include "vecmath/kernel_table.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
 namespace {
-
-using namespace simd;
-using class_frame::Arrays;
-namespace ex = explog;
 
 struct ExpD : ExpVector<double> {
     using V = D<kNative<double>>;
