@@ -8,7 +8,10 @@
 // hardware would pick differently from the baseline:
 //  - double: a zero divisor (event 2 whatever the numerator, the baseline's
 //    rule) and lanes with a NaN in either input: of two NaNs the baseline's
-//    x87 division does not always return the numerator, as SSE does.
+//    x87 division does not always return the numerator, as SSE does.  (With
+//    a signalling NaN among the two, the baseline's pick depends on the
+//    order in which its compiled code loads them; here it is as if both
+//    were quiet.)
 //  - single: a zero divisor (event 2 unless the numerator is a NaN).  The
 //    baseline divides in SSE too, so its NaNs are the hardware's.
 #include <cstdint>
@@ -42,15 +45,13 @@ struct DivD {
         return a / b;
     }
 
-    // The baseline's choice between two NaNs.  Its x87 division loads the
-    // divisor (which quiets it) and takes the numerator from memory: a
-    // signalling numerator gives the divisor; two quiet NaNs give the
-    // larger significand, the positive one on a tie.
+    // The baseline's choice between two quiet NaNs: the larger
+    // significand, the positive one on a tie.  A signalling NaN is taken
+    // quiet first.
     static double either_nan(uint64_t a, uint64_t b) {
-        const uint64_t qb = b | kQuietBit;
-        if ((a & kQuietBit) == 0) return double_of(qb);
-        const uint64_t sa = a & kSignificand, sb = qb & kSignificand;
-        return double_of(sa > sb ? a : sb > sa ? qb : a & qb);
+        const uint64_t qa = a | kQuietBit, qb = b | kQuietBit;
+        const uint64_t sa = qa & kSignificand, sb = qb & kSignificand;
+        return double_of(sa > sb ? qa : sb > sa ? qb : qa & qb);
     }
     static void one(double a, double b, int i, const Arrays<double>& x) {
         const uint64_t ua = bits(a), ub = bits(b);
