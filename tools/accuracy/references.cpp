@@ -1,6 +1,9 @@
 #include "accuracy/references.h"
 
 #include <cmath>
+#ifdef XEBRUK_ACCURACY_MPFR
+#include <mpfr.h>
+#endif
 
 namespace xt {
 
@@ -20,6 +23,42 @@ long double sin_(long double x) { return sinl(x); }
 long double cos_(long double x) { return cosl(x); }
 long double tan_(long double x) { return tanl(x); }
 
+#ifdef XEBRUK_ACCURACY_MPFR
+// MPFR, correctly rounded to the 64-bit significand.
+using MpfrUnary = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t);
+template <MpfrUnary F>
+long double mpfr_of(long double x) {
+    thread_local struct Work {
+        mpfr_t v;
+        Work() { mpfr_init2(v, 64); }
+        ~Work() { mpfr_clear(v); }
+    } w;
+    mpfr_set_ld(w.v, x, MPFR_RNDN);
+    F(w.v, w.v, MPFR_RNDN);
+    return mpfr_get_ld(w.v, MPFR_RNDN);
+}
+// The angle of (x, y): y first, as the kernels take it.
+long double atan2_(long double y, long double x) {
+    thread_local struct Work {
+        mpfr_t y, x;
+        Work() { mpfr_inits2(64, y, x, static_cast<mpfr_ptr>(nullptr)); }
+        ~Work() { mpfr_clears(y, x, static_cast<mpfr_ptr>(nullptr)); }
+    } w;
+    mpfr_set_ld(w.y, y, MPFR_RNDN);
+    mpfr_set_ld(w.x, x, MPFR_RNDN);
+    mpfr_atan2(w.y, w.y, w.x, MPFR_RNDN);
+    return mpfr_get_ld(w.y, MPFR_RNDN);
+}
+long double asin_(long double x) { return mpfr_of<mpfr_asin>(x); }
+long double acos_(long double x) { return mpfr_of<mpfr_acos>(x); }
+long double atan_(long double x) { return mpfr_of<mpfr_atan>(x); }
+#else
+long double asin_(long double x) { return asinl(x); }
+long double acos_(long double x) { return acosl(x); }
+long double atan_(long double x) { return atanl(x); }
+long double atan2_(long double y, long double x) { return atan2l(y, x); }
+#endif
+
 const Reference kReferences[] = {
     {"Inv", inv},
     {"Div", nullptr, div},
@@ -36,6 +75,10 @@ const Reference kReferences[] = {
     {"Cos", cos_},
     {"SinCos", sin_, nullptr, cos_},
     {"Tan", tan_},
+    {"Asin", asin_},
+    {"Acos", acos_},
+    {"Atan", atan_},
+    {"Atan2", nullptr, atan2_},
 };
 
 }  // namespace
