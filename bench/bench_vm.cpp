@@ -1,9 +1,11 @@
 // Every vector kernel of the catalogue with code of its own against its
-// family's peer: glibc's libm (or a plain loop compiled at -O2 for the
-// reciprocal and the division) in a loop over the same arrays, timed in
-// pairs (paired.h: the counter "ratio" is ours / peer).  Kernels that
-// forward to another are the same code and are not run again.  A new
-// family adds its row to kPeers.
+// family's peers: glibc's libm (or a plain loop compiled at -O2 for the
+// reciprocal and the division) in a loop over the same arrays, and for some
+// families SLEEF's u10 forms in AVX2, timed in pairs (paired.h: the counter
+// "ratio" is ours / peer).  Kernels that forward to another are the same
+// code and are not run again.  A new family adds its rows to kPeers.
+//
+//   taskset -c 1 bench_vm --benchmark_filter=Asin --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 #include <cmath>
 #include <random>
 #include <string>
@@ -11,6 +13,9 @@
 
 #include "catalogue/vector_kernels.h"
 #include "paired.h"
+#ifdef XEBRUK_BENCH_SLEEF
+#include "sleef_invtrig.h"
+#endif
 
 namespace {
 
@@ -60,6 +65,10 @@ template <class T> T inv_cbrt(T x) { return T(1) / std::cbrt(x); }
 template <class T> T sin_(T x) { return std::sin(x); }
 template <class T> T cos_(T x) { return std::cos(x); }
 template <class T> T tan_(T x) { return std::tan(x); }
+template <class T> T asin_(T x) { return std::asin(x); }
+template <class T> T acos_(T x) { return std::acos(x); }
+template <class T> T atan_(T x) { return std::atan(x); }
+template <class T> T atan2_(T y, T x) { return std::atan2(y, x); }
 
 template <template <class> class Loops>
 struct Both {
@@ -105,7 +114,11 @@ const Arguments kPositive{"", 0.5, 1000, 0.5f, 1000};
 const Arguments kExponents{"", -20, 20, -20, 20};
 const Arguments kNone{"", 0, 0, 0, 0};
 
-const std::vector<PeerRow> kPeers = {
+const Arguments kUnit{"", -1, 1, -1, 1};
+const Arguments kPlane{"", -10, 10, -10, 10};
+
+std::vector<PeerRow> peers() {
+    std::vector<PeerRow> rows = {
     {"Inv", "loop", one<inv, inv>(), {kPositive}, kNone, {1000, 1000000}},
     {"Div", "loop", two<divide, divide>(), {kPositive}, kPositive, {1000, 1000000}},
     {"Exp", "exp", one<exp_, exp_>(), {{"", -700, 700, -87, 87}}, kNone, {1000, 1000000}},
@@ -122,7 +135,37 @@ const std::vector<PeerRow> kPeers = {
     {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"SinCos", "sincos", sincos_loops(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone,
      {1000}},
-};
+    {"Asin", "asin", one<asin_, asin_>(), {kUnit}, kNone, {1000, 1000000}},
+    {"Acos", "acos", one<acos_, acos_>(), {kUnit}, kNone, {1000, 1000000}},
+    {"Atan", "atan", one<atan_, atan_>(), {kPlane}, kNone, {1000, 1000000}},
+    {"Atan2", "atan2", two<atan2_, atan2_>(), {kPlane}, kPlane, {1000, 1000000}},
+    };
+#ifdef XEBRUK_BENCH_SLEEF
+    __builtin_cpu_init();
+    const auto d = xbench::sleef_invtrig_d();
+    const auto s = xbench::sleef_invtrig_s();
+    const Both<PeerLoops> asin_u10{{d.asin}, {s.asin}}, acos_u10{{d.acos}, {s.acos}}, atan_u10{{d.atan}, {s.atan}};
+    const Both<PeerLoops> atan2_u10{{nullptr, d.atan2}, {nullptr, s.atan2}};
+    rows.push_back({"Asin", "sleef_u10", asin_u10, {kUnit}, kNone, {1000, 1000000}});
+    rows.push_back({"Acos", "sleef_u10", acos_u10, {kUnit}, kNone, {1000, 1000000}});
+    rows.push_back({"Atan", "sleef_u10", atan_u10, {kPlane}, kNone, {1000, 1000000}});
+    rows.push_back({"Atan2", "sleef_u10", atan2_u10, {kPlane}, kPlane, {1000, 1000000}});
+#endif
+    return rows;
+}
+const std::vector<PeerRow> kPeers = peers();
+
+// Whether the peer's loop for the row's shape exists (SLEEF's need AVX2).
+template <class T>
+bool has_loop(const PeerLoops<T>& p, Shape shape) {
+    switch (shape) {
+    case Shape::OneInput: return p.one != nullptr;
+    case Shape::TwoInputs: return p.two != nullptr;
+    case Shape::ScalarArgument: return p.scalar != nullptr;
+    case Shape::TwoOutputs: return p.two_outputs != nullptr;
+    }
+    return false;
+}
 
 template <class T>
 std::vector<T> draw(const Arguments& args, int n, uint64_t seed) {
@@ -164,7 +207,9 @@ void register_all() {
         if (k.forwards_to != nullptr) continue;
         for (const PeerRow& p : kPeers) {
             if (k.family != p.family) continue;
-            const std::string peer = std::string(p.peer) + (k.precision == 's' && p.peer != std::string("loop") ? "f" : "");
+            if (!(k.precision == 'd' ? has_loop(p.loops.d, k.shape) : has_loop(p.loops.s, k.shape))) continue;
+            const bool libm_name = std::string(p.peer) != "loop" && std::string(p.peer).rfind("sleef", 0) != 0;
+            const std::string peer = std::string(p.peer) + (k.precision == 's' && libm_name ? "f" : "");
             for (const Arguments& a : p.a) {
                 std::string name = k.name + "_vs_" + peer;
                 if (*a.label) name += std::string("/") + a.label;
