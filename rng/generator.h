@@ -45,4 +45,29 @@ inline long double word_value(uint32_t w) {
     return static_cast<long double>(static_cast<int32_t>(w)) + kTopBitTerm[w >> 31];
 }
 
+// Real kernels of generators of words: n words, a stack block at a time,
+// from words(k, w) (which writes the next k words to w and advances the
+// state), each turned into a result by convert(word).  The integer
+// passes run at full speed; the conversion has a loop of its own.
+template <class Word, class T, class Words, class Convert>
+void convert_words(int32_t n, T* r, Words words, Convert convert) {
+    constexpr int32_t kBlock = 4096;
+    Word w[kBlock];
+    for (int32_t done = 0; done < n; done += kBlock) {
+        const int32_t k = n - done < kBlock ? n - done : kBlock;
+        words(k, w);
+        for (int32_t i = 0; i < k; ++i) r[done + i] = convert(w[i]);
+    }
+}
+
+// w * c + lo in the 64-bit significand, for words below 2^63.
+struct WordScale {
+    long double c, lo;
+    // c = (b - a) * unit, from a and b of either precision.
+    WordScale(long double a, long double b, long double unit) : c((b - a) * unit), lo(a) {}
+    long double operator()(uint64_t w) const {
+        return static_cast<long double>(static_cast<int64_t>(w)) * c + lo;
+    }
+};
+
 }  // namespace xeb::rng
