@@ -85,16 +85,14 @@ void xor_run(uint32_t* __restrict dst, const uint32_t* __restrict u,
     for (int32_t i = 0; i < count; ++i) dst[i] = u[i] ^ v[i];
 }
 
-// out[j] = w[j] ^ w[j + d] for j in [from, to), w[i] being lin[i] below
-// 250 and out[i - 250] above, in stretches of at most 250 - d so that
-// every word read is already there.
-void run_lags(uint32_t* out, const uint32_t* lin, int32_t d, int32_t from, int32_t to) {
+// out[j] = w[j] ^ w[j + d] for j below n, w[i] being lin[i] below 250 and
+// out[i - 250] above, in stretches of 250 - d so that every word read is
+// already there.  The stretches from 0 end at 250 - d, where w[j + d]
+// passes into out, and one ends at 250, where w[j] does.
+void run_lags(uint32_t* out, const uint32_t* lin, int32_t d, int32_t n) {
     const int32_t stretch = kRing - d;
-    for (int32_t j = from; j < to;) {
-        // The two words read come from one side of 250 throughout the stretch.
-        int32_t end = std::min(to, j + stretch);
-        if (j < kRing) end = std::min(end, kRing);
-        if (j < kRing - d) end = std::min(end, kRing - d);
+    for (int32_t j = 0; j < n;) {
+        const int32_t end = std::min(n, j < kRing ? std::min(j + stretch, kRing) : j + stretch);
         const uint32_t* u = j < kRing ? lin + j : out + (j - kRing);
         const uint32_t* v = j + d < kRing ? lin + j + d : out + (j + d - kRing);
         xor_run(out + j, u, v, end - j);
@@ -123,7 +121,7 @@ void generate(R250::State& s, int32_t n, uint32_t* out) {
     uint32_t lin[kRing];
     std::memcpy(lin, s.ring + first, sizeof(uint32_t) * static_cast<std::size_t>(kRing - first));
     std::memcpy(lin + (kRing - first), s.ring, sizeof(uint32_t) * static_cast<std::size_t>(first));
-    run_lags(out, lin, d, 0, n);
+    run_lags(out, lin, d, n);
     // The ring after n steps holds w[n .. n + 249] from place first + n on.
     uint32_t last[kRing];
     const int32_t kept = std::max(kRing - n, 0);  // words of lin still in the ring
