@@ -45,29 +45,44 @@ inline long double word_value(uint32_t w) {
     return static_cast<long double>(static_cast<int32_t>(w)) + kTopBitTerm[w >> 31];
 }
 
-// Real kernels of generators of words: n words, a stack block at a time,
-// from words(k, w) (which writes the next k words to w and advances the
-// state), each turned into a result by convert(word).  The integer
-// passes run at full speed; the conversion has a loop of its own.
-template <class Word, class T, class Words, class Convert>
-void convert_words(int32_t n, T* r, Words words, Convert convert) {
+// Jumps of a multiplicative congruential generator x <- a x (mod m) that
+// keeps x and a: k steps ahead is x a^k, and every s-th element is the
+// generator with multiplier a^s (both powers of the old a).  pow(a, e) and
+// mul(x, y) work modulo m.  A negative count has no power: it is refused
+// before anything changes.
+template <class Word, class Pow, class Mul>
+int32_t mcg_leapfrog(Word& x, Word& a, int32_t k, int32_t nstreams, Pow pow, Mul mul) {
+    if (k < 0 || nstreams < 0) return RUK_ERROR_NO_LEAPFROG;
+    const Word a0 = a;
+    x = mul(x, pow(a0, k));
+    a = pow(a0, nstreams);
+    return RUK_OK;
+}
+template <class Word, class Pow, class Mul>
+int32_t mcg_skip_ahead(Word& x, Word a, int32_t nskip, Pow pow, Mul mul) {
+    if (nskip < 0) return RUK_ERROR_NO_SKIP;
+    x = mul(x, pow(a, nskip));
+    return RUK_OK;
+}
+
+// Real kernel of a generator of words below 2^63: r[i] = w c + a with
+// c = (b - a) unit, formed in the 64-bit significand and rounded once at
+// the store (a and b of either precision).  words(k, w) writes the next k
+// words to w and advances the state; they come a stack block at a time, so
+// that the integer pass runs at full speed and the conversion has a loop
+// of its own.
+template <class Word, class T, class Words>
+int32_t real_from_words(int32_t n, T* r, T a, T b, long double unit, Words words) {
     constexpr int32_t kBlock = 4096;
+    const long double c = (static_cast<long double>(b) - a) * unit, lo = a;
     Word w[kBlock];
     for (int32_t done = 0; done < n; done += kBlock) {
         const int32_t k = n - done < kBlock ? n - done : kBlock;
         words(k, w);
-        for (int32_t i = 0; i < k; ++i) r[done + i] = convert(w[i]);
+        for (int32_t i = 0; i < k; ++i)
+            r[done + i] = static_cast<T>(static_cast<long double>(static_cast<int64_t>(w[i])) * c + lo);
     }
+    return RUK_OK;
 }
-
-// w * c + lo in the 64-bit significand, for words below 2^63.
-struct WordScale {
-    long double c, lo;
-    // c = (b - a) * unit, from a and b of either precision.
-    WordScale(long double a, long double b, long double unit) : c((b - a) * unit), lo(a) {}
-    long double operator()(uint64_t w) const {
-        return static_cast<long double>(static_cast<int64_t>(w)) * c + lo;
-    }
-};
 
 }  // namespace xeb::rng

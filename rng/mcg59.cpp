@@ -52,20 +52,11 @@ struct Mcg59 {
         return RUK_OK;
     }
 
-    // x <- x a^k, a <- a^nstreams (both from the old a).  A negative index
-    // or stride has no power; such a leapfrog is refused.
     static int32_t leapfrog(State& s, int32_t k, int32_t nstreams) {
-        if (k < 0 || nstreams < 0) return RUK_ERROR_NO_LEAPFROG;
-        const uint64_t a = s.multiplier;
-        s.x = mul_mod_2p59(s.x, rukiPowMod2P59(a, k));
-        s.multiplier = rukiPowMod2P59(a, nstreams);
-        return RUK_OK;
+        return mcg_leapfrog(s.x, s.multiplier, k, nstreams, rukiPowMod2P59, mul_mod_2p59);
     }
-
     static int32_t skip_ahead(State& s, int32_t nskip) {
-        if (nskip < 0) return RUK_ERROR_NO_SKIP;
-        s.x = mul_mod_2p59(s.x, rukiPowMod2P59(s.multiplier, nskip));
-        return RUK_OK;
+        return mcg_skip_ahead(s.x, s.multiplier, nskip, rukiPowMod2P59, mul_mod_2p59);
     }
 };
 
@@ -73,11 +64,10 @@ static_assert(sizeof(Mcg59::State) + kStreamHeaderBytes == 32, "MCG59 streamSize
 
 constexpr int kChains = 8;
 
-// n values x, x a, x a^2, ... through out(i, x); x is left at the next
-// value.  (The state's words may come from a file: x is masked once, so
-// every value handed out is below 2^59.)
-template <class Out>
-void generate(Mcg59::State& s, int32_t n, Out out) {
+// n values x, x a, x a^2, ... to out; x is left at the next value.  (The
+// state's words may come from a file: x is masked once, so every value
+// handed out is below 2^59.)
+void generate(Mcg59::State& s, int32_t n, uint64_t* out) {
     const uint64_t a = s.multiplier;
     uint64_t x = s.x & kMask59;
     int32_t i = 0;
@@ -89,13 +79,13 @@ void generate(Mcg59::State& s, int32_t n, Out out) {
         for (; i + kChains <= n; i += kChains)
 #pragma GCC unroll 8
             for (int j = 0; j < kChains; ++j) {
-                out(i + j, chain[j]);
+                out[i + j] = chain[j];
                 chain[j] = mul_mod_2p59(chain[j], stride);
             }
         x = chain[0];
     }
     for (; i < n; ++i) {
-        out(i, x);
+        out[i] = x;
         x = mul_mod_2p59(x, a);
     }
     s.x = x;
@@ -104,11 +94,8 @@ void generate(Mcg59::State& s, int32_t n, Out out) {
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<Mcg59::State>(stream);
-    const WordScale scale(a, b, kTwoToMinus59);
-    convert_words<uint64_t>(
-        n, r, [&s](int32_t k, uint64_t* w) { generate(s, k, [w](int32_t i, uint64_t x) { w[i] = x; }); },
-        [scale](uint64_t x) { return static_cast<T>(scale(x)); });
-    return RUK_OK;
+    return real_from_words<uint64_t>(n, r, a, b, kTwoToMinus59,
+                                     [&s](int32_t k, uint64_t* w) { generate(s, k, w); });
 }
 
 }  // namespace
@@ -130,7 +117,7 @@ int32_t rukBRngMCG59InitStream(int32_t method, RukStream* stream, int32_t n,
 }
 
 int32_t rukiBRngMCG59(RukStream* stream, int32_t n, uint64_t* r) {
-    generate(state_of<Mcg59::State>(stream), n, [r](int32_t i, uint64_t x) { r[i] = x; });
+    generate(state_of<Mcg59::State>(stream), n, r);
     return RUK_OK;
 }
 

@@ -183,8 +183,7 @@ constexpr JumpTable kJumps = make_jumps();
 
 // 8 chains of 2^k steps from s: out[j 2^k + i] is step i of chain j; s is
 // left after all 8 2^k steps.  Chain pairs (2h, 2h + 1) share a vector.
-template <class Out>
-void chain_block(Mrg32k3a::State& s, int log_steps, Out out) {
+void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
     const int32_t steps = int32_t{1} << log_steps;
     uint32_t start[kChains + 1][6];
     std::memcpy(start[0], &s, sizeof s);
@@ -200,9 +199,9 @@ void chain_block(Mrg32k3a::State& s, int log_steps, Out out) {
             c[h].x[i] = U64x2{start[2 * h][i], start[2 * h + 1][i]};
             c[h].y[i] = U64x2{start[2 * h][3 + i], start[2 * h + 1][3 + i]};
         }
-    auto put = [&out, steps](int h, int32_t i, U64x2 z) {
-        out(2 * h * steps + i, static_cast<uint32_t>(z[0]));
-        out((2 * h + 1) * steps + i, static_cast<uint32_t>(z[1]));
+    auto put = [out, steps](int h, int32_t i, U64x2 z) {
+        out[2 * h * steps + i] = static_cast<uint32_t>(z[0]);
+        out[(2 * h + 1) * steps + i] = static_cast<uint32_t>(z[1]);
     };
     int32_t i = 0;
     for (; i + 3 <= steps; i += 3)
@@ -218,15 +217,13 @@ void chain_block(Mrg32k3a::State& s, int log_steps, Out out) {
     }
 }
 
-// n outputs z through out(i, z), in blocks of chains while they pay, then
-// one chain.
-template <class Out>
-void generate(Mrg32k3a::State& s, int32_t n, Out out) {
+// n outputs z to out, in blocks of chains while they pay, then one chain.
+void generate(Mrg32k3a::State& s, int32_t n, uint32_t* out) {
     int32_t done = 0;
     while (n - done >= kChains << kMinLog) {
         int log_steps = kMinLog;
         while (log_steps < kMaxLog && (int64_t{kChains} << (log_steps + 1)) <= n - done) ++log_steps;
-        chain_block(s, log_steps, [&out, done](int32_t i, uint32_t z) { out(done + i, z); });
+        chain_block(s, log_steps, out + done);
         done += kChains << log_steps;
     }
     // One chain, three steps a round; its ring is put back in order.
@@ -237,17 +234,17 @@ void generate(Mrg32k3a::State& s, int32_t n, Out out) {
     }
     int32_t i = done;
     for (; i + 3 <= n; i += 3) {
-        out(i, static_cast<uint32_t>(c.step<0>()));
-        out(i + 1, static_cast<uint32_t>(c.step<1>()));
-        out(i + 2, static_cast<uint32_t>(c.step<2>()));
+        out[i] = static_cast<uint32_t>(c.step<0>());
+        out[i + 1] = static_cast<uint32_t>(c.step<1>());
+        out[i + 2] = static_cast<uint32_t>(c.step<2>());
     }
     int oldest = 0;
     if (i < n) {
-        out(i++, static_cast<uint32_t>(c.step<0>()));
+        out[i++] = static_cast<uint32_t>(c.step<0>());
         oldest = 1;
     }
     if (i < n) {
-        out(i++, static_cast<uint32_t>(c.step<1>()));
+        out[i++] = static_cast<uint32_t>(c.step<1>());
         oldest = 2;
     }
     for (int k = 0; k < 3; ++k) {
@@ -259,11 +256,8 @@ void generate(Mrg32k3a::State& s, int32_t n, Out out) {
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<Mrg32k3a::State>(stream);
-    const WordScale scale(a, b, kInverseM1);
-    convert_words<uint32_t>(
-        n, r, [&s](int32_t k, uint32_t* w) { generate(s, k, [w](int32_t i, uint32_t z) { w[i] = z; }); },
-        [scale](uint32_t z) { return static_cast<T>(scale(z)); });
-    return RUK_OK;
+    return real_from_words<uint32_t>(n, r, a, b, kInverseM1,
+                                     [&s](int32_t k, uint32_t* w) { generate(s, k, w); });
 }
 
 }  // namespace
@@ -287,7 +281,7 @@ int32_t rukBRngMRG32K3AInitStream(int32_t method, RukStream* stream, int32_t n,
 }
 
 int32_t rukiBRngMRG32K3A(RukStream* stream, int32_t n, uint32_t* r) {
-    generate(state_of<Mrg32k3a::State>(stream), n, [r](int32_t i, uint32_t z) { r[i] = z; });
+    generate(state_of<Mrg32k3a::State>(stream), n, r);
     return RUK_OK;
 }
 

@@ -138,11 +138,8 @@ void generate(R250::State& s, int32_t n, uint32_t* out) {
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<R250::State>(stream);
-    const WordScale scale(a, b, 0x1p-32L);
-    convert_words<uint32_t>(
-        n, r, [&s](int32_t k, uint32_t* w) { generate(s, k, w); },
-        [scale](uint32_t v) { return static_cast<T>(scale(v)); });
-    return RUK_OK;
+    return real_from_words<uint32_t>(n, r, a, b, 0x1p-32L,
+                                     [&s](int32_t k, uint32_t* w) { generate(s, k, w); });
 }
 
 }  // namespace

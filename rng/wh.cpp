@@ -79,23 +79,18 @@ int32_t seed(WhState& s, const WhParameters& p, int32_t n, const uint32_t* param
     return RUK_OK;
 }
 
-// x_i <- x_i a_i^k, a_i <- a_i^nstreams (both from the old a_i).  Negative
-// counts have no power and are refused.
-int32_t leapfrog(WhState& s, const WhParameters& p, int32_t k, int32_t nstreams) {
-    if (k < 0 || nstreams < 0) return RUK_ERROR_NO_LEAPFROG;
-    for (int i = 0; i < kWhComponents; ++i) {
-        const uint32_t m = p.modulus[i], a = s.a[i];
-        s.x[i] = mul_mod(s.x[i], rukiPowMod(a, k, m), m);
-        s.a[i] = rukiPowMod(a, nstreams, m);
+// jump(x_i, a_i, pow, mul) for each component, with the powers and
+// products of its modulus.  The counts are the same for all components, so
+// a refusal comes before any of them changes.
+template <class Jump>
+int32_t jump_components(WhState& s, const WhParameters& p, Jump jump) {
+    int32_t status = RUK_OK;
+    for (int i = 0; i < kWhComponents && status == RUK_OK; ++i) {
+        const uint32_t m = p.modulus[i];
+        status = jump(s.x[i], s.a[i], [m](uint32_t a, int32_t e) { return rukiPowMod(a, e, m); },
+                      [m](uint32_t x, uint32_t y) { return mul_mod(x, y, m); });
     }
-    return RUK_OK;
-}
-
-int32_t skip_ahead(WhState& s, const WhParameters& p, int32_t nskip) {
-    if (nskip < 0) return RUK_ERROR_NO_SKIP;
-    for (int i = 0; i < kWhComponents; ++i)
-        s.x[i] = mul_mod(s.x[i], rukiPowMod(s.a[i], nskip, p.modulus[i]), p.modulus[i]);
-    return RUK_OK;
+    return status;
 }
 
 typedef double F64x2 __attribute__((vector_size(16)));
@@ -217,10 +212,16 @@ int32_t rukBRngWHInitStream(int32_t method, RukStream* stream, int32_t n, const 
     switch (method) {
         case RUK_INIT_NEW:
             return seed(s, p, n, params);
-        case RUK_INIT_LEAPFROG:
-            return leapfrog(s, p, static_cast<int32_t>(params[0]), n);
+        case RUK_INIT_LEAPFROG: {
+            const int32_t k = static_cast<int32_t>(params[0]);
+            return jump_components(s, p, [k, n](uint32_t& x, uint32_t& a, auto pow, auto mul) {
+                return mcg_leapfrog(x, a, k, n, pow, mul);
+            });
+        }
         case RUK_INIT_SKIPAHEAD:
-            return skip_ahead(s, p, n);
+            return jump_components(s, p, [n](uint32_t& x, uint32_t& a, auto pow, auto mul) {
+                return mcg_skip_ahead(x, a, n, pow, mul);
+            });
         default:
             return RUK_ERROR_UNKNOWN_METHOD;
     }
