@@ -163,8 +163,8 @@ struct Chain {
 
 // Jumps of 2^k steps for the chains of a block, k = kMinLog .. kMaxLog.
 constexpr int kChains = 8;
-constexpr int kMinLog = 6;   // below 8 chains of 256 steps, one chain is as fast
-constexpr int kMaxLog = 28;  // 8 chains of 2^28 steps cover any 32-bit count
+constexpr int kMinLog = 5;   // below 8 chains of 32 steps the jumps cost more than they save
+constexpr int kMaxLog = 27;  // 8 chains of 2^27 steps: the largest block below 2^31
 
 struct JumpTable {
     Matrix3 x[kMaxLog + 1], y[kMaxLog + 1];
