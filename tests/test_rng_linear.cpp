@@ -437,6 +437,13 @@ TEST(Mcg59, MillionthValueSeedsAndJumps) {
     make(big, RUK_BRNG_MCG59, {77});
     for (int i = 0; i < 3; ++i) ASSERT_EQ(rukSkipAheadStream(big.get(), 0x7FFFFFFF), RUK_OK);
     EXPECT_EQ(element59(words(big.get(), 1), 0), 77 * pow59(a, 3 * uint64_t{0x7FFFFFFF}) & kMask59);
+    // The widest leapfrog: its elements lie past 2^32 in the parent sequence.
+    StreamHandle wide;
+    make(wide, RUK_BRNG_MCG59, {77});
+    ASSERT_EQ(rukLeapfrogStream(wide.get(), 0x7FFFFFFE, 0x7FFFFFFF), RUK_OK);
+    const Words w = words(wide.get(), 4);
+    for (int j = 0; j < 4; ++j)
+        EXPECT_EQ(element59(w, j), 77 * pow59(a, 0x7FFFFFFE + j * uint64_t{0x7FFFFFFF}) & kMask59) << j;
 }
 
 // ---- R250 -------------------------------------------------------------------

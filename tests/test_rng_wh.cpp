@@ -142,16 +142,22 @@ TEST(Wh, IdsSeedsAndTheSequence) {
 }
 
 TEST(Wh, JumpsPastTwoTo32) {
-    // Skips adding up past 2^32 land on x_i a_i^k.
+    // Skips adding up past 2^32 land on x_i a_i^k,
     StreamHandle h;
     const uint32_t seed[4] = {101, 202, 303, 404};
     ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_WH + 200, 4, seed), RUK_OK);
     for (int i = 0; i < 3; ++i) ASSERT_EQ(rukSkipAheadStream(h.get(), 0x7FFFFFFF), RUK_OK);
-    const Words got = draw(h.get(), 1);
+    // and the widest leapfrog deals elements from past 2^32 in the parent.
+    StreamHandle wide;
+    ASSERT_EQ(rukNewStreamEx(wide.out(), RUK_BRNG_WH + 200, 4, seed), RUK_OK);
+    ASSERT_EQ(rukLeapfrogStream(wide.get(), 0x7FFFFFFE, 0x7FFFFFFF), RUK_OK);
+    const Words got = draw(h.get(), 1), dealt = draw(wide.get(), 3);
+    const WhParameters& p = kWhParameters[200];
     for (int i = 0; i < 4; ++i) {
-        const WhParameters& p = kWhParameters[200];
-        EXPECT_EQ(got[i], seed[i] * pow_mod(p.multiplier[i], 3 * uint64_t{0x7FFFFFFF}, p.modulus[i]) %
-                              p.modulus[i]);
+        const uint64_t a = p.multiplier[i], m = p.modulus[i];
+        EXPECT_EQ(got[i], seed[i] * pow_mod(a, 3 * uint64_t{0x7FFFFFFF}, m) % m);
+        for (int j = 0; j < 3; ++j)
+            EXPECT_EQ(dealt[4 * j + i], seed[i] * pow_mod(a, 0x7FFFFFFE + j * uint64_t{0x7FFFFFFF}, m) % m);
     }
 }
 
