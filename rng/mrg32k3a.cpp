@@ -146,17 +146,18 @@ inline T combine(T p, T q) {
 }
 
 // One chain, or two chains in the lanes of a vector: the last three values
-// of each component in a ring of three slots.  Step I (taken mod 3 in
-// turn) finds x[n-3] and y[n-3] in slot I, x[n-2] in slot I + 1 and
-// y[n-1] in slot I + 2, replaces slot I with the new values and returns z.
+// of each component, oldest first.  A step returns z.
 template <class T>
 struct Chain {
     T x[3], y[3];
-    template <int I>
     inline T step() {
-        const T p = next_x(x[I], x[(I + 1) % 3]), q = next_y(y[I], y[(I + 2) % 3]);
-        x[I] = p;
-        y[I] = q;
+        const T p = next_x(x[0], x[1]), q = next_y(y[0], y[2]);
+        x[0] = x[1];
+        x[1] = x[2];
+        x[2] = p;
+        y[0] = y[1];
+        y[1] = y[2];
+        y[2] = q;
         return combine(p, q);
     }
 };
@@ -203,18 +204,8 @@ void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
         out[2 * h * steps + i] = static_cast<uint32_t>(z[0]);
         out[(2 * h + 1) * steps + i] = static_cast<uint32_t>(z[1]);
     };
-    int32_t i = 0;
-    for (; i + 3 <= steps; i += 3)
-        for (int h = 0; h < kChains / 2; ++h) {
-            put(h, i, c[h].step<0>());
-            put(h, i + 1, c[h].step<1>());
-            put(h, i + 2, c[h].step<2>());
-        }
-    // 2^k = 1 or 2 (mod 3): one or two steps more.
-    for (int h = 0; h < kChains / 2; ++h) {
-        put(h, i, c[h].step<0>());
-        if (i + 1 < steps) put(h, i + 1, c[h].step<1>());
-    }
+    for (int32_t i = 0; i < steps; ++i)
+        for (int h = 0; h < kChains / 2; ++h) put(h, i, c[h].step());
 }
 
 // n outputs z to out, in blocks of chains while they pay, then one chain.
@@ -226,30 +217,15 @@ void generate(Mrg32k3a::State& s, int32_t n, uint32_t* out) {
         chain_block(s, log_steps, out + done);
         done += kChains << log_steps;
     }
-    // One chain, three steps a round; its ring is put back in order.
     Chain<uint64_t> c;
     for (int k = 0; k < 3; ++k) {
         c.x[k] = s.x[k];
         c.y[k] = s.y[k];
     }
-    int32_t i = done;
-    for (; i + 3 <= n; i += 3) {
-        out[i] = static_cast<uint32_t>(c.step<0>());
-        out[i + 1] = static_cast<uint32_t>(c.step<1>());
-        out[i + 2] = static_cast<uint32_t>(c.step<2>());
-    }
-    int oldest = 0;
-    if (i < n) {
-        out[i++] = static_cast<uint32_t>(c.step<0>());
-        oldest = 1;
-    }
-    if (i < n) {
-        out[i++] = static_cast<uint32_t>(c.step<1>());
-        oldest = 2;
-    }
+    for (int32_t i = done; i < n; ++i) out[i] = static_cast<uint32_t>(c.step());
     for (int k = 0; k < 3; ++k) {
-        s.x[k] = static_cast<uint32_t>(c.x[(oldest + k) % 3]);
-        s.y[k] = static_cast<uint32_t>(c.y[(oldest + k) % 3]);
+        s.x[k] = static_cast<uint32_t>(c.x[k]);
+        s.y[k] = static_cast<uint32_t>(c.y[k]);
     }
 }
 
