@@ -129,7 +129,7 @@ inline T next_x(T x1, T x2) {  // below 2^53 + 2^52 + 2^32 before the fold
 }
 
 template <class T>
-inline T next_y(T y1, T y3) {  // below 2^51 + 2^53 + 2^32 before the folds
+inline T next_y(T y1, T y3) {  // below 2^52 + 2^53 + 2^32 before the folds
     T t = mul32(y3, kA21) + mul32(y1 ^ kLow32, kA23) + kOffset2;
     t = mul32(t >> 32, kDelta2) + (t & kLow32);
     t = mul32(t >> 32, kDelta2) + (t & kLow32);
