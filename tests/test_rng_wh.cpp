@@ -62,20 +62,18 @@ TEST(WhParameters, PrimeModuliAndMultipliersOfFullOrder) {
             ASSERT_TRUE(moduli.insert(m).second) << m << " in set " << k;
         }
     }
-    struct Fixed {
-        int sub;
-        WhParameters p;
+    // The fixed sets: sub-id, multipliers, moduli.
+    const uint32_t fixed[4][9] = {
+        {0, 125, 117, 127, 126, 16770647, 16770643, 16770623, 16770617},
+        {1, 127, 126, 125, 123, 16770311, 16770283, 16770263, 16770209},
+        {2, 125, 119, 123, 126, 16769807, 16769771, 16769749, 16769663},
+        {272, 126, 127, 125, 124, 16766363, 16766359, 16766327, 16766231},
     };
-    const Fixed fixed[] = {
-        {0, {{125, 117, 127, 126}, {16770647, 16770643, 16770623, 16770617}, {}}},
-        {1, {{127, 126, 125, 123}, {16770311, 16770283, 16770263, 16770209}, {}}},
-        {2, {{125, 119, 123, 126}, {16769807, 16769771, 16769749, 16769663}, {}}},
-        {272, {{126, 127, 125, 124}, {16766363, 16766359, 16766327, 16766231}, {}}},
-    };
-    for (const Fixed& f : fixed) {
-        EXPECT_EQ(0, std::memcmp(kWhParameters[f.sub].multiplier, f.p.multiplier, 4)) << f.sub;
-        EXPECT_EQ(0, std::memcmp(kWhParameters[f.sub].modulus, f.p.modulus, 16)) << f.sub;
-    }
+    for (const auto& f : fixed)
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(kWhParameters[f[0]].multiplier[i], f[1 + i]) << f[0];
+            EXPECT_EQ(kWhParameters[f[0]].modulus[i], f[5 + i]) << f[0];
+        }
 }
 
 // Components x_i <- a_i x_i mod m_i, one element at a time.
