@@ -68,6 +68,7 @@ constexpr int kChains = 8;
 // state's words may come from a file: x is masked once, so every value
 // handed out is below 2^59.)
 void generate(Mcg59::State& s, int32_t n, uint64_t* out) {
+    if (n <= 0) return;
     const uint64_t a = s.multiplier;
     uint64_t x = s.x & kMask59;
     int32_t i = 0;
