@@ -213,11 +213,23 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
         {"--gen wh --id 273", "wh has parameter sets 0 to 272, not 273"},
         {"--gen mcg59 --id 1", "mcg59 has one parameter set"},
         {"--gen wh --id -1", "--id wants a parameter set"},
+        // A full disk was exit 0 with nothing written.
+        {"--n 5 --out /dev/full", "cannot write '/dev/full': No space left on device"},
+        {"--n 5 > /dev/full", "cannot write 'standard output': No space left on device"},
     };
     for (const auto& [args, message] : cases) {
         const CliResult r = run_cli(args);
         EXPECT_NE(r.exit_code, 0) << args;
         EXPECT_NE(r.err.find(message), std::string::npos) << args << ": " << r.err;
+    }
+}
+
+TEST(CliRng, HelpPrintsTheUsage) {
+    for (const char* command : {" rng --help", " help rng", " rng --law gaussian -h"}) {
+        const std::string out = temp_path("help.txt");
+        const int status = std::system((std::string(XEBRUK_CLI_PATH) + command + " > " + out).c_str());
+        EXPECT_EQ(WEXITSTATUS(status), 0) << command;
+        EXPECT_EQ(take(out).rfind("usage: xebruk rng", 0), 0u) << command;
     }
 }
 
