@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "frame/kernel_frame.h"
 #include "rng/stream.h"
 
 namespace xeb::rng {
@@ -69,7 +70,8 @@ int32_t mcg_skip_ahead(Word& x, Word a, int32_t nskip, Pow pow, Mul mul) {
 
 // Real kernel of a generator of words below 2^63: r[i] = w c + a with
 // c = (b - a) unit, formed in the 64-bit significand and rounded once at
-// the store (a and b of either precision).  words(k, w) writes the next k
+// the store (a and b of either precision), under the stream control words
+// (x87 at 64 bits, both units rounding to nearest).  words(k, w) writes the next k
 // words to w and advances the state; they come a stack block at a time, so
 // that the integer pass runs at full speed and the conversion has a loop
 // of its own.
@@ -80,6 +82,7 @@ int32_t mcg_skip_ahead(Word& x, Word a, int32_t nskip, Pow pow, Mul mul) {
 // long as no w c leaves the normal range of T (checked on c).
 template <class Word, class T, class Words>
 int32_t real_from_words(int32_t n, T* r, T a, T b, long double unit, Words words) {
+    const frame::StreamControlWords control_words;
     constexpr int32_t kBlock = 4096;
     const long double c = (static_cast<long double>(b) - a) * unit, lo = a;
     int exponent = 0;

@@ -24,7 +24,7 @@
 #include <cstring>
 
 #include "rng/generator.h"
-#include "rng/state_checks.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
 
@@ -92,6 +92,15 @@ void generate(Mcg59::State& s, int32_t n, uint64_t* out) {
     s.x = x;
 }
 
+// A state seeding and moves can make: x non-zero below 2^59 (an odd
+// multiplier never takes it to 0), the multiplier odd below 2^59.
+bool valid_state(const unsigned char* bytes) {
+    Mcg59::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    return s.x != 0 && s.x <= kMask59 && (s.multiplier & 1) && s.multiplier <= kMask59;
+}
+const StateCheckRegistration kLoadCheck{rukBRngMCG59InitStream, valid_state};
+
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<Mcg59::State>(stream);
@@ -101,12 +110,6 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
 
 }  // namespace
 
-bool mcg59_state_is_valid(const unsigned char* state, std::size_t size) {
-    Mcg59::State s;
-    if (size != sizeof s) return false;
-    std::memcpy(&s, state, sizeof s);
-    return s.x != 0 && s.x <= kMask59 && (s.multiplier & 1) && s.multiplier <= kMask59;
-}
 
 }  // namespace xeb::rng
 

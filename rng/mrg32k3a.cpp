@@ -41,7 +41,7 @@
 
 #include "rng/generator.h"
 #include "rng/modular.h"
-#include "rng/state_checks.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
 
@@ -229,6 +229,17 @@ void generate(Mrg32k3a::State& s, int32_t n, uint32_t* out) {
     }
 }
 
+// A state seeding and skips can make: every value below its modulus, and
+// no component all zero (it would stay zero).
+bool valid_state(const unsigned char* bytes) {
+    Mrg32k3a::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    for (int i = 0; i < 3; ++i)
+        if (s.x[i] >= kM1 || s.y[i] >= kM2) return false;
+    return (s.x[0] | s.x[1] | s.x[2]) != 0 && (s.y[0] | s.y[1] | s.y[2]) != 0;
+}
+const StateCheckRegistration kLoadCheck{rukBRngMRG32K3AInitStream, valid_state};
+
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<Mrg32k3a::State>(stream);
@@ -238,14 +249,6 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
 
 }  // namespace
 
-bool mrg32k3a_state_is_valid(const unsigned char* state, std::size_t size) {
-    Mrg32k3a::State s;
-    if (size != sizeof s) return false;
-    std::memcpy(&s, state, sizeof s);
-    for (int i = 0; i < 3; ++i)
-        if (s.x[i] >= kM1 || s.y[i] >= kM2) return false;
-    return (s.x[0] | s.x[1] | s.x[2]) != 0 && (s.y[0] | s.y[1] | s.y[2]) != 0;
-}
 
 }  // namespace xeb::rng
 

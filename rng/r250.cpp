@@ -31,7 +31,7 @@
 #include <cstring>
 
 #include "rng/generator.h"
-#include "rng/state_checks.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
 
 namespace xeb::rng {
@@ -135,6 +135,16 @@ void generate(R250::State& s, int32_t n, uint32_t* out) {
     s.second = ring_place(place + d);
 }
 
+// A state seeding and draws can make: both positions on the ring, the
+// second 103 after the first.  Any ring is one (250 seed words are taken
+// as they come).
+bool valid_state(const unsigned char* bytes) {
+    R250::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    return s.first >= 0 && s.first < kRing && s.second == (s.first + kDistance) % kRing;
+}
+const StateCheckRegistration kLoadCheck{rukBRngR250InitStream, valid_state};
+
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<R250::State>(stream);
@@ -144,12 +154,6 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
 
 }  // namespace
 
-bool r250_state_is_valid(const unsigned char* state, std::size_t size) {
-    R250::State s;
-    if (size != sizeof s) return false;
-    std::memcpy(&s, state, sizeof s);
-    return s.first >= 0 && s.first < kRing && s.second == (s.first + kDistance) % kRing;
-}
 
 }  // namespace xeb::rng
 

@@ -37,9 +37,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 #include "rng/registry.h"
-#include "rng/state_checks.h"
+#include "rng/load_checks.h"
 #include "rng/wh.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
@@ -123,6 +124,18 @@ bool fits_double_products(const WhState& s, const WhParameters& p) {
     return true;
 }
 
+// A state seeding and moves can make for set `sub`: components and
+// multipliers (powers of a primitive root) in 1 .. m_i - 1.
+bool valid_state(const unsigned char* bytes, int32_t sub) {
+    WhState s;
+    std::memcpy(&s, bytes, sizeof s);
+    if (sub < 0 || sub >= kWhSets) return false;
+    for (int i = 0; i < kWhComponents; ++i)
+        if (s.x[i] == 0 || s.a[i] == 0) return false;
+    return fits_double_products(s, kWhParameters[sub]);
+}
+const StateCheckRegistration kLoadCheck{rukBRngWHInitStream, valid_state};
+
 constexpr int kChains = 4;
 
 // n elements through out(i, element), the components before each advance.
@@ -169,6 +182,7 @@ void generate(WhState& s, const WhParameters& p, int32_t n, Out out) {
 // Components as doubles, 4 per element, a block at a time, then the sums.
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
+    const frame::StreamControlWords control_words;
     constexpr int32_t kBlock = 1024;
     const WhParameters& p = parameters_of(stream);
     WhState& s = state_of<WhState>(stream);
@@ -192,15 +206,6 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
 
 }  // namespace
 
-bool wh_state_is_valid(const unsigned char* state, std::size_t size, int32_t sub) {
-    WhState s;
-    if (size != sizeof s || sub < 0 || sub >= kWhSets) return false;
-    std::memcpy(&s, state, sizeof s);
-    const WhParameters& p = kWhParameters[sub];
-    for (int i = 0; i < kWhComponents; ++i)
-        if (s.x[i] == 0 || s.a[i] == 0) return false;
-    return fits_double_products(s, p);
-}
 
 }  // namespace xeb::rng
 

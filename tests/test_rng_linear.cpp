@@ -1,11 +1,10 @@
 // MRG32K3A, MCG59 and R250 against references written here (the published
 // MRG32K3A outputs and jump matrices, big-integer powers, a plain R250),
 // and, with WH, what every linear generator keeps: block splits, real
-// output against its words, skip-ahead and leapfrog against drawing,
-// refusals that leave the state, stream files and the state checks.
+// output against its words, skip-ahead and leapfrog against drawing, and
+// refusals that leave the state.  (Stream files of each, and the states
+// their loads refuse, are in test_rng_file.)
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -17,7 +16,6 @@
 #include <vector>
 
 #include "rng/modular.h"
-#include "rng/state_checks.h"
 #include "rng/wh.h"
 #include "support/scale.h"
 #include "support/streams.h"
@@ -67,26 +65,22 @@ struct Linear {
     bool jumps;  // leapfrog (MCG59, WH) or skip-ahead (those and MRG32K3A)
     bool leapfrog;
     long double (*unit)(const uint32_t* w);
-    bool (*valid)(const Bytes& state);
     int scale_bits;  // the scale's error is below 2^-scale_bits (b - a)
 };
 const Linear kLinear[] = {
     {"MRG32K3A", RUK_BRNG_MRG32K3A, {1, 2, 3, 4, 5, 6}, true, false,
-     [](const uint32_t* w) { return w[0] / static_cast<long double>(kM1); },
-     [](const Bytes& b) { return xeb::rng::mrg32k3a_state_is_valid(b.data(), b.size()); }, 53},
+     [](const uint32_t* w) { return w[0] / static_cast<long double>(kM1); }, 53},
     {"MCG59", RUK_BRNG_MCG59, {0x9E3779B9, 0x12345}, true, true,
-     [](const uint32_t* w) { return std::ldexp(static_cast<long double>(w[0] | uint64_t{w[1]} << 32), -59); },
-     [](const Bytes& b) { return xeb::rng::mcg59_state_is_valid(b.data(), b.size()); }, 62},
+     [](const uint32_t* w) { return std::ldexp(static_cast<long double>(w[0] | uint64_t{w[1]} << 32), -59); }, 62},
     {"R250", RUK_BRNG_R250, {4357}, false, false,
-     [](const uint32_t* w) { return std::ldexp(static_cast<long double>(w[0]), -32); },
-     [](const Bytes& b) { return xeb::rng::r250_state_is_valid(b.data(), b.size()); }, 62},
+     [](const uint32_t* w) { return std::ldexp(static_cast<long double>(w[0]), -32); }, 62},
     {"WH", RUK_BRNG_WH + kWhSub, {11, 22, 33, 44}, true, true,
      [](const uint32_t* w) {
          long double s = 0;
          for (int i = 0; i < 4; ++i) s += w[i] / static_cast<long double>(xeb::rng::kWhParameters[kWhSub].modulus[i]);
          return s - std::floor(s);
      },
-     [](const Bytes& b) { return xeb::rng::wh_state_is_valid(b.data(), b.size(), kWhSub); }, 50},
+     50},
 };
 
 TEST(LinearGenerators, OneCallEqualsAnySplit) {
@@ -226,32 +220,6 @@ TEST(LinearGenerators, RefusalsLeaveTheState) {
         EXPECT_TRUE(d == 7 && f == 7 && w[0] == 7 && w[3] == 7) << g.name;
         EXPECT_EQ(state(h.get()), before) << g.name;
     }
-}
-
-TEST(LinearGenerators, StreamFilesAndStateChecks) {
-    const std::string path = testing::TempDir() + "xebruk_linear_" + std::to_string(getpid());
-    for (const Linear& g : kLinear) {
-        StreamHandle h, back;
-        make(h, g.id, g.seed);
-        EXPECT_TRUE(g.valid(state(h.get()))) << g.name;
-        words(h.get(), 1001);
-        EXPECT_EQ(rukSkipAheadStream(h.get(), 12345), g.jumps ? RUK_OK : RUK_ERROR_NO_SKIP);
-        ASSERT_EQ(rukSaveStreamF(h.get(), path.c_str(), -1), RUK_OK);
-        ASSERT_EQ(rukLoadStreamF(back.out(), path.c_str()), RUK_OK);
-        EXPECT_EQ(back->brngId, g.id);
-        EXPECT_TRUE(g.valid(state(back.get()))) << g.name;
-        EXPECT_EQ(words(back.get(), 777), words(h.get(), 777)) << g.name;
-        // States no seed leads to, and the wrong size.
-        Bytes bad = state(h.get());
-        EXPECT_FALSE(g.valid(Bytes(bad.begin(), bad.end() - 4))) << g.name;
-        std::memset(bad.data(), 0, bad.size());
-        EXPECT_FALSE(g.valid(bad)) << g.name;
-        bad = state(h.get());
-        // A component past its modulus, x past 2^59, or a position past the ring.
-        std::memset(bad.data() + (g.id == RUK_BRNG_R250 ? 1000 : g.id == RUK_BRNG_MCG59 ? 4 : 0), 0xFF, 4);
-        EXPECT_FALSE(g.valid(bad)) << g.name;
-    }
-    std::remove(path.c_str());
 }
 
 // ---- MRG32K3A ---------------------------------------------------------------
