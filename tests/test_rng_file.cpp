@@ -255,9 +255,9 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
         {"MCG59 even multiplier", stream_file(RUK_BRNG_MCG59, 5, [&](Bytes& b) { b[28] ^= 1; })},
         {"R250 first 250", stream_file(RUK_BRNG_R250, 5, [&](Bytes& b) { put_at<int32_t>(b, 1020, 250); })},
         {"R250 second not 103 on", stream_file(RUK_BRNG_R250, 5, [&](Bytes& b) { put_at<int32_t>(b, 1024, 104); })},
-        // Set 5's own modulus (below those of other sets) and a zero multiplier.
-        {"WH x4 = m4", stream_file(RUK_BRNG_WH + 5, 5, [&](Bytes& b) { put_at(b, 32, xeb::rng::kWhParameters[5].modulus[3]); })},
-        {"WH a1 = 0", stream_file(RUK_BRNG_WH + 5, 5, [&](Bytes& b) { put_at<uint32_t>(b, 36, 0); })},
+        // Set 272's own modulus (below set 0's) and a zero multiplier.
+        {"WH x4 = m4", stream_file(RUK_BRNG_WH + 272, 5, [&](Bytes& b) { put_at(b, 32, xeb::rng::kWhParameters[272].modulus[3]); })},
+        {"WH a1 = 0", stream_file(RUK_BRNG_WH + 272, 5, [&](Bytes& b) { put_at<uint32_t>(b, 36, 0); })},
         {"Gaussian double pair of 1 byte", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {}, 1)},
         {"Gaussian single pair of 16 bytes", with_chunk(RUK_CHUNK_GAUSSIAN_SINGLE_PAIR, {}, 16)},
         {"Gaussian pair outside [0, 1]", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {0.5, 1.5}, 16)},
