@@ -20,7 +20,7 @@
 #include "support/control_words.h"
 #include "support/scale.h"
 #include "support/streams.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "xebruk/xebruk.h"
 
 namespace {
