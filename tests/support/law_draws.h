@@ -1,6 +1,6 @@
-// Helpers of the discrete-law suites: draws on fresh streams, a scripted
-// generator whose numbers, statuses and call counts a test sets and reads,
-// and the report of a chi-square test.
+// Helpers of the law suites: draws on fresh streams, a scripted generator
+// whose numbers, statuses and calls a test sets and reads, and the report
+// of a chi-square test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -33,23 +33,32 @@ Ints draw(int32_t id, uint32_t seed, std::size_t n,
     return r;
 }
 
-// A generator that hands out given numbers as they stand (whatever the
-// interval), records the count of every call and answers given statuses.
+// A registered generator that hands out a script: the numbers to return
+// (used cyclically; as they stand whatever the interval, or, scaled, as
+// uniforms on (0, 1) mapped onto the interval a call asks for), the status
+// of each call (missing ones are 0), and a log of every call's count and
+// element size (8 for a double kernel's call, 4 for a float's).
 struct Script {
-    std::vector<double> values;  // used cyclically
-    std::vector<int32_t> statuses, calls;
+    std::vector<double> values;
+    std::vector<int32_t> statuses;
+    bool scaled = false;
+    std::vector<int32_t> calls;
+    std::vector<int> element_sizes;
     std::size_t next = 0;
 };
 inline Script script;
-inline void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
-    script = Script{std::move(values), std::move(statuses), {}, 0};
+inline void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}, bool scaled = false) {
+    script = Script{std::move(values), std::move(statuses), scaled, {}, {}, 0};
 }
 template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T, T) {
+int32_t script_fill(RukStream*, int32_t n, T* r, T a, T b) {
     const std::size_t call = script.calls.size();
     script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i)
-        r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
+    script.element_sizes.push_back(sizeof(T));
+    for (int32_t i = 0; i < n; ++i) {
+        const double v = script.values[script.next++ % script.values.size()];
+        r[i] = static_cast<T>(script.scaled ? a + (b - a) * v : v);
+    }
     return call < script.statuses.size() ? script.statuses[call] : RUK_OK;
 }
 inline int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
