@@ -36,6 +36,11 @@ using convcorr::BoxSum;
 using convcorr::Job;
 using convcorr::kBoxMaxRank;
 
+// No <algorithm> here: its inline templates would be emitted outside the
+// class's namespace.
+constexpr int64_t lesser(int64_t a, int64_t b) { return a < b ? a : b; }
+constexpr int64_t greater(int64_t a, int64_t b) { return a < b ? b : a; }
+
 // How the lanes of one operand lie for one term.
 enum class Lanes { Same, Consecutive, Strided };
 
@@ -81,73 +86,118 @@ struct Block {
     std::ptrdiff_t first_lane, second_lane;  // from lane g to lane g+1
     std::ptrdiff_t first_term, second_term;  // from term t to t+1 along dimension 0
     int64_t terms;                            // most terms of any lane along dimension 0
+    T* z;                                     // lane 0's output
+    std::ptrdiff_t z_lane;
 };
 
-// The sums of U N lanes.  Unmasked: every lane has `terms` terms per row.
-// Masked (U = 1): lane g has count[g].
+// Stores lanes 0 .. k-1 of acc, rounded to T, at z + g step.
+template <class T, class A, int N>
+[[gnu::always_inline]] inline void store_lanes(simd::Vec<A, N> acc, int k, T* z, std::ptrdiff_t step) {
+    simd::Vec<T, N> v;
+    if constexpr (std::is_same_v<A, T>) v = acc;
+    else v = simd::convert<T>(acc);
+    if (k == N && step == 1) {
+        simd::store(z, v);
+        return;
+    }
+    for (int g = 0; g < k; ++g) z[g * step] = simd::lane(v, g);
+}
+
+// The outputs of `blocks` consecutive blocks of U N lanes, stored.
+// Unmasked: every lane has `terms` terms per row.  Masked (U = 1, one
+// block): lane g has count[g], and lanes from k on are not stored.
 template <class T, class A, int N, int U, Lanes LF, Lanes LS, bool Masked>
-void sum_block(const Block<T>& b, const Rows& rows, bool from_zero,
-               simd::SVec<A, N> count, simd::Vec<A, N>* acc) {
+void sum_blocks(Block<T> b, const Rows& rows, bool from_zero, simd::SVec<A, N> count, int64_t blocks, int k) {
     using VA = simd::Vec<A, N>;
     using MT = simd::MaskOf<T, N>;
     constexpr int B = static_cast<int>(sizeof(T));
     constexpr std::ptrdiff_t kVec = N;
-    simd::MaskOf<A, N> live{};
-    MT live_t{};
-    bool fresh = !from_zero;
-    if (from_zero)
-        for (int u = 0; u < U; ++u) acc[u] = simd::broadcast<VA>(A(0));
-    const T* fr = b.first;
-    const T* sr = b.second;
-    int64_t a[kBoxMaxRank] = {};
-    for (;;) {
-        for (int64_t t = 0; t < b.terms; ++t) {
-            const T* ft = fr + t * b.first_term;
-            const T* st = sr + t * b.second_term;
-            if constexpr (Masked) {
-                live = simd::compare<simd::Cmp::Gt>(count, static_cast<typename simd::Traits<decltype(count)>::Lane>(t));
-                live_t = simd::resize<B>(live);
-            }
-            for (int u = 0; u < U; ++u) {
-                const VA y = term<A, N, LS, Masked>(st + u * kVec * b.second_lane, b.second_lane, live_t);
-                const VA x = term<A, N, LF, Masked>(ft + u * kVec * b.first_lane, b.first_lane, live_t);
-                const VA product = y * x;
-                if (fresh) acc[u] = product;  // every lane has its first term at t = 0
-                else if constexpr (Masked) acc[u] = simd::select(live, acc[u] + product, acc[u]);
-                else acc[u] = acc[u] + product;
-            }
-            fresh = false;
+    // Lanes with term t left (every lane that has any has term 0).
+    auto live_at = [&](int64_t t) {
+        if constexpr (Masked)
+            return simd::compare<simd::Cmp::Gt>(count, static_cast<typename simd::Traits<simd::SVec<A, N>>::Lane>(t));
+        else return simd::MaskOf<A, N>{};
+    };
+    auto product = [&](const T* ft, const T* st, int u, simd::MaskOf<A, N> live) {
+        const MT live_t = simd::resize<B>(live);
+        // Lanes::Same: the lane step is 0, and one element serves every vector.
+        const std::ptrdiff_t ds = LS == Lanes::Same ? 0 : u * kVec * b.second_lane;
+        const std::ptrdiff_t df = LF == Lanes::Same ? 0 : u * kVec * b.first_lane;
+        const VA y = term<A, N, LS, Masked>(st + ds, b.second_lane, live_t);
+        const VA x = term<A, N, LF, Masked>(ft + df, b.first_lane, live_t);
+        return y * x;
+    };
+    for (; blocks > 0; --blocks) {
+        VA acc[U];
+        const T* fr = b.first;
+        const T* sr = b.second;
+        int64_t t0 = 0;
+        if (from_zero) {
+#pragma GCC unroll 4
+            for (int u = 0; u < U; ++u) acc[u] = simd::broadcast<VA>(A(0));
+        } else {
+            const auto live = live_at(0);
+#pragma GCC unroll 4
+            for (int u = 0; u < U; ++u) acc[u] = product(fr, sr, u, live);
+            t0 = 1;
         }
-        // The next row of the box, dimension 1 fastest.
-        int d = 1;
-        for (; d < rows.rank; ++d) {
-            if (++a[d] < rows.count[d]) {
-                fr += rows.first_step[d];
-                sr += rows.second_step[d];
-                break;
+        // Rows of the box: dimension 1 in a plain loop, the others by odometer.
+        const int64_t rows1 = rows.rank > 1 ? rows.count[1] : 1;
+        const std::ptrdiff_t f1 = rows.rank > 1 ? rows.first_step[1] : 0;
+        const std::ptrdiff_t s1 = rows.rank > 1 ? rows.second_step[1] : 0;
+        int64_t a[kBoxMaxRank] = {};
+        for (;;) {
+            const T* fr1 = fr;
+            const T* sr1 = sr;
+            for (int64_t r = 0; r < rows1; ++r, fr1 += f1, sr1 += s1) {
+                const T* ft = fr1 + t0 * b.first_term;
+                const T* st = sr1 + t0 * b.second_term;
+                for (int64_t t = t0; t < b.terms; ++t, ft += b.first_term, st += b.second_term) {
+                    const auto live = live_at(t);
+#pragma GCC unroll 4
+                    for (int u = 0; u < U; ++u) {
+                        if constexpr (Masked) acc[u] = simd::select(live, acc[u] + product(ft, st, u, live), acc[u]);
+                        else acc[u] = acc[u] + product(ft, st, u, live);
+                    }
+                }
+                t0 = 0;
             }
-            fr -= (rows.count[d] - 1) * rows.first_step[d];
-            sr -= (rows.count[d] - 1) * rows.second_step[d];
-            a[d] = 0;
+            // The next row of dimensions 2 and up.
+            int d = 2;
+            for (; d < rows.rank; ++d) {
+                if (++a[d] < rows.count[d]) {
+                    fr += rows.first_step[d];
+                    sr += rows.second_step[d];
+                    break;
+                }
+                fr -= (rows.count[d] - 1) * rows.first_step[d];
+                sr -= (rows.count[d] - 1) * rows.second_step[d];
+                a[d] = 0;
+            }
+            if (d >= rows.rank) break;
         }
-        if (d >= rows.rank) return;
+#pragma GCC unroll 4
+        for (int u = 0; u < U; ++u) store_lanes<T, A, N>(acc[u], k, b.z + u * kVec * b.z_lane, b.z_lane);
+        b.first += U * kVec * b.first_lane;
+        b.second += U * kVec * b.second_lane;
+        b.z += U * kVec * b.z_lane;
     }
 }
 
 template <class T, class A, int N, int U, bool Masked>
-using BlockFn = void (*)(const Block<T>&, const Rows&, bool, simd::SVec<A, N>, simd::Vec<A, N>*);
+using BlockFn = void (*)(Block<T>, const Rows&, bool, simd::SVec<A, N>, int64_t, int);
 
 template <class T, class A, int N, int U, bool Masked>
 BlockFn<T, A, N, U, Masked> block_fn(Lanes f, Lanes s) {
     using L = Lanes;
     static constexpr BlockFn<T, A, N, U, Masked> fns[3][3] = {
-        {sum_block<T, A, N, U, L::Same, L::Same, Masked>, sum_block<T, A, N, U, L::Same, L::Consecutive, Masked>,
-         sum_block<T, A, N, U, L::Same, L::Strided, Masked>},
-        {sum_block<T, A, N, U, L::Consecutive, L::Same, Masked>,
-         sum_block<T, A, N, U, L::Consecutive, L::Consecutive, Masked>,
-         sum_block<T, A, N, U, L::Consecutive, L::Strided, Masked>},
-        {sum_block<T, A, N, U, L::Strided, L::Same, Masked>, sum_block<T, A, N, U, L::Strided, L::Consecutive, Masked>,
-         sum_block<T, A, N, U, L::Strided, L::Strided, Masked>}};
+        {sum_blocks<T, A, N, U, L::Same, L::Same, Masked>, sum_blocks<T, A, N, U, L::Same, L::Consecutive, Masked>,
+         sum_blocks<T, A, N, U, L::Same, L::Strided, Masked>},
+        {sum_blocks<T, A, N, U, L::Consecutive, L::Same, Masked>,
+         sum_blocks<T, A, N, U, L::Consecutive, L::Consecutive, Masked>,
+         sum_blocks<T, A, N, U, L::Consecutive, L::Strided, Masked>},
+        {sum_blocks<T, A, N, U, L::Strided, L::Same, Masked>, sum_blocks<T, A, N, U, L::Strided, L::Consecutive, Masked>,
+         sum_blocks<T, A, N, U, L::Strided, L::Strided, Masked>}};
     return fns[static_cast<int>(f)][static_cast<int>(s)];
 }
 
@@ -167,24 +217,20 @@ inline Span span_of(Job job, int64_t p, int64_t nf, int64_t ns) {
     return {lo, hi >= lo ? hi - lo + 1 : 0, p + lo};
 }
 
-// Stores lanes 0 .. k-1 of acc, rounded to T, at z + g step.
-template <class T, class A, int N>
-void store_lanes(simd::Vec<A, N> acc, int k, T* z, std::ptrdiff_t step) {
-    simd::Vec<T, N> v;
-    if constexpr (std::is_same_v<A, T>) v = acc;
-    else v = simd::convert<T>(acc);
-    if (k == N && step == 1) {
-        simd::store(z, v);
-        return;
-    }
-    for (int g = 0; g < k; ++g) z[g * step] = simd::lane(v, g);
+// Positions p along a dimension whose boxes all have the same count and
+// move by a fixed slope: between the two breaks of the box's ends.
+struct Interior {
+    int64_t lo, hi;
+};
+inline Interior interior_of(Job job, int64_t nf, int64_t ns) {
+    if (job == Job::Conv) return {lesser(nf, ns) - 1, greater(nf, ns) - 1};
+    return {lesser(0, ns - nf), greater(0, ns - nf)};
 }
 
 template <class T, class A>
 bool box_sums(const BoxSum<T>& b) {
     constexpr int N = simd::kNative<A>;
     constexpr int U = 4;
-    using VA = simd::Vec<A, N>;
     using SA = simd::SVec<A, N>;
     using CountLane = typename simd::Traits<SA>::Lane;
     const bool conv = b.job == Job::Conv;
@@ -194,7 +240,7 @@ bool box_sums(const BoxSum<T>& b) {
     rows.rank = rank;
     int64_t j[kBoxMaxRank] = {};
     const int64_t nf0 = b.nf[0], ns0 = b.ns[0], dec0 = b.dec[0];
-    const std::ptrdiff_t second_term = conv ? -b.ss[0] : b.ss[0];
+    const Interior inside = interior_of(b.job, nf0, ns0);
     for (;;) {
         // The output row j[1..]: its box in dimensions 1 and up.
         const T* first = b.first;
@@ -217,10 +263,10 @@ bool box_sums(const BoxSum<T>& b) {
             int64_t slope;
             if (conv) {
                 slope = p0 >= ns0 - 1 ? dec0 : 0;
-                if (slope == 0 && (ns0 - 1 - p0) / dec0 + 1 < room) room = (ns0 - 1 - p0) / dec0 + 1;
+                if (slope == 0) room = lesser(room, (ns0 - 1 - p0) / dec0 + 1);
             } else {
                 slope = p0 >= 0 ? 0 : -dec0;
-                if (slope != 0 && -p0 / dec0 + 1 < room) room = -p0 / dec0 + 1;
+                if (slope != 0) room = lesser(room, -p0 / dec0 + 1);
             }
             const Span s0 = span_of(b.job, p0, nf0, ns0);
             Block<T> blk;
@@ -229,38 +275,34 @@ bool box_sums(const BoxSum<T>& b) {
             blk.first_lane = slope * b.sf[0];
             blk.second_lane = (conv ? dec0 - slope : dec0 + slope) * b.ss[0];
             blk.first_term = b.sf[0];
-            blk.second_term = second_term;
+            blk.second_term = conv ? -b.ss[0] : b.ss[0];
+            blk.z = z + j0 * b.sz[0];
+            blk.z_lane = b.sz[0];
             const Lanes lf = lanes_for(blk.first_lane), ls = lanes_for(blk.second_lane);
-            const SA no_counts{};
-            T* zj = z + j0 * b.sz[0];
-            if (room >= U * N &&
-                span_of(b.job, p0 + (U * N - 1) * dec0, nf0, ns0).count == s0.count) {
-                VA acc[U];
+            // Whole blocks of four vectors inside the interior.
+            const int64_t interior = p0 >= inside.lo && p0 <= inside.hi ? (inside.hi - p0) / dec0 + 1 : 0;
+            const int64_t blocks = lesser(room, interior) / (U * N);
+            if (blocks > 0) {
                 blk.terms = s0.count;
-                block_fn<T, A, N, U, false>(lf, ls)(blk, rows, b.from_zero, no_counts, acc);
-                for (int u = 0; u < U; ++u) store_lanes<T, A, N>(acc[u], N, zj + u * N * b.sz[0], b.sz[0]);
-                j0 += U * N;
+                block_fn<T, A, N, U, false>(lf, ls)(blk, rows, b.from_zero, SA{}, blocks, N);
+                j0 += blocks * U * N;
                 continue;
             }
             const int k = room < N ? static_cast<int>(room) : N;
-            const Span sk = span_of(b.job, p0 + (k - 1) * dec0, nf0, ns0);
-            VA acc[1];
-            if (k == N && sk.count == s0.count) {
+            if (k == N && lesser(room, interior) >= N) {
                 blk.terms = s0.count;
-                block_fn<T, A, N, 1, false>(lf, ls)(blk, rows, b.from_zero, no_counts, acc);
+                block_fn<T, A, N, 1, false>(lf, ls)(blk, rows, b.from_zero, SA{}, 1, N);
             } else {
                 CountLane counts[N] = {};
                 int64_t most = 0;
                 for (int g = 0; g < k; ++g) {
                     const int64_t c = span_of(b.job, p0 + g * dec0, nf0, ns0).count;
                     counts[g] = static_cast<CountLane>(c);
-                    most = c > most ? c : most;
+                    most = greater(c, most);
                 }
                 blk.terms = most;
-                block_fn<T, A, N, 1, true>(lf, ls)(blk, rows, b.from_zero,
-                                                   simd::from_lanes<SA>(counts), acc);
+                block_fn<T, A, N, 1, true>(lf, ls)(blk, rows, b.from_zero, simd::from_lanes<SA>(counts), 1, k);
             }
-            store_lanes<T, A, N>(acc[0], k, zj, b.sz[0]);
             j0 += k;
         }
         // The next output row, dimension 1 fastest.
