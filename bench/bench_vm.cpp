@@ -218,10 +218,6 @@ std::vector<PeerRow> peers() {
     {"Acos", "acos", one<acos_, acos_>(), {kUnit}, kNone, {1000, 1000000}},
     {"Atan", "atan", one<atan_, atan_>(), {kPlane}, kNone, {1000, 1000000}},
     {"Atan2", "atan2", two<atan2_, atan2_>(), {kPlane}, kPlane, {1000, 1000000}},
-    {"Asin", "asin", one<asin_, asin_>(), {kUnit}, kNone, {1000, 1000000}},
-    {"Acos", "acos", one<acos_, acos_>(), {kUnit}, kNone, {1000, 1000000}},
-    {"Atan", "atan", one<atan_, atan_>(), {kPlane}, kNone, {1000, 1000000}},
-    {"Atan2", "atan2", two<atan2_, atan2_>(), {kPlane}, kPlane, {1000, 1000000}},
     };
 #ifdef XEBRUK_BENCH_SLEEF
     __builtin_cpu_init();
