@@ -7,14 +7,16 @@
 // baseline's (vecmath/roots.cpp, vecmath/divide.cpp).
 //
 // Inv, Sqrt: the hardware's division and square root, correctly rounded
-// (0.5 ulp).  Single InvSqrt: 1/sqrt(x) in doubles, two roundings of 2^-53
-// before the one to float: below 0.5 + 2^-28 ulp.
+// (0.5 ulp).
 //
-// Double InvSqrt.  y0 = 1/sqrt(x) (two roundings: |1 - x y0^2| < 2^-51),
-// then one Newton step from the exact residual: x y0 = th + tl by a fused
-// product, r = 1 - x y0^2 = (1 - th y0) - tl y0 (each fused, rounding
-// errors near 2^-105), y = y0 + (y0/2) r rounded once.  The dropped term
-// 3/8 r^2 is below 2^-100.  Bound 0.5 + 2^-45 ulp, stated 0.51.
+// InvSqrt, both precisions (p = 53 or 24 bits).  y0 = 1/sqrt(x) (two
+// roundings: |1 - x y0^2| < 2^(2-p)), then one Newton step from the exact
+// residual: x y0 = th + tl by a fused product, r = 1 - x y0^2 = (1 - th y0)
+// - tl y0 (each fused, rounding errors near 2^(1-2p)), y = y0 + (y0/2) r
+// rounded once.  The dropped term 3/8 r^2 is below 2^(3-2p), 2^-45 of the
+// result for floats.  Bound 0.5 + 2^-20 ulp, stated 0.51.  Denormal
+// arguments stay in range: x y0 is sqrt(x), and its exact rest tl is a
+// normal number.
 //
 // Cube roots.  x = 2^(3q) M, M = m 2^r in [1, 8), m in [1, 2), r = 0, 1, 2
 // (q and r from the biased exponent E in doubles: q + 400 = nearest((E +
@@ -154,13 +156,14 @@ struct SqrtK {
 
 // ---------------------------------------------------------------- InvSqrt
 
-template <int N>
-XEB_INLINE D<N> inv_sqrt(D<N> x) {
-    const D<N> y0 = 1.0 / sqrt(x);
-    const D<N> th = x * y0;
-    const D<N> tl = fms(x, y0, th);
-    const D<N> r = fnma(tl, y0, fnma(th, y0, D<N>{} + 1.0));  // 1 - x y0^2
-    return fma(y0 * 0.5, r, y0);
+template <class T, int N>
+XEB_INLINE Vec<T, N> inv_sqrt(Vec<T, N> x) {
+    const Vec<T, N> one = broadcast<Vec<T, N>>(1);
+    const Vec<T, N> y0 = one / sqrt(x);
+    const Vec<T, N> th = x * y0;
+    const Vec<T, N> tl = fms(x, y0, th);
+    const Vec<T, N> r = fnma(tl, y0, fnma(th, y0, one));  // 1 - x y0^2
+    return fma(y0 * T(0.5), r, y0);
 }
 
 // The lanes of a float register through a double routine, a half at a time.
@@ -181,11 +184,8 @@ struct InvSqrtK {
     }
     template <int N>
     XEB_INLINE static Vec<T, N> compute(Vec<T, N> x) {
-        if constexpr (sizeof(T) == 8) return inv_sqrt(x);
-        else if constexpr (N == 1) return {static_cast<float>(1.0 / sqrt(D<1>{x.v}).v)};
-        else return through_doubles<single_core>(x);
+        return inv_sqrt(x);
     }
-    XEB_INLINE static D<kNative<double>> single_core(D<kNative<double>> x) { return 1.0 / sqrt(x); }
 
     static void one(T a, int i, const Arrays<T>& x) {
         if (is_zero(a)) {
