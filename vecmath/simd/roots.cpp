@@ -41,6 +41,7 @@
 #include "frame/class_frame.h"
 #include "vecmath/kernel_table.h"
 #include "vecmath/roots_shared.h"
+#include "vecmath/simd/lanes.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -52,20 +53,10 @@ using class_frame::Arrays;
 // The vector code is inlined into the frame's loop whatever its size.
 #define XEB_INLINE [[gnu::always_inline]] inline
 
-template <int N>
-using D = Vec<double, N>;
-template <int N>
-using U = Vec<uint64_t, N>;
-template <int N>
-using F = Vec<float, N>;
+using namespace lanes;
 
 template <class T>
 using Bits = typename LaneInt<static_cast<int>(sizeof(T))>::U;
-
-inline uint64_t bits(double x) { return bitcast<uint64_t>(D<1>{x}).v; }
-inline uint32_t bits(float x) { return bitcast<uint32_t>(F<1>{x}).v; }
-inline double double_of(uint64_t u) { return bitcast<double>(U<1>{u}).v; }
-inline float float_of(uint32_t u) { return bitcast<float>(Vec<uint32_t, 1>{u}).v; }
 
 // The bit patterns of one precision: sign, +infinity, the default NaN of
 // a root of a negative number (double: recognisable on purpose).
