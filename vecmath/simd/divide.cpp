@@ -16,6 +16,7 @@
 //    baseline divides in SSE too, so its NaNs are the hardware's.
 #include <cstdint>
 
+#include "frame/class_frame.h"
 #include "vecmath/kernel_table.h"
 #include "vecmath/simd/lanes.h"
 
@@ -23,6 +24,12 @@ namespace xeb {
 inline namespace XEB_ISA {
 namespace {
 
+using namespace simd;
+using namespace lanes;
+using class_frame::Arrays;
+
+constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
+constexpr uint32_t kAbsF = 0x7FFFFFFFu;
 constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
 constexpr uint64_t kQuietBit = 0x0008000000000000ull;
 constexpr uint64_t kSignificand = 0x000FFFFFFFFFFFFFull;
@@ -85,8 +92,6 @@ struct DivS {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 void divide_entries(vm::KernelTable& t) {
     t.dDiv_HA = t.dDiv_50 = class_frame::binary<DivD>;

@@ -42,8 +42,8 @@
 // below 2^-45 relative before the one rounding to float.  Bound 0.51.
 #include <cstdint>
 
-#include "vecmath/simd/explog_core.h"
 #include "vecmath/kernel_table.h"
+#include "vecmath/simd/explog_core.h"
 
 namespace xeb {
 inline namespace XEB_ISA {

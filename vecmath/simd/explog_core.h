@@ -6,6 +6,7 @@
 
 #include <cstdint>
 
+#include "frame/class_frame.h"
 #include "vecmath/explog_shared.h"
 #include "vecmath/simd/lanes.h"
 
@@ -13,7 +14,17 @@ namespace xeb {
 inline namespace XEB_ISA {
 namespace {
 
+using namespace simd;
+using class_frame::Arrays;
 namespace ex = explog;
+
+// The vector code is inlined into the frame's loop whatever its size.
+#define XEB_INLINE [[gnu::always_inline]] inline
+
+using namespace lanes;
+
+constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
+constexpr uint32_t kAbsF = 0x7FFFFFFFu;
 
 // ---------------------------------------------------------------- double exponential
 
