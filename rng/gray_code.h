@@ -306,23 +306,30 @@ bool valid_state(const unsigned char* bytes) {
     return true;
 }
 
-// The three kernels over a state record S.
-// Words are drawn a block at a time into a buffer with the walk's slack,
-// then stored or scaled: draws split at any point give the same sequence.
-constexpr int32_t kBlock = 2048;
-
-template <class S>
-int32_t ikernel(RukStream* stream, int32_t n, uint32_t* r) {
+// The three kernels over a state record S.  Words are drawn a block at a
+// time into a buffer with the walk's slack, then handed to
+// store(words, count, offset) to be stored or scaled: draws split at any
+// point give the same sequence.
+template <class S, class Store>
+int32_t by_blocks(RukStream* stream, int32_t n, Store store) {
+    constexpr int32_t kBlock = 2048;
     S& s = state_of<S>(stream);
     if (n < 1) return draw(s, n, nullptr);
     uint32_t w[kBlock + kDrawSlack];
     for (int32_t done = 0; done < n;) {
         const int32_t m = std::min(kBlock, n - done);
         if (const int32_t status = draw(s, m, w); status != RUK_OK) return status;
-        std::memcpy(r + done, w, sizeof(uint32_t) * static_cast<std::size_t>(m));
+        store(w, m, done);
         done += m;
     }
     return RUK_OK;
+}
+
+template <class S>
+int32_t ikernel(RukStream* stream, int32_t n, uint32_t* r) {
+    return by_blocks<S>(stream, n, [r](const uint32_t* w, int32_t m, int32_t at) {
+        std::memcpy(r + at, w, sizeof(uint32_t) * static_cast<std::size_t>(m));
+    });
 }
 
 // w c + a in double, when that gives the general path's result.  c =
@@ -377,25 +384,19 @@ template <class S, class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     // c = (b - a) 2^-32 (the power of two is exact); w c and w c + a each
     // round to 64 bits, the result once more to T.  With a = 0 and b - a a
-    // power of two, w c is exact.
+    // power of two, w c is exact.  Where exact_scale allows, the same bits
+    // come from double arithmetic, four lanes at a time.
     const frame::StreamControlWords words;
     const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
     const long double lo = a;
     const ExactScale exact = exact_scale(c, a);
-    S& s = state_of<S>(stream);
-    if (n < 1) return draw(s, n, nullptr);
-    uint32_t w[kBlock + kDrawSlack];
-    for (int32_t done = 0; done < n;) {
-        const int32_t m = std::min(kBlock, n - done);
-        if (const int32_t status = draw(s, m, w); status != RUK_OK) return status;
-        T* out = r + done;
+    return by_blocks<S>(stream, n, [&](const uint32_t* w, int32_t m, int32_t at) {
+        T* out = r + at;
         if (exact.exact)
             scale_exact(w, m, out, exact.c, exact.a);
         else
             for (int32_t i = 0; i < m; ++i) out[i] = static_cast<T>(word_value(w[i]) * c + lo);
-        done += m;
-    }
-    return RUK_OK;
+    });
 }
 
 }  // namespace xeb::rng::gray_code
