@@ -8,6 +8,7 @@
 #include "vm_power.h"
 #include "vm_roots.h"
 #include "vm_trig.h"
+#include "vm_erf.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"
