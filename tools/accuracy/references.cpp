@@ -1,5 +1,7 @@
 #include "accuracy/references.h"
 
+#include <mpfr.h>
+
 #include <cmath>
 
 namespace xt {
@@ -20,6 +22,19 @@ long double sin_(long double x) { return sinl(x); }
 long double cos_(long double x) { return cosl(x); }
 long double tan_(long double x) { return tanl(x); }
 
+// The error function and its complement: MPFR at 128 bits, rounded once
+// to long double (glibc's erfcl loses digits far out).
+template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
+long double mpfr_ref(long double x) {
+    mpfr_t v;
+    mpfr_init2(v, 128);
+    mpfr_set_ld(v, x, MPFR_RNDN);
+    F(v, v, MPFR_RNDN);
+    const long double r = mpfr_get_ld(v, MPFR_RNDN);
+    mpfr_clear(v);
+    return r;
+}
+
 const Reference kReferences[] = {
     {"Inv", inv},
     {"Div", nullptr, div},
@@ -36,6 +51,8 @@ const Reference kReferences[] = {
     {"Cos", cos_},
     {"SinCos", sin_, nullptr, cos_},
     {"Tan", tan_},
+    {"Erf", mpfr_ref<mpfr_erf>},
+    {"Erfc", mpfr_ref<mpfr_erfc>},
 };
 
 }  // namespace
