@@ -12,6 +12,10 @@
 #include "catalogue/vector_kernels.h"
 #include "paired.h"
 
+#if XEBRUK_HAVE_SLEEF
+#include "sleef_loops.h"
+#endif
+
 namespace {
 
 using xeb::catalogue::Shape;
@@ -60,6 +64,8 @@ template <class T> T inv_cbrt(T x) { return T(1) / std::cbrt(x); }
 template <class T> T sin_(T x) { return std::sin(x); }
 template <class T> T cos_(T x) { return std::cos(x); }
 template <class T> T tan_(T x) { return std::tan(x); }
+template <class T> T erf_(T x) { return std::erf(x); }
+template <class T> T erfc_(T x) { return std::erfc(x); }
 
 template <template <class> class Loops>
 struct Both {
@@ -78,6 +84,12 @@ template <double (*D)(double, double), float (*S)(float, float)>
 Both<PeerLoops> scalar() {
     return {{nullptr, nullptr, loop_scalar<double, D>}, {nullptr, nullptr, loop_scalar<float, S>}};
 }
+#if XEBRUK_HAVE_SLEEF
+template <void (*D)(int, const double*, double*), void (*S)(int, const float*, float*)>
+Both<PeerLoops> arrays() {
+    return {{D}, {S}};
+}
+#endif
 Both<PeerLoops> sincos_loops() {
     return {{nullptr, nullptr, nullptr, loop_sincos<double>}, {nullptr, nullptr, nullptr, loop_sincos<float>}};
 }
@@ -122,6 +134,16 @@ const std::vector<PeerRow> kPeers = {
     {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"SinCos", "sincos", sincos_loops(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone,
      {1000}},
+    // Error function and complement: glibc, and SLEEF's u10 erf and u15 erfc
+    // (its most accurate erfc).
+    {"Erf", "erf", one<erf_, erf_>(), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
+    {"Erfc", "erfc", one<erfc_, erfc_>(), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
+#if XEBRUK_HAVE_SLEEF
+    {"Erf", "sleef_erf_u10", arrays<sleef_erf_u10, sleef_erf_u10>(), {{"", -6, 6, -6, 6}}, kNone,
+     {1000, 1000000}},
+    {"Erfc", "sleef_erfc_u15", arrays<sleef_erfc_u15, sleef_erfc_u15>(), {{"", -6, 27, -4, 10}}, kNone,
+     {1000, 1000000}},
+#endif
 };
 
 template <class T>
