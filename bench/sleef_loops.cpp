@@ -1,39 +1,98 @@
-// SLEEF's 256-bit error functions over arrays, for bench_vm: whole
-// registers, then the tail through a padded copy.  This file alone is
-// built for AVX2 (sleef.h declares the 256-bit forms only there, and the
-// vectors then pass in registers); SLEEF's dispatcher picks its own code.
+// SLEEF over arrays: whole registers, then the tail through a padded copy.
+#include "sleef_loops.h"
+
+#if XEBRUK_HAVE_SLEEF
 #include <immintrin.h>
 #include <sleef.h>
 
 #include <cstring>
 
-#include "sleef_loops.h"
-
+namespace xbench {
 namespace {
 
-// f(in, out) evaluates one register of w lanes.
-template <int w, class T, class F>
-void over_array(int n, const T* a, T* r, F f) {
+template <class T, class R, int W, auto F>
+void over_array(int n, const T* a, T* r) {
     int i = 0;
-    for (; i + w <= n; i += w) f(a + i, r + i);
-    if (i >= n) return;
-    T in[w] = {}, out[w];
-    std::memcpy(in, a + i, sizeof(T) * static_cast<std::size_t>(n - i));
-    f(in, out);
-    std::memcpy(r + i, out, sizeof(T) * static_cast<std::size_t>(n - i));
+    for (; i + W <= n; i += W) {
+        R v;
+        std::memcpy(&v, a + i, sizeof v);
+        v = F(v);
+        std::memcpy(r + i, &v, sizeof v);
+    }
+    if (i == n) return;
+    T in[W] = {}, out[W];
+    std::memcpy(in, a + i, sizeof(T) * (n - i));
+    R v;
+    std::memcpy(&v, in, sizeof v);
+    v = F(v);
+    std::memcpy(out, &v, sizeof v);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+
+bool avx512() { return __builtin_cpu_supports("avx512f"); }
+bool avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
+
+SleefFamily exp_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_expd8_u10avx512f>, nullptr,
+                &over_array<float, __m512, 16, Sleef_expf16_u10avx512f>, nullptr};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_expd4_u10avx2>, nullptr,
+                &over_array<float, __m256, 8, Sleef_expf8_u10avx2>, nullptr};
+    return {};
+}
+
+SleefFamily ln_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_logd8_u10avx512f>,
+                &over_array<double, __m512d, 8, Sleef_logd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_logf16_u10avx512f>,
+                &over_array<float, __m512, 16, Sleef_logf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_logd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_logd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_logf8_u10avx2>, &over_array<float, __m256, 8, Sleef_logf8_u35avx2>};
+    return {};
+}
+
+SleefFamily log10_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_log10d8_u10avx512f>, nullptr,
+                &over_array<float, __m512, 16, Sleef_log10f16_u10avx512f>, nullptr};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_log10d4_u10avx2>, nullptr,
+                &over_array<float, __m256, 8, Sleef_log10f8_u10avx2>, nullptr};
+    return {};
+}
+
+// SLEEF has erf in u10 and erfc in u15 only: both in the u10 place.
+SleefFamily erf_family(bool wide, bool complement) {
+    if (wide && avx512())
+        return complement ? SleefFamily{&over_array<double, __m512d, 8, Sleef_erfcd8_u15avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erfcf16_u15avx512f>, nullptr}
+                          : SleefFamily{&over_array<double, __m512d, 8, Sleef_erfd8_u10avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erff16_u10avx512f>, nullptr};
+    if (avx2())
+        return complement ? SleefFamily{&over_array<double, __m256d, 4, Sleef_erfcd4_u15avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erfcf8_u15avx2>, nullptr}
+                          : SleefFamily{&over_array<double, __m256d, 4, Sleef_erfd4_u10avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erff8_u10avx2>, nullptr};
+    return {};
 }
 
 }  // namespace
 
-void sleef_erf_u10(int n, const double* a, double* r) {
-    over_array<4>(n, a, r, [](const double* x, double* y) { _mm256_storeu_pd(y, Sleef_erfd4_u10(_mm256_loadu_pd(x))); });
+SleefFamily sleef_family(const std::string& family, bool wide) {
+    if (family == "Exp") return exp_family(wide);
+    if (family == "Ln") return ln_family(wide);
+    if (family == "Log10") return log10_family(wide);
+    if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
+    return {};
 }
-void sleef_erf_u10(int n, const float* a, float* r) {
-    over_array<8>(n, a, r, [](const float* x, float* y) { _mm256_storeu_ps(y, Sleef_erff8_u10(_mm256_loadu_ps(x))); });
-}
-void sleef_erfc_u15(int n, const double* a, double* r) {
-    over_array<4>(n, a, r, [](const double* x, double* y) { _mm256_storeu_pd(y, Sleef_erfcd4_u15(_mm256_loadu_pd(x))); });
-}
-void sleef_erfc_u15(int n, const float* a, float* r) {
-    over_array<8>(n, a, r, [](const float* x, float* y) { _mm256_storeu_ps(y, Sleef_erfcf8_u15(_mm256_loadu_ps(x))); });
-}
+
+}  // namespace xbench
+
+#else
+
+xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
+
+#endif
