@@ -27,6 +27,13 @@
 #include "sleef_loops.h"
 #include "vecmath/kernel_table.h"
 
+#if XEBRUK_HAVE_SLEEF
+#include <emmintrin.h>
+#include <sleef.h>
+
+#include <cstring>
+#endif
+
 namespace {
 
 using xeb::catalogue::Shape;
@@ -78,6 +85,37 @@ template <class T> T tan_(T x) { return std::tan(x); }
 template <class T> T erf_(T x) { return std::erf(x); }
 template <class T> T erfc_(T x) { return std::erfc(x); }
 
+template <class T> T sinh_(T x) { return std::sinh(x); }
+template <class T> T cosh_(T x) { return std::cosh(x); }
+template <class T> T tanh_(T x) { return std::tanh(x); }
+template <class T> T asinh_(T x) { return std::asinh(x); }
+template <class T> T acosh_(T x) { return std::acosh(x); }
+template <class T> T atanh_(T x) { return std::atanh(x); }
+
+#if XEBRUK_HAVE_SLEEF
+// SLEEF's SSE2 forms (the instruction set of the baseline kernels) over an
+// array: whole registers, then the tail through a padded copy.
+template <class T, class V, auto F>
+__attribute__((noinline)) void loop_sleef(int n, const T* a, T* r) {
+    constexpr int w = sizeof(V) / sizeof(T);
+    int i = 0;
+    for (; i + w <= n; i += w) {
+        V v;
+        std::memcpy(&v, a + i, sizeof v);
+        v = F(v);
+        std::memcpy(r + i, &v, sizeof v);
+    }
+    if (i == n) return;
+    T in[w] = {}, out[w];
+    std::memcpy(in, a + i, sizeof(T) * (n - i));
+    V v;
+    std::memcpy(&v, in, sizeof v);
+    v = F(v);
+    std::memcpy(out, &v, sizeof v);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+#endif
+
 template <template <class> class Loops>
 struct Both {
     Loops<double> d;
@@ -95,9 +133,15 @@ template <double (*D)(double, double), float (*S)(float, float)>
 Both<PeerLoops> scalar() {
     return {{nullptr, nullptr, loop_scalar<double, D>}, {nullptr, nullptr, loop_scalar<float, S>}};
 }
+#if XEBRUK_HAVE_SLEEF
+template <auto D, auto S>
+Both<PeerLoops> sleef() {
+    return {{loop_sleef<double, __m128d, D>}, {loop_sleef<float, __m128, S>}};
+}
+#endif
 // SLEEF's most accurate form of a family over arrays, in the class in
 // use's instruction set; null loops where SLEEF or the processor lacks it.
-Both<PeerLoops> sleef(const char* family) {
+Both<PeerLoops> sleef_arrays(const char* family) {
     const xbench::SleefFamily f =
         xbench::sleef_family(family, xeb::frame::kernel_class() == xeb::frame::KernelClass::Avx512);
     return {{f.d_u10}, {f.s_u10}};
@@ -146,12 +190,33 @@ const std::vector<PeerRow> kPeers = {
     {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"SinCos", "sincos", sincos_loops(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone,
      {1000}},
+    // Hyperbolic and inverse hyperbolic: glibc, and SLEEF's u10 forms.
+    {"Sinh", "sinh", one<sinh_, sinh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
+    {"Cosh", "cosh", one<cosh_, cosh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
+    {"Tanh", "tanh", one<tanh_, tanh_>(), {{"", -5, 5, -5, 5}}, kNone, {1000, 1000000}},
+    {"Asinh", "asinh", one<asinh_, asinh_>(), {{"", -20, 20, -20, 20, true}}, kNone, {1000, 1000000}},
+    {"Acosh", "acosh", one<acosh_, acosh_>(), {{"", 0, 20, 0, 20, true}}, kNone, {1000, 1000000}},
+    {"Atanh", "atanh", one<atanh_, atanh_>(), {{"", -1, 1, -1, 1}}, kNone, {1000, 1000000}},
+#if XEBRUK_HAVE_SLEEF
+    {"Sinh", "sleef_sinh_u10", sleef<Sleef_sinhd2_u10sse2, Sleef_sinhf4_u10sse2>(), {{"", -20, 20, -20, 20}}, kNone,
+     {1000, 1000000}},
+    {"Cosh", "sleef_cosh_u10", sleef<Sleef_coshd2_u10sse2, Sleef_coshf4_u10sse2>(), {{"", -20, 20, -20, 20}}, kNone,
+     {1000, 1000000}},
+    {"Tanh", "sleef_tanh_u10", sleef<Sleef_tanhd2_u10sse2, Sleef_tanhf4_u10sse2>(), {{"", -5, 5, -5, 5}}, kNone,
+     {1000, 1000000}},
+    {"Asinh", "sleef_asinh_u10", sleef<Sleef_asinhd2_u10sse2, Sleef_asinhf4_u10sse2>(),
+     {{"", -20, 20, -20, 20, true}}, kNone, {1000, 1000000}},
+    {"Acosh", "sleef_acosh_u10", sleef<Sleef_acoshd2_u10sse2, Sleef_acoshf4_u10sse2>(),
+     {{"", 0, 20, 0, 20, true}}, kNone, {1000, 1000000}},
+    {"Atanh", "sleef_atanh_u10", sleef<Sleef_atanhd2_u10sse2, Sleef_atanhf4_u10sse2>(), {{"", -1, 1, -1, 1}}, kNone,
+     {1000, 1000000}},
+#endif
     // Error function and complement: glibc, and SLEEF's u10 erf and u15 erfc
     // (its only erfc); a SLEEF row without loops is not registered.
     {"Erf", "erf", one<erf_, erf_>(), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
     {"Erfc", "erfc", one<erfc_, erfc_>(), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
-    {"Erf", "sleef_erf_u10", sleef("Erf"), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
-    {"Erfc", "sleef_erfc_u15", sleef("Erfc"), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
+    {"Erf", "sleef_erf_u10", sleef_arrays("Erf"), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
+    {"Erfc", "sleef_erfc_u15", sleef_arrays("Erfc"), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
 };
 
 template <class T>
