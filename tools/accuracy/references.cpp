@@ -10,7 +10,8 @@ namespace {
 
 // f(x) at 128 bits, rounded to the 64-bit format: the reference of families
 // whose long double functions in glibc are not accurate enough (the hyperbolic
-// ones, the error function), and the check of every error above half an ulp of the others.
+// ones, the error function), and the check of every error above half an ulp
+// of the others.
 template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
 long double exact(long double x) {
     mpfr_t a, r;
