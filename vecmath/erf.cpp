@@ -21,7 +21,7 @@
 // rounding of t^3 Q(t) and of the pair steps below 2^-66; the rounding of
 // x^3 in the series 2^-52 of a term below 0.0053 of the result (0.011
 // ulp).  With the one rounding at the store: below 0.57 ulp; measured
-// 0.52 (docs/accuracy.md).  The single form adds one rounding of a double
+// 0.545 (docs/accuracy.md).  The single form adds one rounding of a double
 // within 0.56 ulp of double: below 0.51 ulp of a float.
 //
 // Erfc, by x:
@@ -43,7 +43,7 @@
 // times it and of the pair products below 2^-58.6 together; the pair steps
 // of P below 2^-90.  With the one rounding at the store: below 0.53 ulp
 // (negative x: erfc(|x|) is at most 1 against a result above 1, smaller
-// still).  Measured 0.51 (docs/accuracy.md).  Single: own rows and limits,
+// still).  Measured 0.52 (docs/accuracy.md).  Single: own rows and limits,
 // one more rounding from double: below 0.51 ulp of a float.
 #include <cmath>
 #include <cstdint>
