@@ -16,6 +16,7 @@
 #include "frame/bits.h"
 #include "support/control_words.h"
 #include "support/events.h"
+#include "support/kernel_checks.h"
 #include "xebruk/vm_erf.h"
 
 namespace {
@@ -23,20 +24,12 @@ namespace {
 using xeb::bits;
 using xeb::double_from_bits;
 using xeb::float_from_bits;
+using xt::eval;
+using xt::Kernel;
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr int kNone = -100;  // no event
 constexpr double kErfcUpper = 27.226017111108366, kErfcUpperSingle = 10.054194928818097;
-
-template <class T>
-using Kernel = void (*)(int, const T*, T*);
-
-template <class T>
-std::vector<T> eval(Kernel<T> f, const std::vector<T>& a) {
-    std::vector<T> r(a.size());
-    f(static_cast<int>(a.size()), a.data(), r.data());
-    return r;
-}
 
 long double reference(bool complement, long double x) {
     return xt::reference_for(complement ? "Erfc" : "Erf")->one(x);
