@@ -90,6 +90,8 @@ template <class T> T asin_(T x) { return std::asin(x); }
 template <class T> T acos_(T x) { return std::acos(x); }
 template <class T> T atan_(T x) { return std::atan(x); }
 template <class T> T atan2_(T y, T x) { return std::atan2(y, x); }
+template <class T> T erf_(T x) { return std::erf(x); }
+template <class T> T erfc_(T x) { return std::erfc(x); }
 
 template <class T> T sinh_(T x) { return std::sinh(x); }
 template <class T> T cosh_(T x) { return std::cosh(x); }
@@ -145,6 +147,13 @@ Both<PeerLoops> sleef() {
     return {{loop_sleef<double, __m128d, D>}, {loop_sleef<float, __m128, S>}};
 }
 #endif
+// SLEEF's most accurate form of a family over arrays, in the class in
+// use's instruction set; null loops where SLEEF or the processor lacks it.
+Both<PeerLoops> sleef_arrays(const char* family) {
+    const xbench::SleefFamily f =
+        xbench::sleef_family(family, xeb::frame::kernel_class() == xeb::frame::KernelClass::Avx512);
+    return {{f.d_u10}, {f.s_u10}};
+}
 Both<PeerLoops> sincos_loops() {
     return {{nullptr, nullptr, nullptr, loop_sincos<double>}, {nullptr, nullptr, nullptr, loop_sincos<float>}};
 }
@@ -218,6 +227,12 @@ std::vector<PeerRow> peers() {
     {"Acos", "acos", one<acos_, acos_>(), {kUnit}, kNone, {1000, 1000000}},
     {"Atan", "atan", one<atan_, atan_>(), {kPlane}, kNone, {1000, 1000000}},
     {"Atan2", "atan2", two<atan2_, atan2_>(), {kPlane}, kPlane, {1000, 1000000}},
+    // Error function and complement: glibc, and SLEEF's u10 erf and u15 erfc
+    // (its only erfc).
+    {"Erf", "erf", one<erf_, erf_>(), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
+    {"Erfc", "erfc", one<erfc_, erfc_>(), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
+    {"Erf", "sleef_erf_u10", sleef_arrays("Erf"), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
+    {"Erfc", "sleef_erfc_u15", sleef_arrays("Erfc"), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
     };
 #ifdef XEBRUK_BENCH_SLEEF
     __builtin_cpu_init();

@@ -145,6 +145,21 @@ SleefBinary divide_family(bool wide) {
     return {};
 }
 
+// SLEEF has erf in u10 and erfc in u15 only: both in the u10 place.
+SleefFamily erf_family(bool wide, bool complement) {
+    if (wide && avx512())
+        return complement ? SleefFamily{&over_array<double, __m512d, 8, Sleef_erfcd8_u15avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erfcf16_u15avx512f>, nullptr}
+                          : SleefFamily{&over_array<double, __m512d, 8, Sleef_erfd8_u10avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erff16_u10avx512f>, nullptr};
+    if (avx2())
+        return complement ? SleefFamily{&over_array<double, __m256d, 4, Sleef_erfcd4_u15avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erfcf8_u15avx2>, nullptr}
+                          : SleefFamily{&over_array<double, __m256d, 4, Sleef_erfd4_u10avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erff8_u10avx2>, nullptr};
+    return {};
+}
+
 }  // namespace
 
 SleefBinary sleef_binary(const std::string& family, bool wide) {
@@ -159,6 +174,7 @@ SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Log10") return log10_family(wide);
     if (family == "Sqrt") return sqrt_family(wide);
     if (family == "Cbrt") return cbrt_family(wide);
+    if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
     return {};
 }
 

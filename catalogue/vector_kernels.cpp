@@ -11,6 +11,7 @@
 #include <cstdlib>
 
 #include "xebruk/vm_div.h"
+#include "xebruk/vm_erf.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_hyperbolic.h"
 #include "xebruk/vm_invtrig.h"
@@ -273,6 +274,32 @@ std::vector<K> invtrig() {
     };
 }
 
+// Error function and its complement (vecmath/erf.cpp).  Erf: every
+// magnitude, the tiny arguments with the double denormals, the series
+// below 0.125 and the rows up to the limit and past it.  Erfc: every
+// magnitude, the rows that expand erfc itself (below 1.83) on both sides,
+// the scaled rows up to the event and the denormal results.
+std::vector<K> erf() {
+    const std::vector<Interval> erf_d{kAllDoubles, {kDoubleTrueMin, 0x1p-40, true}, {0x1p-40, 0.125, true},
+                                      {0.125, 6.0, true}};
+    const std::vector<Interval> erf_s{kAllFloats, {0x1p-40, 0.125, true}, {0.125, 6.0, true}};
+    const std::vector<Interval> erfc_d{kAllDoubles, {0x1p-70, 1.9, true}, {1.8, 6.0, true}, {6.0, 27.3, false},
+                                       {26.5, 27.3, false}};
+    const std::vector<Interval> erfc_s{kAllFloats, {0x1p-70, 1.9, true}, {1.8, 4.0, true}, {4.0, 10.1, false}};
+    return {
+        K("Erf", "HA", xebdErf_HA).ulp(0.6).on(erf_d),
+        K("Erf", "50", xebdErf_50).forwards(xebdErf_HA),
+        K("Erf", "HA", xebsErf_HA).ulp(0.6).on(erf_s),
+        K("Erf", "21", xebsErf_21).forwards(xebsErf_HA),
+        K("Erf", "11", xebsErf_11).forwards(xebsErf_HA),
+        K("Erfc", "HA", xebdErfc_HA).ulp(0.6).on(erfc_d),
+        K("Erfc", "50", xebdErfc_50).forwards(xebdErfc_HA),
+        K("Erfc", "HA", xebsErfc_HA).ulp(0.6).on(erfc_s),
+        K("Erfc", "21", xebsErfc_21).forwards(xebsErfc_HA),
+        K("Erfc", "11", xebsErfc_11).forwards(xebsErfc_HA),
+    };
+}
+
 // A malformed row is a mistake in this file: say which and stop.
 [[noreturn]] void malformed(const VectorKernel& k, const char* what) {
     std::fprintf(stderr, "vector kernel catalogue: %s: %s\n", k.name.c_str(), what);
@@ -281,7 +308,7 @@ std::vector<K> invtrig() {
 
 std::vector<VectorKernel> build() {
     std::vector<VectorKernel> rows;
-    for (auto family : {divide, exp_log, power, roots, trig, invtrig, hyperbolic}) {
+    for (auto family : {divide, exp_log, power, roots, trig, invtrig, hyperbolic, erf}) {
         const std::vector<VectorKernel> family_rows = family();
         rows.insert(rows.end(), family_rows.begin(), family_rows.end());
     }

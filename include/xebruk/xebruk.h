@@ -10,6 +10,7 @@
 #include "vm_invtrig.h"
 #include "vm_scalar.h"
 #include "vm_trig.h"
+#include "vm_erf.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"

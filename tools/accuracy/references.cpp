@@ -37,6 +37,8 @@ long double inv_cbrt(long double x) { return 1.0L / cbrtl(x); }
 long double sin_(long double x) { return sinl(x); }
 long double cos_(long double x) { return cosl(x); }
 long double tan_(long double x) { return tanl(x); }
+long double erf_(long double x) { return erfl(x); }
+long double erfc_(long double x) { return erfcl(x); }
 
 // The angle of (x, y) at 128 bits, rounded to the 64-bit format: y first,
 // as the kernels take it.
@@ -77,6 +79,8 @@ const Reference kReferences[] = {
     {"Acos", exact<mpfr_acos>},
     {"Atan", exact<mpfr_atan>},
     {"Atan2", nullptr, atan2_},
+    {"Erf", erf_, nullptr, nullptr, exact<mpfr_erf>},
+    {"Erfc", erfc_, nullptr, nullptr, exact<mpfr_erfc>},
 };
 
 }  // namespace
