@@ -8,6 +8,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "catalogue/vector_kernels.h"
@@ -132,6 +133,27 @@ TEST(FrontEnd, AccuracyFieldPicksTheForm) {
     }
     EXPECT_GT(lower_differs, 0) << "no family's lower form differs from _HA: the test sees nothing";
     EXPECT_GT(ep_differs, 0);
+}
+
+// The accuracy is the calling thread's: a thread at LA and one at HA, side
+// by side, each get their own form (x^100.1 at this x differs in the last
+// bit between _HA and _50).
+TEST(FrontEnd, AccuracyIsPerThread) {
+    const double a = 0x1.dfece1037ff51p+2, b = 100.1;
+    double ha = 0, la = 0;
+    xebdPow_HA(1, &a, &b, &ha);
+    xebdPow_50(1, &a, &b, &la);
+    ASSERT_NE(ha, la);
+    double got[2] = {0, 0};
+    auto run = [&](uint32_t field, double* r) {
+        Accuracy accuracy(field);
+        for (int i = 0; i < 1000; ++i) xebdPow(1, &a, &b, r);
+    };
+    std::thread lower(run, XEB_ACC_LA, &got[0]);
+    run(XEB_ACC_HA, &got[1]);
+    lower.join();
+    EXPECT_EQ(got[0], la);
+    EXPECT_EQ(got[1], ha);
 }
 
 // Bad sizes and null pointers: one event with the entry's name, the status
