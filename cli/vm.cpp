@@ -140,7 +140,8 @@ std::string parse_options(const Args& args, Options& o) {
                     o.have_accuracy = true;
                 }
             if (!o.have_accuracy)
-                return "--accuracy needs ha, la or ep" + (v != nullptr ? ", not '" + *v + "'" : std::string());
+                return "--accuracy needs ha, la or ep" +
+                       (v != nullptr ? ", not '" + *v + "'" : std::string());
         } else if (a == "--mode") {
             const std::string* v = value();
             if (v == nullptr || !parse_mode(*v, o.mode))
@@ -175,7 +176,8 @@ bool lookup_entry(const Options& o, VectorKernel& entry) {
     for (const VectorKernel& k : xeb::catalogue::vector_kernels()) {
         if (k.form != "HA") continue;
         const std::string short_name = k.short_name().substr(0, k.family.size());
-        if (k.front_end() != o.kernel && !(k.precision == o.precision && short_name == o.kernel)) continue;
+        const bool named = k.front_end() == o.kernel || (k.precision == o.precision && short_name == o.kernel);
+        if (!named) continue;
         entry = k;
         entry.name = k.front_end();
         entry.form.clear();
@@ -298,9 +300,9 @@ int vm(const Args& args) {
         return usage_error("vm: no " + std::string(o.precision == 'd' ? "double" : "single") +
                            " function or kernel named '" + o.kernel + "' (try 'xebruk info')");
     if (o.have_accuracy && !k->form.empty())
-        return usage_error("vm: " + k->name + " is the " + k->form + " form itself; --accuracy picks the form " +
-                           "of a function named without one ('" + k->short_name().substr(0, k->family.size()) + "' or '" +
-                           k->front_end() + "')");
+        return usage_error("vm: " + k->name + " is the " + k->form + " form itself; --accuracy picks " +
+                           "the form of a function named without one ('" +
+                           k->short_name().substr(0, k->family.size()) + "' or '" + k->front_end() + "')");
     if (k->shape == Shape::ScalarArgument && !o.have_b)
         return usage_error("vm: " + k->name + " needs its scalar: --b VALUE");
     if (k->shape == Shape::TwoInputs && o.have_range && !o.have_b)

@@ -81,7 +81,9 @@ struct Call {
         y.assign(a.size(), T(-7));
         z.assign(a.size(), T(-7));
     }
-    void run(const VectorKernel& k) { k.run<T>(static_cast<int>(a.size()), a.data(), b.data(), y.data(), z.data()); }
+    void run(const VectorKernel& k) {
+        k.run<T>(static_cast<int>(a.size()), a.data(), b.data(), y.data(), z.data());
+    }
     bool same_results(const Call& o) const {
         return std::memcmp(y.data(), o.y.data(), y.size() * sizeof(T)) == 0 &&
                std::memcmp(z.data(), o.z.data(), z.size() * sizeof(T)) == 0;
@@ -90,7 +92,8 @@ struct Call {
 
 TEST(FrontEnd, EveryFamilyHasItsEntryAndForms) {
     for (const Entry& e : entries()) {
-        EXPECT_NE(e.entry.function, nullptr) << e.entry.name << " is not exported (vecmath/front_end.cpp)";
+        EXPECT_NE(e.entry.function, nullptr)
+            << e.entry.name << " is not exported (vecmath/front_end.cpp)";
         EXPECT_NE(e.la, nullptr) << e.entry.name << " has no lower form";
         EXPECT_NE(e.ep, nullptr) << e.entry.name << " has no lowest form";
     }
@@ -174,7 +177,8 @@ void check_bad_arguments(const VectorKernel& entry) {
         bool applies;
     } cases[] = {
         {-1, a, b, y, z, XEB_STATUS_BADSIZE, -1, true},
-        {INT_MIN, nullptr, nullptr, nullptr, nullptr, XEB_STATUS_BADSIZE, INT_MIN, !scalar},  // the size first
+        // The size is checked first.
+        {INT_MIN, nullptr, nullptr, nullptr, nullptr, XEB_STATUS_BADSIZE, INT_MIN, !scalar},
         {2, nullptr, b, y, z, XEB_STATUS_BADMEM, 1, true},
         {2, a, nullptr, y, z, XEB_STATUS_BADMEM, 2, two_in},
         {2, a, b, nullptr, z, XEB_STATUS_BADMEM, two_in || scalar ? 3 : 2, true},
@@ -191,7 +195,8 @@ void check_bad_arguments(const VectorKernel& entry) {
         EXPECT_EQ(events.events()[0].index, c.index) << name << " n=" << c.n;
         EXPECT_EQ(events.events()[0].name, name);
         EXPECT_EQ(xebGetErrStatus(), c.code) << name;
-        EXPECT_TRUE(y[0] == T(-7) && y[1] == T(-7) && z[0] == T(-7) && z[1] == T(-7)) << name << " wrote";
+        EXPECT_TRUE(y[0] == T(-7) && y[1] == T(-7) && z[0] == T(-7) && z[1] == T(-7))
+            << name << " wrote";
     }
 }
 
