@@ -12,6 +12,7 @@
 #include "xebruk/vm_div.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_hyperbolic.h"
+#include "xebruk/vm_invtrig.h"
 #include "xebruk/vm_power.h"
 #include "xebruk/vm_roots.h"
 #include "xebruk/vm_trig.h"
@@ -104,6 +105,15 @@ void xebdSinCos(int n, const double* a, double* y, double* z) { checked<xebdSinC
 void xebsSinCos(int n, const float* a, float* y, float* z) { checked<xebsSinCos_HA, xebsSinCos_21, xebsSinCos_11>(__func__, n, a, y, z); }
 void xebdTan(int n, const double* a, double* r) { checked<xebdTan_HA, xebdTan_50>(__func__, n, a, r); }
 void xebsTan(int n, const float* a, float* r) { checked<xebsTan_HA, xebsTan_21, xebsTan_11>(__func__, n, a, r); }
+
+void xebdAsin(int n, const double* a, double* r) { checked<xebdAsin_HA, xebdAsin_50>(__func__, n, a, r); }
+void xebsAsin(int n, const float* a, float* r) { checked<xebsAsin_HA, xebsAsin_21, xebsAsin_11>(__func__, n, a, r); }
+void xebdAcos(int n, const double* a, double* r) { checked<xebdAcos_HA, xebdAcos_50>(__func__, n, a, r); }
+void xebsAcos(int n, const float* a, float* r) { checked<xebsAcos_HA, xebsAcos_21, xebsAcos_11>(__func__, n, a, r); }
+void xebdAtan(int n, const double* a, double* r) { checked<xebdAtan_HA, xebdAtan_50>(__func__, n, a, r); }
+void xebsAtan(int n, const float* a, float* r) { checked<xebsAtan_HA, xebsAtan_21, xebsAtan_11>(__func__, n, a, r); }
+void xebdAtan2(int n, const double* a, const double* b, double* r) { checked<xebdAtan2_HA, xebdAtan2_50>(__func__, n, a, b, r); }
+void xebsAtan2(int n, const float* a, const float* b, float* r) { checked<xebsAtan2_HA, xebsAtan2_21, xebsAtan2_11>(__func__, n, a, b, r); }
 
 void xebdSinh(int n, const double* a, double* r) { checked<xebdSinh_HA, xebdSinh_50>(__func__, n, a, r); }
 void xebsSinh(int n, const float* a, float* r) { checked<xebsSinh_HA, xebsSinh_21, xebsSinh_11>(__func__, n, a, r); }

@@ -61,6 +61,16 @@ XEBRUK_API void xebsSinCos(int n, const float *a, float *y, float *z);
 XEBRUK_API void xebdTan(int n, const double *a, double *r);
 XEBRUK_API void xebsTan(int n, const float *a, float *r);
 
+/* Inverse trigonometric; Atan2 gives the angle of the point (b[i], a[i]). */
+XEBRUK_API void xebdAsin(int n, const double *a, double *r);
+XEBRUK_API void xebsAsin(int n, const float *a, float *r);
+XEBRUK_API void xebdAcos(int n, const double *a, double *r);
+XEBRUK_API void xebsAcos(int n, const float *a, float *r);
+XEBRUK_API void xebdAtan(int n, const double *a, double *r);
+XEBRUK_API void xebsAtan(int n, const float *a, float *r);
+XEBRUK_API void xebdAtan2(int n, const double *a, const double *b, double *r);
+XEBRUK_API void xebsAtan2(int n, const float *a, const float *b, float *r);
+
 /* Hyperbolic and inverse hyperbolic. */
 XEBRUK_API void xebdSinh(int n, const double *a, double *r);
 XEBRUK_API void xebsSinh(int n, const float *a, float *r);
