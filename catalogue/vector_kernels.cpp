@@ -4,6 +4,8 @@
 // budget states) and the intervals it is measured on.
 #include "catalogue/vector_kernels.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cfloat>
@@ -345,6 +347,10 @@ std::string VectorKernel::short_name() const {
     std::string s = family + "_" + form;
     for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return s;
+}
+
+void (*VectorKernel::front_end_function() const)() {
+    return reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, front_end().c_str()));
 }
 
 const std::vector<VectorKernel>& vector_kernels() {

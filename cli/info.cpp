@@ -35,7 +35,10 @@ std::string cpu_features() {
 // The three fields of a mode word in words.
 std::string describe_mode(unsigned mode) {
     const unsigned acc = mode & XEB_ACC_MASK, fpu = mode & XEB_FPU_MASK, rep = mode & XEB_REPORT_MASK;
-    std::string s = acc == XEB_ACC_HA ? "accuracy HA" : acc == XEB_ACC_LA ? "accuracy LA" : "accuracy field " + std::to_string(acc);
+    std::string s = acc == XEB_ACC_HA   ? "accuracy HA"
+                    : acc == XEB_ACC_LA ? "accuracy LA"
+                    : acc == XEB_ACC_EP ? "accuracy EP"
+                                        : "accuracy field " + std::to_string(acc);
     s += fpu == 0                    ? "; control words as the thread has them"
          : fpu == XEB_FPU_NARROW     ? "; control words forced, x87 at 53 bits"
          : fpu == XEB_FPU_WIDE       ? "; control words forced, x87 at 64 bits"

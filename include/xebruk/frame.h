@@ -15,8 +15,9 @@ XEBRUK_EXTERN_C_BEGIN
 #define XEB_FPU_MASK        0x00F0u
 #define XEB_REPORT_MASK     0xFF00u
 
-#define XEB_ACC_LA          0x0001u
-#define XEB_ACC_HA          0x0002u
+#define XEB_ACC_LA          0x0001u  /* entries of vm.h: _50 double, _21 single */
+#define XEB_ACC_HA          0x0002u  /* _HA; also any value other than 1 and 3 */
+#define XEB_ACC_EP          0x0003u  /* _50 double, _11 single */
 
 #define XEB_FPU_NARROW      0x0010u  /* force control words; x87 at 53 bits with LA/HA */
 #define XEB_FPU_WIDE        0x0020u  /* force control words; x87 at 64 bits */

@@ -19,6 +19,7 @@
 #include "rng_discrete.h"
 #include "vm_explog.h"
 #include "vm_hyperbolic.h"
+#include "vm.h"
 #include "convcorr.h"
 
 #endif
