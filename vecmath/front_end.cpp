@@ -10,6 +10,7 @@
 #include "xebruk/frame.h"
 #include "xebruk/vm.h"
 #include "xebruk/vm_div.h"
+#include "xebruk/vm_erf.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_hyperbolic.h"
 #include "xebruk/vm_invtrig.h"
@@ -127,6 +128,10 @@ void xebdAcosh(int n, const double* a, double* r) { checked<xebdAcosh_HA, xebdAc
 void xebsAcosh(int n, const float* a, float* r) { checked<xebsAcosh_HA, xebsAcosh_21, xebsAcosh_11>(__func__, n, a, r); }
 void xebdAtanh(int n, const double* a, double* r) { checked<xebdAtanh_HA, xebdAtanh_50>(__func__, n, a, r); }
 void xebsAtanh(int n, const float* a, float* r) { checked<xebsAtanh_HA, xebsAtanh_21, xebsAtanh_11>(__func__, n, a, r); }
+void xebdErf(int n, const double* a, double* r) { checked<xebdErf_HA, xebdErf_50>(__func__, n, a, r); }
+void xebsErf(int n, const float* a, float* r) { checked<xebsErf_HA, xebsErf_21, xebsErf_11>(__func__, n, a, r); }
+void xebdErfc(int n, const double* a, double* r) { checked<xebdErfc_HA, xebdErfc_50>(__func__, n, a, r); }
+void xebsErfc(int n, const float* a, float* r) { checked<xebsErfc_HA, xebsErfc_21, xebsErfc_11>(__func__, n, a, r); }
 // clang-format on
 
 }  // extern "C"

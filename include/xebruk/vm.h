@@ -84,6 +84,10 @@ XEBRUK_API void xebdAcosh(int n, const double *a, double *r);
 XEBRUK_API void xebsAcosh(int n, const float *a, float *r);
 XEBRUK_API void xebdAtanh(int n, const double *a, double *r);
 XEBRUK_API void xebsAtanh(int n, const float *a, float *r);
+XEBRUK_API void xebdErf(int n, const double *a, double *r);
+XEBRUK_API void xebsErf(int n, const float *a, float *r);
+XEBRUK_API void xebdErfc(int n, const double *a, double *r);
+XEBRUK_API void xebsErfc(int n, const float *a, float *r);
 
 XEBRUK_EXTERN_C_END
 
