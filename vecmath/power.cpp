@@ -157,7 +157,6 @@ struct alignas(16) C {
     constexpr explicit C(double x) : v{x, x} {}
 };
 inline double operator+(const C& a, double b) { return a.v[0] + b; }
-inline double operator+(double a, const C& b) { return a + b.v[0]; }
 inline double operator-(double a, const C& b) { return a - b.v[0]; }
 inline double operator*(const C& a, double b) { return a.v[0] * b; }
 inline double operator*(double a, const C& b) { return a * b.v[0]; }
