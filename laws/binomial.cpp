@@ -40,6 +40,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
@@ -356,5 +357,6 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
 
 int32_t rukiRngBinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t trials,
                         double p) {
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::binomial(stream, n, r, trials, p);
 }

@@ -166,9 +166,11 @@ using namespace xeb::laws;
 
 int32_t rukdRngGaussian(int32_t method, RukStream* stream, int32_t n, double* r, double a,
                         double sigma) {
+    const xeb::frame::StreamControlWords words;
     return BoxMuller<double>::draw(method, stream, n, r, a, sigma);
 }
 int32_t ruksRngGaussian(int32_t method, RukStream* stream, int32_t n, float* r, float a,
                         float sigma) {
+    const xeb::frame::StreamControlWords words;
     return BoxMuller<float>::draw(method, stream, n, r, a, sigma);
 }

@@ -26,6 +26,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 
 namespace xeb::rng::gray_code {
@@ -239,6 +240,7 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     // c = (b - a) 2^-32 (the power of two is exact); w c and w c + a each
     // round to 64 bits, the result once more to T.  With a = 0 and b - a a
     // power of two, w c is exact.
+    const frame::StreamControlWords words;
     const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
     const long double lo = a;
     T* p = r;

@@ -17,6 +17,7 @@
 // round to single.
 #include <cstdint>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 #include "rng/modular.h"
 #include "xebruk/rng_generators.h"
@@ -84,8 +85,9 @@ int32_t rukBRngMCG31M1InitStream(int32_t method, RukStream* stream, int32_t n,
 }
 
 int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, double b) {
-    // c in double; each result x c + a in the x87 at its present precision,
+    // c in double; each result x c + a in the x87 at 64-bit precision,
     // rounded once at the store.
+    const xeb::frame::StreamControlWords words;
     const double c = static_cast<double>((static_cast<long double>(b) - a) * kInverseModulus);
     const long double ca = c, aa = a;
     // x is below 2^31: the top-bit term of the word conversion is always 0.
@@ -96,6 +98,7 @@ int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, doubl
 }
 
 int32_t ruksBRngMCG31M1(RukStream* stream, int32_t n, float* r, float a, float b) {
+    const xeb::frame::StreamControlWords words;
     // float(b - a) times the double 1/M is exact in the 64-bit significand
     // (24 + 31 bits), so c is that product correctly rounded to single.
     const float width = b - a;

@@ -28,6 +28,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 #include "xebruk/rng_generators.h"
 
@@ -245,6 +246,7 @@ int32_t rukiBRngMT19937(RukStream* stream, int32_t n, uint32_t* r) {
 }
 
 int32_t rukdBRngMT19937(RukStream* stream, int32_t n, double* r, double a, double b) {
+    const xeb::frame::StreamControlWords words;
     // Slot: the 64-bit integer whose low half is the word.
     const long double c = (static_cast<long double>(b) - a) * kTwoToMinus32;
     const long double aa = a;
@@ -255,6 +257,7 @@ int32_t rukdBRngMT19937(RukStream* stream, int32_t n, double* r, double a, doubl
 }
 
 int32_t ruksBRngMT19937(RukStream* stream, int32_t n, float* r, float a, float b) {
+    const xeb::frame::StreamControlWords words;
     const long double c = static_cast<double>((static_cast<long double>(b) - a) * kTwoToMinus32);
     const long double aa = a;
     fill_converted<uint32_t>(stream, n, r, [c, aa](uint32_t w) {
