@@ -1,0 +1,150 @@
+#include "frozen_streams.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+#include "sha256.h"
+#include "xebruk/rng_continuous.h"
+#include "xebruk/rng_discrete.h"
+#include "xebruk/rng_generators.h"
+
+namespace xtools {
+namespace {
+
+using Seed = std::vector<uint32_t>;
+
+// A generator kernel of real numbers on [a, b).
+template <class T>
+FrozenStream real(std::string name, int32_t brng, Seed seed,
+                  int32_t (*kernel)(RukStream*, int32_t, T*, T, T), T a, T b) {
+    return {std::move(name), brng, std::move(seed), sizeof(T),
+            [=](RukStream* s, int32_t n, void* r) { return kernel(s, n, static_cast<T*>(r), a, b); }};
+}
+
+FrozenStream words(std::string name, int32_t brng, Seed seed,
+                   int32_t (*kernel)(RukStream*, int32_t, uint32_t*)) {
+    return {std::move(name), brng, std::move(seed), 4,
+            [=](RukStream* s, int32_t n, void* r) { return kernel(s, n, static_cast<uint32_t*>(r)); }};
+}
+
+// The laws draw from MT19937 with this key.
+const Seed kLawKey = {0x123, 0x234, 0x345, 0x456};
+
+template <class P>
+struct Given {
+    using type = P;
+};
+template <class T, class... P>
+FrozenStream law(std::string name, int32_t (*f)(int32_t, RukStream*, int32_t, T*, P...),
+                 int32_t method, typename Given<P>::type... p) {
+    return {std::move(name), RUK_BRNG_MT19937, kLawKey, sizeof(T),
+            [=](RukStream* s, int32_t n, void* r) { return f(method, s, n, static_cast<T*>(r), p...); }};
+}
+
+}  // namespace
+
+const std::vector<FrozenStream>& frozen_streams() {
+    static const std::vector<FrozenStream> cases = {
+        words("mcg31m1.i", RUK_BRNG_MCG31M1, {12345}, rukiBRngMCG31M1),
+        real<double>("mcg31m1.d", RUK_BRNG_MCG31M1, {12345}, rukdBRngMCG31M1, -1.5, 3.25),
+        real<float>("mcg31m1.s", RUK_BRNG_MCG31M1, {12345}, ruksBRngMCG31M1, -1.5f, 3.25f),
+        words("mt19937.i", RUK_BRNG_MT19937, kLawKey, rukiBRngMT19937),
+        real<double>("mt19937.d", RUK_BRNG_MT19937, kLawKey, rukdBRngMT19937, -1.5, 3.25),
+        real<float>("mt19937.s", RUK_BRNG_MT19937, kLawKey, ruksBRngMT19937, -1.5f, 3.25f),
+        words("sobol40.i", RUK_BRNG_SOBOL, {40}, rukiBRngSobol),
+        real<double>("sobol5.d", RUK_BRNG_SOBOL, {5}, rukdBRngSobol, -1.5, 3.25),
+        real<float>("sobol5.s", RUK_BRNG_SOBOL, {5}, ruksBRngSobol, -1.5f, 3.25f),
+        words("niederr318.i", RUK_BRNG_NIEDERR, {318}, rukiBRngNiederr),
+        real<double>("niederr5.d", RUK_BRNG_NIEDERR, {5}, rukdBRngNiederr, -1.5, 3.25),
+        real<float>("niederr5.s", RUK_BRNG_NIEDERR, {5}, ruksBRngNiederr, -1.5f, 3.25f),
+
+        law("uniform.d", rukdRngUniform, 0, -1.5, 3.25),
+        law("uniform.s", ruksRngUniform, 0, -1.5f, 3.25f),
+        law("exponential.d", rukdRngExponential, 0, 0.5, 2.0),
+        law("exponential.s", ruksRngExponential, 0, 0.5f, 2.0f),
+        law("laplace.d", rukdRngLaplace, 0, 0.5, 2.0),
+        law("laplace.s", ruksRngLaplace, 0, 0.5f, 2.0f),
+        law("weibull.d", rukdRngWeibull, 0, 1.5, 0.5, 2.0),
+        law("weibull.s", ruksRngWeibull, 0, 1.5f, 0.5f, 2.0f),
+        law("cauchy.d", rukdRngCauchy, 0, 0.5, 2.0),
+        law("cauchy.s", ruksRngCauchy, 0, 0.5f, 2.0f),
+        law("rayleigh.d", rukdRngRayleigh, 0, 0.5, 2.0),
+        law("rayleigh.s", ruksRngRayleigh, 0, 0.5f, 2.0f),
+        law("gumbel.d", rukdRngGumbel, 0, 0.5, 2.0),
+        law("gumbel.s", ruksRngGumbel, 0, 0.5f, 2.0f),
+        law("gaussian.m0.d", rukdRngGaussian, RUK_METHOD_GAUSSIAN_SINGLE, 0.5, 2.0),
+        law("gaussian.m0.s", ruksRngGaussian, RUK_METHOD_GAUSSIAN_SINGLE, 0.5f, 2.0f),
+        law("gaussian.m1.d", rukdRngGaussian, RUK_METHOD_GAUSSIAN_PAIRED, 0.5, 2.0),
+        law("gaussian.m1.s", ruksRngGaussian, RUK_METHOD_GAUSSIAN_PAIRED, 0.5f, 2.0f),
+        law("lognormal.d", rukdRngLognormal, 0, 0.5, 0.75, -1.0, 2.0),
+        law("lognormal.s", ruksRngLognormal, 0, 0.5f, 0.75f, -1.0f, 2.0f),
+
+        law("uniform.i", rukiRngUniform, 0, -7, 1000),
+        law("uniform_bits.i", rukiRngUniformBits, 0),
+        law("bernoulli.i", rukiRngBernoulli, 0, 0.3),
+        law("geometric.i", rukiRngGeometric, 0, 0.3),
+        law("binomial.20x0.3.i", rukiRngBinomial, 0, 20, 0.3),     // inversion
+        law("binomial.1000x0.7.i", rukiRngBinomial, 0, 1000, 0.7),  // rejection, p flipped
+    };
+    return cases;
+}
+
+FrozenHashes hash_stream(const FrozenStream& c, bool full) {
+    RukStream* stream = nullptr;
+    int32_t status = rukNewStreamEx(&stream, c.brng, static_cast<int32_t>(c.seed.size()), c.seed.data());
+    const int32_t total = full ? kFrozenCount : kFrozenPrefix;
+    std::vector<unsigned char> buffer(static_cast<std::size_t>(kFrozenCall) * c.bytes);
+    Sha256 sha;
+    FrozenHashes h;
+    // The same calls whatever the total, so that the prefix never depends on it.
+    for (int32_t done = 0; status >= 0 && done < total;) {
+        const int32_t n = kFrozenCount - done < kFrozenCall ? kFrozenCount - done : kFrozenCall;
+        status = c.draw(stream, n, buffer.data());
+        const int32_t in_prefix = done < kFrozenPrefix ? std::min(n, kFrozenPrefix - done) : 0;
+        sha.add(buffer.data(), static_cast<std::size_t>(in_prefix) * c.bytes);
+        if (done + in_prefix == kFrozenPrefix && in_prefix > 0) h.prefix = sha.hex();
+        if (full) sha.add(buffer.data() + in_prefix * c.bytes, static_cast<std::size_t>(n - in_prefix) * c.bytes);
+        done += n;
+    }
+    rukDeleteStream(&stream);
+    if (status < 0) return {"status" + std::to_string(status), ""};
+    if (full) h.full = sha.hex();
+    return h;
+}
+
+const std::vector<std::string>& class_sets() {
+    static const std::vector<std::string> sets = {"baseline", "simd"};
+    return sets;
+}
+
+// The library has one kernel class today.
+std::string class_set_in_use() { return "baseline"; }
+
+std::vector<FrozenRow> read_rows(const std::string& path) {
+    std::vector<FrozenRow> rows;
+    std::ifstream in(path);
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream fields(line);
+        FrozenRow row;
+        std::string classes;
+        fields >> row.name >> classes >> row.hashes.prefix >> row.hashes.full;
+        std::istringstream list(classes);
+        for (std::string c; std::getline(list, c, ',');) row.classes.push_back(c);
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+const FrozenRow* row_for(const std::vector<FrozenRow>& rows, const std::string& name,
+                         const std::string& cls) {
+    for (const FrozenRow& r : rows)
+        for (const std::string& c : r.classes)
+            if (r.name == name && c == cls) return &r;
+    return nullptr;
+}
+
+}  // namespace xtools
