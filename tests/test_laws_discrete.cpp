@@ -421,6 +421,35 @@ TEST(Binomial, DrawCountsAndStatuses) {
     EXPECT_TRUE(script.calls.empty());
 }
 
+// One result on chosen uniforms u1, u2 (then 0.001, 0.5, which BTPE's
+// triangle accepts): the fold at p = 0.5, the route at N pp = 30, and two
+// pairs found by search on the narrowest margins of the acceptance tests.
+TEST(Binomial, ChosenUniformsMeetTheEdgesOfTheMethod) {
+    struct Row {
+        int32_t trials;
+        double p, u1, u2;
+        int32_t result, drawn;
+        const char* what;
+    };
+    const Row rows[] = {
+        {10, 0.5, 0.01, 0.5, 9, 1, "inversion gives 1; p = 0.5 is folded: 10 - 1"},
+        {60, 0.5, 0.3, 0.5, 28, 2, "N pp = 30 takes BTPE: two uniforms for one result"},
+        {100, 0.5, 0.85569315, 3e-4, 54, 4, "K = 17, 33 below the mode: the ratio product down to K itself rejects"},
+        {1000, 0.5, 0.7, 0.705, 532, 2, "K = 468: within Stirling's bound with all four corrections"},
+    };
+    StreamHandle h;
+    new_script_stream(h);
+    for (const Row& row : rows) {
+        reset_script({row.u1, row.u2, 0.001, 0.5});
+        int32_t r = -1;
+        ASSERT_EQ(rukiRngBinomial(0, h.get(), 1, &r, row.trials, row.p), RUK_OK);
+        EXPECT_EQ(r, row.result) << row.what;
+        int32_t drawn = 0;
+        for (int32_t c : script.calls) drawn += c;
+        EXPECT_EQ(drawn, row.drawn) << row.what;
+    }
+}
+
 // The set-up record: one chunk of id 5, reused while the arguments stay.
 const double* binomial_record(const StreamHandle& h) {
     return static_cast<const double*>(rukSearchChunk(h.get(), RUK_CHUNK_BINOMIAL));
