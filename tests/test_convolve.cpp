@@ -52,37 +52,6 @@ Reference correlation(const std::vector<float>& a, const std::vector<float>& b, 
     return direct(a, b, low, count, false);
 }
 
-struct Case {
-    int32_t len1, len2;
-    sigConvPath path;
-    int32_t order;
-    int64_t step;
-};
-
-// The thresholds decide the path: the boundary examples and every branch.
-TEST(Convolve, ChoiceOfPath) {
-    const Case cases[] = {
-        {255, 1, sigConvPath::Direct, 0, 0},
-        {56, 200, sigConvPath::Direct, 0, 0},        // 255 outputs, S 200
-        {225, 32, sigConvPath::OverlapSave, 7, 97},  // 256 outputs, M 64, N 128
-        {300, 31, sigConvPath::Direct, 0, 0},        // filter below 32 taps
-        {1, 5000, sigConvPath::DirectBlocked, 0, 0},
-        {100000, 31, sigConvPath::DirectBlocked, 0, 0},
-        {157, 100, sigConvPath::OneShot, 8, 256},
-        {100, 299, sigConvPath::OneShot, 9, 398},
-        {300, 100, sigConvPath::OverlapSave, 9, 413},
-        {1000, 1000, sigConvPath::OneShot, 11, 1999},
-    };
-    for (const Case& c : cases) {
-        const sigConvChoice got = sigConvolveChoice(c.len1, c.len2);
-        EXPECT_EQ(got.path, c.path) << c.len1 << " " << c.len2;
-        if (c.path == sigConvPath::OneShot || c.path == sigConvPath::OverlapSave) {
-            EXPECT_EQ(got.order, c.order) << c.len1 << " " << c.len2;
-            EXPECT_EQ(got.step, c.step) << c.len1 << " " << c.len2;
-        }
-    }
-}
-
 // Every path against the reference; direct paths work without any
 // allocation, FFT paths report -9 when allocation fails.
 TEST(Convolve, AllPathsAgainstReference) {
