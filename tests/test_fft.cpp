@@ -270,14 +270,7 @@ TEST(FftTransform, LargeOrders) {
 TEST(FftTransform, ScalingAndSpecialInputs) {
     for (int order : {0, 1, 2, 3, 4, 5, 11, 12, 13, 14}) {
         const std::size_t n = std::size_t{1} << order;
-        // All ones: X[0] = N, everything else 0, in both layouts.
         PlanGuard g(order, SIG_SCALE_NONE);
-        std::vector<float> ones(n, 1.0f), y(n);
-        for (bool ordered : {false, true}) {
-            (ordered ? sigFftForwardOrdered : sigFftForwardEdge)(ones.data(), y.data(), g.p, nullptr);
-            EXPECT_EQ(y[0], static_cast<float>(n)) << order;
-            for (std::size_t i = 1; i < n; ++i) ASSERT_LT(std::fabs(y[i]), 1e-6f * n) << order << " " << i;
-        }
         // Flag 4 scales both directions by 1/sqrt(N); flag 1 the forward by 1/N.
         const auto x = xt::uniform_signal(n, 50 + order);
         PlanGuard root(order, SIG_SCALE_BOTH_ROOT), fwd(order, SIG_SCALE_FORWARD);
@@ -330,37 +323,6 @@ TEST(FftTransform, SharedPlanAcrossThreads) {
         for (auto& t : threads) t.join();
         for (const auto& y : got) EXPECT_EQ(std::memcmp(y.data(), expect.data(), n * 4), 0) << order;
     }
-}
-
-TEST(FftTransform, SpectrumProducts) {
-    for (int n : {1, 2, 3, 8, 9, 30, 64}) {
-        const auto a = xt::uniform_signal(n, n), b0 = xt::uniform_signal(n, n + 1000);
-        std::vector<float> b = b0, c = b0;
-        ASSERT_EQ(sigMulSpectrumEdge(a.data(), b.data(), n), SIG_OK);
-        ASSERT_EQ(sigMulConjSpectrumOrdered(a.data(), c.data(), n), SIG_OK);
-        // Edge-first: two reals (one for odd n), then pairs.  Ordered: one
-        // real first and, for even n, one last.
-        const int edge_reals = n % 2 ? 1 : std::min(n, 2);
-        for (int i = 0; i < edge_reals; ++i) EXPECT_EQ(b[i], a[i] * b0[i]);
-        for (int i = edge_reals; i + 1 < n; i += 2) {
-            const std::complex<double> p = std::complex<double>(a[i], a[i + 1]) * std::complex<double>(b0[i], b0[i + 1]);
-            EXPECT_NEAR(b[i], p.real(), 1e-6);
-            EXPECT_NEAR(b[i + 1], p.imag(), 1e-6);
-        }
-        EXPECT_EQ(c[0], a[0] * b0[0]);
-        if (n % 2 == 0 && n > 1) {
-            EXPECT_EQ(c[n - 1], a[n - 1] * b0[n - 1]);
-        }
-        for (int i = 1; i + 1 < n; i += 2) {
-            const std::complex<double> p =
-                std::complex<double>(a[i], a[i + 1]) * std::conj(std::complex<double>(b0[i], b0[i + 1]));
-            EXPECT_NEAR(c[i], p.real(), 1e-6);
-            EXPECT_NEAR(c[i + 1], p.imag(), 1e-6);
-        }
-    }
-    float v = 1;
-    EXPECT_EQ(sigMulSpectrumEdge(nullptr, &v, 1), SIG_ERR_NULL);
-    EXPECT_EQ(sigMulConjSpectrumOrdered(&v, &v, 0), SIG_ERR_SIZE);
 }
 
 }  // namespace

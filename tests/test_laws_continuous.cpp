@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "support/scale.h"
+#include "support/script.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
 
@@ -24,32 +25,9 @@ namespace {
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
-// A registered generator that hands out a script: the uniforms on (0, 1) to
-// return (scaled to the interval asked for, used cyclically) and the status
-// of each call (missing ones are 0); it logs the count of every call.
-struct Script {
-    std::vector<double> values;
-    Calls statuses, calls;
-    std::size_t next = 0;
-} script;
-void reset_script(std::vector<double> v, Calls s = {}) { script = Script{std::move(v), std::move(s), {}, 0}; }
-template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T a, T b) {
-    const std::size_t call = script.calls.size();
-    script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i)
-        r[i] = static_cast<T>(a + (b - a) * script.values[script.next++ % script.values.size()]);
-    return call < script.statuses.size() ? script.statuses[call] : 0;
-}
-int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
-int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
-void new_script_stream(StreamHandle& h) {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
-        return rukRegisterBrng(&row);
-    }();
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
-}
+using xt::new_script_stream;
+using xt::reset_script;
+xt::Script& script = xt::script();
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
 

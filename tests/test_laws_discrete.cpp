@@ -24,6 +24,7 @@
 #include "support/chi_square.h"
 #include "support/events.h"
 #include "support/scale.h"
+#include "support/script.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
 
@@ -49,31 +50,11 @@ Ints draw(int32_t id, uint32_t seed, std::size_t n, int32_t (*law)(int32_t, RukS
     return r;
 }
 
-// A generator that hands out given numbers as they stand (whatever the
-// interval), records the count of every call and answers given statuses.
-struct Script {
-    std::vector<double> values;  // used cyclically
-    std::vector<int32_t> statuses, calls;
-    std::size_t next = 0;
-} script;
+// The scripted generator hands out its numbers as they stand.
+using xt::new_script_stream;
+xt::Script& script = xt::script();
 void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
-    script = Script{std::move(values), std::move(statuses), {}, 0};
-}
-template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T, T) {
-    const std::size_t call = script.calls.size();
-    script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i) r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
-    return call < script.statuses.size() ? script.statuses[call] : RUK_OK;
-}
-int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
-int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
-void new_script_stream(StreamHandle& h) {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
-        return rukRegisterBrng(&row);
-    }();
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
+    xt::reset_script(std::move(values), std::move(statuses), true);
 }
 
 // Fails with the law's name unless the sample passes.
@@ -111,28 +92,6 @@ TEST(Truncation, MatchesTheConversionTowardZeroBelowTwoTo31) {
         std::fesetround(FE_TONEAREST);
         EXPECT_EQ(bad, 0u) << "of " << xs.size();
     }
-}
-
-TEST(DiscreteUniform, CoversTheRangeEvenly) {
-    // Narrow ranges counted value by value; wide spans in 64 equal classes.
-    const std::pair<int32_t, int32_t> cases[] = {{-5, 7},    {-1000, -990}, {0, 1000}, {INT32_MIN, INT32_MAX},
-                                                 {-2000000000, 2000000000}, {-7, 2147483647}};
-    uint32_t seed = 10;
-    for (int32_t id : kGens)
-        for (auto [a, b] : cases) {
-            Ints r = draw(id, ++seed, kSample, rukiRngUniform, a, b);
-            const long double span = static_cast<long double>(b) - a;
-            const int64_t classes = span <= 1000 ? static_cast<int64_t>(span) : 64;
-            std::size_t outside = 0;
-            for (int32_t& x : r) {
-                outside += x < a || x >= b;
-                x = static_cast<int32_t>((static_cast<long double>(x) - a) * classes / span);
-            }
-            EXPECT_EQ(outside, 0u) << id << " [" << a << ", " << b << ")";
-            expect_passes(xt::chi_square(r, 0, classes - 1,
-                                         [classes](int64_t k) { return k >= 0 && k < classes ? 1.0L / classes : 0.0L; }),
-                          "uniform " + std::to_string(a) + ", " + std::to_string(b) + " on " + std::to_string(id));
-        }
 }
 
 TEST(DiscreteUniform, IsTheFloorOfTheGeneratorsDoubles) {
