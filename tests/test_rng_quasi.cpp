@@ -445,17 +445,6 @@ TEST(Sobol, FarPositionsAgainstDirectConstruction) {
     EXPECT_EQ(draw<SobolGen>(one.get(), 2), (Words{direct_point(0, 1u << 31), direct_point(0, (1u << 31) + 1)}));
 }
 
-// Every coordinate alone is a (0, k, 1)-net: one point in each interval
-// [j 2^-k, (j+1) 2^-k).
-TEST(Sobol, EveryCoordinateStratifiesDyadicIntervals) {
-    const int kmax = xt::test_scale() < 1 ? 12 : 15, dim = 40;
-    StreamHandle h;
-    make<SobolGen>(h, dim);
-    const Words w = draw<SobolGen>(h.get(), ((int64_t{1} << kmax) - 1) * dim);
-    for (int d = 0; d < dim; ++d)
-        for (int k = 1; k <= kmax; ++k) expect_net(w, dim, {d}, 0, k);
-}
-
 // ---- Niederr
 
 TEST(Niederr, PolynomialsAreTheIrreduciblesInOrder) {

@@ -71,10 +71,4 @@ long double binomial_pmf(int64_t trials, long double p, int64_t k) {
                     x * std::log(p) + (t - x) * std::log1p(-p));
 }
 
-long double geometric_pmf(long double p, int64_t k) {
-    if (k < 0) return 0;
-    if (p == 1) return k == 0 ? 1 : 0;
-    return p * std::exp(static_cast<long double>(k) * std::log1p(-p));
-}
-
 }  // namespace xt

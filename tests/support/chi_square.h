@@ -28,8 +28,7 @@ struct ChiSquare {
 ChiSquare chi_square(const std::vector<int32_t>& sample, int64_t lo, int64_t hi,
                      const std::function<long double(int64_t)>& pmf);
 
-// Probability mass functions evaluated in long double.
+// The probability mass function of Binomial(trials, p), in long double.
 long double binomial_pmf(int64_t trials, long double p, int64_t k);
-long double geometric_pmf(long double p, int64_t k);  // failures before the first success
 
 }  // namespace xt
