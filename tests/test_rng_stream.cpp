@@ -49,14 +49,21 @@ TEST(Registry, Validity) {
     RukBrngEntry e;
     for (int32_t id : {0, 4, 276, 278, 0x100000, 0x500000 + 272, 0x900000 + 1023, 0xC00000})
         EXPECT_EQ(rukGetBrngProperties(id, &e), RUK_OK) << id;
-    // Negative ids pass the validity test but name no row: refused.
+    // Negative ids pass the validity test but name no row: refused, and a
+    // stream whose id was overwritten with one can neither leapfrog nor skip.
+    StreamHandle overwritten;
+    ASSERT_EQ(rukNewStreamEx(overwritten.out(), RUK_BRNG_MCG31M1, 0, nullptr), RUK_OK);
     for (int32_t id : {279, 0xFFFFF, -1, INT32_MIN, 0x500000 + 273, 0x900000 + 1024, 0x100001,
                        0xC00001, 0x7FFFFFFF}) {
         EXPECT_EQ(rukGetBrngProperties(id, &e), RUK_ERROR_UNKNOWN_BRNG) << id;
         StreamHandle h;
         EXPECT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_ERROR_UNKNOWN_BRNG) << id;
         EXPECT_EQ(h.get(), nullptr);
+        overwritten->brngId = id;
+        EXPECT_EQ(rukLeapfrogStream(overwritten.get(), 0, 2), RUK_ERROR_UNKNOWN_BRNG) << id;
+        EXPECT_EQ(rukSkipAheadStream(overwritten.get(), 1), RUK_ERROR_UNKNOWN_BRNG) << id;
     }
+    overwritten->brngId = RUK_BRNG_MCG31M1;
     EXPECT_EQ(rukGetBrngProperties(0x500000 + 17, &e), RUK_OK);
 }
 
