@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -46,15 +47,14 @@ uint32_t mode_of(int t) {
     return report | fpu[t % 3] | ((t & 2) ? XEB_ACC_LA : XEB_ACC_HA);
 }
 
-// Thread t's draws, made here on one thread in the same calls.
-std::vector<double> gaussians(int t) {
-    xt::StreamHandle s;
-    const uint32_t key = 100 + t;
-    rukNewStreamEx(s.out(), RUK_BRNG_MT19937, 1, &key);
-    std::vector<double> r(kRounds * kDraws);
-    for (int round = 0; round < kRounds; ++round)
-        rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s.get(), kDraws, &r[round * kDraws], t, 1.0 + t);
-    return r;
+// Draw number `call` of thread t's stream, into r.
+void draw(xt::StreamHandle& s, int t, int call, std::vector<double>& r) {
+    if (!s.get()) {
+        const uint32_t key = 100 + t;
+        rukNewStreamEx(s.out(), RUK_BRNG_MT19937, 1, &key);
+        r.resize(kRounds * kDraws);
+    }
+    rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s.get(), kDraws, &r[call * kDraws], t, 1.0 + t);
 }
 
 struct Faults {
@@ -69,32 +69,32 @@ void run(int t, const std::vector<double>& expected, Faults& f) {
     xebSetErrorCallBack(kCallbacks[t]);
     const uint32_t mode = xebGetMode();
     xt::StreamHandle s;
-    const uint32_t key = 100 + t;
-    rukNewStreamEx(s.out(), RUK_BRNG_MT19937, 1, &key);
-    double a[16], r[16], g[kDraws];
+    std::vector<double> mine;
+    double a[16], r[16];
     for (int round = 0; round < kRounds; ++round) {
         // Ln of (t + round) % 3 + 1 negatives, then Inv of as many zeros.
         const int bad = (t + round) % 3 + 1;
-        for (int i = 0; i < 16; ++i) a[i] = i < bad ? -1.0 - i : 1.0 + i;
-        errno = 0;
-        xebdLn_HA(16, a, r);
-        f.status += xebGetErrStatus() != XEB_STATUS_DOMAINFAULT;
-        f.errno_value += errno != (t % 2 == 0 ? EDOM : 0);
-        for (int i = 0; i < 16; ++i) a[i] = i < bad ? 0.0 : 1.0 + i;
-        errno = 0;
-        xebdInv_HA(16, a, r);
-        f.status += xebGetErrStatus() != XEB_STATUS_POLE;
-        f.errno_value += errno != (t % 2 == 0 ? ERANGE : 0);
-        rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s.get(), kDraws, g, t, 1.0 + t);
-        f.draws += std::memcmp(g, expected.data() + round * kDraws, sizeof g) != 0;
+        for (auto [kernel, code, err, value] : {std::tuple{&xebdLn_HA, XEB_STATUS_DOMAINFAULT, EDOM, -1.0},
+                                                std::tuple{&xebdInv_HA, XEB_STATUS_POLE, ERANGE, 0.0}}) {
+            for (int i = 0; i < 16; ++i) a[i] = i < bad ? value : 1.0 + i;
+            errno = 0;
+            kernel(16, a, r);
+            f.status += xebGetErrStatus() != code;
+            f.errno_value += errno != (t % 2 == 0 ? err : 0);
+        }
+        draw(s, t, round, mine);
     }
+    f.draws = mine != expected;
     f.mode = xebGetMode() != mode || xebGetErrorCallBack() != kCallbacks[t];
     xebSetMode(XEB_FPU_RESTORE);
 }
 
 TEST(Threads, ModeStatusCallbackAndStreamStayWithTheirThread) {
-    std::vector<std::vector<double>> expected;
-    for (int t = 0; t < kThreads; ++t) expected.push_back(gaussians(t));
+    std::vector<std::vector<double>> expected(kThreads);
+    for (int t = 0; t < kThreads; ++t) {
+        xt::StreamHandle s;
+        for (int round = 0; round < kRounds; ++round) draw(s, t, round, expected[t]);
+    }
     Faults faults[kThreads];
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
