@@ -25,6 +25,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 
 #include "frame/kernel_frame.h"
 #include "rng/generator.h"
@@ -227,6 +229,39 @@ struct Generator {
     }
     static int32_t skip_ahead(S& s, int32_t nskip) { return gray_code::skip_ahead<Rule>(s, nskip); }
 };
+
+// x_d(t) from the direction numbers alone: XOR of V[d][i] over the bits i
+// of gray(t).
+inline uint32_t component_at(const uint32_t* v, uint32_t t) {
+    uint32_t x = 0;
+    const uint32_t g = t ^ (t >> 1);
+    for (int i = 0; i < kDirectionBits; ++i)
+        if ((g >> i) & 1) x ^= v[i];
+    return x;
+}
+
+// The check of a loaded state (rng/load_checks.h): a state that seeding
+// and moves of generator G can make.  Either the unusable state of a
+// dimension of 0 or below, as seeding leaves it; or a usable one whose
+// direction numbers are G's own for its dimension (the extra word of each
+// row 0, unused rows 0) and whose current components are x_d(counter).
+template <class G>
+bool valid_state(const unsigned char* bytes) {
+    using S = typename G::State;
+    auto s = std::make_unique<S>();
+    std::memcpy(s.get(), bytes, sizeof(S));
+    auto fresh = std::make_unique<S>();  // zeros, as a new stream block
+    const uint32_t dim = static_cast<uint32_t>(s->dimension);
+    G::seed(*fresh, 1, &dim);
+    if (s->dimension < 1) return std::memcmp(s.get(), fresh.get(), sizeof(S)) == 0;
+    if (!usable(*s) || std::memcmp(s->direction, fresh->direction, sizeof s->direction) != 0)
+        return false;
+    for (int32_t d = 0; d < S::kMaxDimension; ++d) {
+        const bool current = d < s->dimension && (s->leapDim == kAllComponents || d == s->leapDim);
+        if (current && s->point[d] != component_at(s->direction[d], s->counter)) return false;
+    }
+    return true;
+}
 
 // The three kernels over a state record S.
 template <class S>

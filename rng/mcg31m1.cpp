@@ -16,9 +16,11 @@
 // precision: c is rounded to single, and the product and the sum each
 // round to single.
 #include <cstdint>
+#include <cstring>
 
 #include "frame/kernel_frame.h"
 #include "rng/generator.h"
+#include "rng/load_checks.h"
 #include "rng/modular.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
@@ -60,6 +62,16 @@ struct Mcg31m1 {
 };
 
 static_assert(sizeof(Mcg31m1::State) + kStreamHeaderBytes == 24, "MCG31M1 streamSize");
+
+// A state seeding and moves can make: x and the multiplier (a power of a)
+// both in 1 .. M - 1.  A 0 would repeat for ever, and a word of M or more
+// lies outside the field.
+bool valid_state(const unsigned char* bytes) {
+    Mcg31m1::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    return s.x >= 1 && s.x < kMersenne31 && s.multiplier >= 1 && s.multiplier < kMersenne31;
+}
+const StateCheckRegistration kLoadCheck{rukBRngMCG31M1InitStream, valid_state};
 
 // n values x, x a, x a^2, ... scaled as x * c + t, converted to T at the
 // store; x is left at the next value.

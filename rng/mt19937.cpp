@@ -30,6 +30,7 @@
 
 #include "frame/kernel_frame.h"
 #include "rng/generator.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
 
 namespace xeb::rng {
@@ -95,6 +96,20 @@ struct Mt19937 {
 };
 
 static_assert(sizeof(Mt19937::State) + kStreamHeaderBytes == 2520, "MT19937 streamSize");
+
+// A state draws can go on from: a position of at most 624 (below 0 is
+// what negative counts leave, taken as 0 at the next draw), and a
+// generation whose 19,937 bits (the top bit of word 0, the low 31 of the
+// others) are not all zero, the one state the recurrence never leaves.
+bool valid_state(const unsigned char* bytes) {
+    Mt19937::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    if (s.index > kN) return false;
+    uint32_t any = s.mt[0] & kUpper;
+    for (int k = 1; k < kN; ++k) any |= s.mt[k] & kLower;
+    return any != 0;
+}
+const StateCheckRegistration kLoadCheck{rukBRngMT19937InitStream, valid_state};
 
 // Four 32-bit lanes, or two 64-bit lanes holding 32-bit words.  Loads and
 // stores go through memcpy: slots live in the caller's float or double
