@@ -2,18 +2,16 @@
 // values against the same uniforms drawn on a twin stream, Binomial's sample
 // against its probability mass function (chi-square) on two generators, draw
 // counts and statuses through a scripted generator, block-split
-// independence, and the Binomial set-up kept on the stream (reuse, rebuild,
-// stream files).
+// independence, and the Binomial set-up kept on the stream (reuse and
+// rebuild).
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cfenv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -149,29 +147,6 @@ TEST(DiscreteUniform, FloorsNegativesDownwardAndPassesStatuses) {
                   c.result) << c.n;
         EXPECT_EQ(script.calls, c.calls) << c.n;
     }
-}
-
-TEST(DiscreteUniformBits, ReturnsTheGeneratorsWords) {
-    // MT19937 against its published outputs, MCG31M1 against the plain
-    // recurrence, split over calls of several sizes.
-    std::ifstream ref(xt::source_dir() + "/tests/data/mt19937_initbyarray_123_234_345_456_n1000.txt");
-    std::vector<uint32_t> want, got(1000), words(3000);
-    for (std::string line; std::getline(ref, line);)
-        if (!line.empty() && line[0] != '#') want.push_back(static_cast<uint32_t>(std::stoul(line)));
-    ASSERT_EQ(want.size(), 1000u);
-    StreamHandle mt, mcg;
-    const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
-    ASSERT_EQ(rukNewStreamEx(mt.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
-    int32_t at = 0;
-    for (int32_t k : {1, 623, 1, 375}) {
-        ASSERT_EQ(rukiRngUniformBits(0, mt.get(), k, &got[at]), RUK_OK);
-        at += k;
-    }
-    EXPECT_EQ(got, want);
-    new_stream(mcg, RUK_BRNG_MCG31M1, 12345);
-    ASSERT_EQ(rukiRngUniformBits(0, mcg.get(), 1000, words.data()), RUK_OK);
-    ASSERT_EQ(rukiRngUniformBits(0, mcg.get(), 2000, words.data() + 1000), RUK_OK);
-    EXPECT_EQ(words, xt::mcg31m1_sequence(12345, 3000));
 }
 
 // Float uniforms on (0, 1) of a twin stream, for the value tests.
@@ -457,24 +432,6 @@ TEST(Binomial, ARecordTooShortIsPassedOver) {
     EXPECT_EQ(r, draw(RUK_BRNG_MT19937, 9, 2000, rukiRngBinomial, 200, 0.4));
     EXPECT_EQ(rukGetNumChunks(h.get()), 2);
     EXPECT_NE(binomial_record(h), small);
-}
-
-TEST(Binomial, StreamFileCarriesTheSetUp) {
-    const std::string path = ::testing::TempDir() + "binomial_stream.bin";
-    for (const BinomialCase& c : {BinomialCase{20, 0.6}, {300, 0.45}}) {
-        StreamHandle h, loaded;
-        new_stream(h, RUK_BRNG_MT19937, 11);
-        Ints r(777), want(1500), got(1500);
-        ASSERT_EQ(rukiRngBinomial(0, h.get(), 777, r.data(), c.trials, c.p), RUK_OK);
-        ASSERT_EQ(rukSaveStreamF(h.get(), path.c_str(), -1), RUK_OK);
-        ASSERT_EQ(rukiRngBinomial(0, h.get(), 1500, want.data(), c.trials, c.p), RUK_OK);
-        ASSERT_EQ(rukLoadStreamF(loaded.out(), path.c_str()), RUK_OK);
-        std::remove(path.c_str());
-        EXPECT_EQ(rukGetNumChunks(loaded.get()), 1);
-        ASSERT_EQ(rukiRngBinomial(0, loaded.get(), 1500, got.data(), c.trials, c.p), RUK_OK);
-        EXPECT_EQ(got, want) << c.trials;
-        EXPECT_EQ(rukGetNumChunks(loaded.get()), 1);
-    }
 }
 
 }  // namespace

@@ -3,17 +3,15 @@
 // Niederr's polynomial list against a sieve, its direction numbers against
 // GSL's, and its coordinates, alone and together, against the net
 // property; for both, block splits, skip-ahead against drawing, leapfrog
-// to a component, dimension rules, statuses and stream files.
+// to a component, dimension rules and statuses.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "rng/niederreiter.h"
@@ -349,19 +347,6 @@ TYPED_TEST(Quasi, UnusableDimensionsAndStatesAreSafe) {
         EXPECT_EQ(rukSkipAheadStream(h.get(), 5), RUK_ERROR_NO_SKIP);
         for (int32_t k : {0, 1}) EXPECT_EQ(rukLeapfrogStream(h.get(), k, kComponentStride), RUK_ERROR_NO_LEAPFROG);
     }
-}
-
-TYPED_TEST(Quasi, StreamFileContinuesInsideAVector) {
-    using G = TypeParam;
-    const std::string path = testing::TempDir() + "xebruk_quasi_" + std::to_string(::getpid());
-    StreamHandle h, ref, back;
-    make<G>(h, 6, 31);
-    make<G>(ref, 6, 31);
-    ASSERT_EQ(rukSaveStreamF(h.get(), path.c_str(), -1), RUK_OK);
-    ASSERT_EQ(rukLoadStreamF(back.out(), path.c_str()), RUK_OK);
-    std::remove(path.c_str());
-    EXPECT_EQ(rukGetStreamStateBrng(back.get()), G::kId);
-    EXPECT_EQ(draw<G>(back.get(), 100), draw<G>(ref.get(), 100));
 }
 
 // The origin and the first 2^k - 1 vectors, projected on components
