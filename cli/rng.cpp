@@ -194,7 +194,7 @@ int parse(const Args& args, Options& o) {
 void list_choices() {
     std::printf("generators (--gen):\n");
     for (const GeneratorChoice& g : generator_choices())
-        std::printf("  %-12s %s\n", g.name, g.summary);
+        std::printf("  %-14s %s\n", g.name, g.summary);
     std::printf("laws (--law, --params in this order):\n");
     for (const LawChoice& l : law_choices()) {
         std::string p;
@@ -203,7 +203,7 @@ void list_choices() {
             std::snprintf(buf, sizeof buf, "%s%s=%g", i ? "," : "", l.params[i], l.defaults[i]);
             p += buf;
         }
-        std::printf("  %-12s %-26s %s\n", l.name, p.c_str(), l.summary);
+        std::printf("  %-14s %-26s %s\n", l.name, p.c_str(), l.summary);
     }
 }
 

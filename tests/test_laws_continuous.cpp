@@ -25,9 +25,13 @@ namespace {
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
+// The scripted generator's numbers are uniforms on (0, 1), scaled to the
+// interval each call asks for.
 using xt::new_script_stream;
-using xt::reset_script;
-xt::Script& script = xt::script();
+using xt::script;
+void reset_script(std::vector<double> values, Calls statuses = {}) {
+    xt::reset_script(std::move(values), std::move(statuses), false);
+}
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
 

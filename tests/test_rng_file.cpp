@@ -256,6 +256,14 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
         {"Binomial key trials 2.5", with_chunk(RUK_CHUNK_BINOMIAL, {2.5, 0.3}, 680)},
         {"Binomial key trials 2^31", with_chunk(RUK_CHUNK_BINOMIAL, {2147483648.0, 0.3}, 680)},
         {"fresh Binomial key, table not", with_chunk(RUK_CHUNK_BINOMIAL, {0, 0, 1e300}, 680)},
+        {"Hypergeometric set-up of 24 bytes", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {1000, 400, 100}, 24)},
+        {"Hypergeometric key sample above lot", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {10, 5, 11}, 648)},
+        {"Hypergeometric key lot 2.5", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {2.5, 1, 1}, 648)},
+        {"fresh Hypergeometric key, table not", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {0, 0, 0, 1}, 648)},
+        {"Negbinomial key a = 0", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0.5}, 1304)},
+        {"Negbinomial key p = 1.5", with_chunk(RUK_CHUNK_NEGBINOMIAL, {3, 1.5}, 1304)},
+        {"Negbinomial key beyond 32 bits", with_chunk(RUK_CHUNK_NEGBINOMIAL, {1, 1e-10}, 1304)},
+        {"fresh Negbinomial key, table not", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0, 1e300}, 1304)},
     };
     for (const auto& c : cases) EXPECT_EQ(load_fails(c.file), RUK_ERROR_BAD_STREAM_FILE) << c.what;
 }

@@ -87,6 +87,10 @@ const std::vector<FrozenStream>& frozen_streams() {
         law("geometric.i", rukiRngGeometric, 0, 0.3),
         law("binomial.20x0.3.i", rukiRngBinomial, 0, 20, 0.3),     // inversion
         law("binomial.1000x0.7.i", rukiRngBinomial, 0, 1000, 0.7),  // rejection, p flipped
+        law("hypergeometric.100.20.30.i", rukiRngHypergeometric, 0, 100, 20, 30),             // inversion
+        law("hypergeometric.10000.3000.4000.i", rukiRngHypergeometric, 0, 10000, 3000, 4000),  // H2PE
+        law("negbinomial.3.5x0.4.i", rukiRngNegbinomial, 0, 3.5, 0.4),      // inversion
+        law("negbinomial.150.5x0.3.i", rukiRngNegbinomial, 0, 150.5, 0.3),  // rejection
     };
     return cases;
 }

@@ -3,8 +3,9 @@
  * the stream, the count n and the result array r, then the law's
  * parameters, and returns the status of the last draw from the generator
  * (negative: the draw failed and the call stopped there; 0 when nothing was
- * drawn).  Parameters are not checked.  The conversions to integers leave
- * the x87 control word and MXCSR as they are. */
+ * drawn).  Parameters are not checked unless a function says so.  The
+ * conversions to integers leave the x87 control word and MXCSR as they
+ * are. */
 #ifndef XEBRUK_RNG_DISCRETE_H
 #define XEBRUK_RNG_DISCRETE_H
 
@@ -44,6 +45,29 @@ XEBRUK_API int32_t rukiRngBinomial(int32_t method, RukStream *stream, int32_t n,
 
 /* Identifier of the Binomial set-up among a stream's chunks. */
 #define RUK_CHUNK_BINOMIAL 5
+
+/* Marked items in a sample of s drawn without replacement from a lot of l
+ * items of which m are marked.  Its set-up is kept on the stream (chunk
+ * RUK_CHUNK_HYPERGEOMETRIC) and reused while l, s and m stay the same.
+ * RUK_ERROR_BAD_ARGUMENT, with nothing drawn or written, unless
+ * 0 <= s <= l and 0 <= m <= l; RUK_ERROR_NO_MEMORY when the record cannot
+ * be made. */
+XEBRUK_API int32_t rukiRngHypergeometric(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                         int32_t l, int32_t s, int32_t m);
+
+/* Failures before the a-th success of probability p, for real a > 0: the
+ * chance of k is Gamma(a + k) / (Gamma(a) k!) p^a (1 - p)^k.  Its set-up is
+ * kept on the stream (chunk RUK_CHUNK_NEGBINOMIAL) and reused while a and p
+ * stay the same.  RUK_ERROR_BAD_ARGUMENT, with nothing drawn or written,
+ * unless a is finite and above 0, p lies in (0, 1], and the law's mass at
+ * 2^31 and above (which 32-bit results cannot hold) is negligible;
+ * RUK_ERROR_NO_MEMORY when the record cannot be made. */
+XEBRUK_API int32_t rukiRngNegbinomial(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                      double a, double p);
+
+/* Identifiers of their set-ups among a stream's chunks. */
+#define RUK_CHUNK_NEGBINOMIAL 4
+#define RUK_CHUNK_HYPERGEOMETRIC 6
 
 XEBRUK_EXTERN_C_END
 

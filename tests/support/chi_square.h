@@ -28,7 +28,11 @@ struct ChiSquare {
 ChiSquare chi_square(const std::vector<int32_t>& sample, int64_t lo, int64_t hi,
                      const std::function<long double(int64_t)>& pmf);
 
-// The probability mass function of Binomial(trials, p), in long double.
+// Probability mass functions evaluated in long double.
 long double binomial_pmf(int64_t trials, long double p, int64_t k);
+// Marked items in a sample of s from a lot of l with m marked.
+long double hypergeometric_pmf(int64_t l, int64_t s, int64_t m, int64_t k);
+// Failures before the a-th success of probability p, for real a > 0.
+long double negbinomial_pmf(long double a, long double p, int64_t k);
 
 }  // namespace xt

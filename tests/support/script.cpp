@@ -9,7 +9,7 @@ namespace {
 
 template <class T>
 int32_t script_fill(RukStream*, int32_t n, T* r, T a, T b) {
-    Script& s = script();
+    Script& s = script;
     const std::size_t call = s.calls.size();
     s.calls.push_back(n);
     for (int32_t i = 0; i < n; ++i) {
@@ -23,13 +23,8 @@ int32_t script_words(RukStream*, int32_t, void*) { return RUK_OK; }
 
 }  // namespace
 
-Script& script() {
-    static Script s;
-    return s;
-}
-
 void reset_script(std::vector<double> values, std::vector<int32_t> statuses, bool as_is) {
-    script() = Script{std::move(values), std::move(statuses), {}, as_is, 0};
+    script = Script{std::move(values), std::move(statuses), {}, as_is, 0};
 }
 
 void new_script_stream(StreamHandle& h) {
