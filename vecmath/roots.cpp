@@ -219,7 +219,6 @@ struct InvSqrtD : DoubleRoot<InvSqrtD> {
 
 struct CbrtD : DoubleRoot<CbrtD> {
     static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
-    static constexpr const char* name = "_xebdCbrt_HA";
     static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
     static double core(double v) { return cbrt_core(v); }
     static void special(const Arrays<double>& x, int i) {
