@@ -237,26 +237,6 @@ TEST(Direct1D, AgreesWithReference) {
     random_cases_1d<SS>(kSS1D, 3);
 }
 
-// One call over n outputs equals consecutive calls over pieces of n.
-TEST(Direct1D, PiecesEqualOneCall) {
-    std::mt19937_64 rng(5);
-    Array<double> x({40}, {-2}, true), y({9}, {3}, true);
-    fill(x, rng);
-    fill(y, rng);
-    for (const auto& m : kDD1D) {
-        const int32_t start = m.job == Job::Conv ? 1 : -30, dec = 2, nz = 20;
-        std::vector<double> whole(nz), pieces(nz, 0.0);
-        ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, whole.data(), 1, 40, 9, start, nz, dec), 0);
-        for (int32_t j0 = 0, len = 1; j0 < nz; j0 += len, len += 2) {
-            len = std::min(len, nz - j0);
-            ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, pieces.data() + j0, 1, 40, 9, start + j0 * dec,
-                        len, dec),
-                      0);
-        }
-        for (int32_t j = 0; j < nz; ++j) EXPECT_TRUE(same_bits(whole[j], pieces[j])) << m.name << j;
-    }
-}
-
 // The statuses of a member in their order: a call with every argument
 // wrong is mended one test at a time, each step showing the next status.
 template <class Data>

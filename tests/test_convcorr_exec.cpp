@@ -229,14 +229,6 @@ TEST(ExecDefaults, StartsByJobAndEditsAfterExecution) {
         const float lags0[4] = {321, 3210, 2100, 1000};
         for (int j = 0; j < 4; ++j) EXPECT_EQ(z[j], lags0[j]) << j;
     }
-    {  // convolution from 0, through the FFT kernel
-        TaskOwner t;
-        make_task(t, RUK_JOB_CONV, RUK_METHOD_AUTO, RUK_TYPE_SINGLE, nx, ny, nz);
-        float z[6] = {};
-        ASSERT_EQ(rukExec(t.t, x, nullptr, y, nullptr, z, nullptr), RUK_OK);
-        const float want[6] = {1, 12, 123, 1230, 2300, 3000};
-        for (int j = 0; j < 6; ++j) EXPECT_EQ(z[j], want[j]) << j;
-    }
 }
 
 TEST(ExecStatus, FailedTaskKeepsItsFirstFailureAndTouchesNothing) {
@@ -340,23 +332,15 @@ struct CountAllocations {
     ~CountAllocations() { xeb::convcorr::fft_kernel_malloc = std::malloc; }
 };
 
-TEST(FftKernel, BuffersOnlyWhereStridesDemandThem) {
-    std::vector<float> x(3 * 50), y(2 * 40), z(200, -1.0f);
+TEST(FftKernel, EachBufferThatFailsLeavesZUntouched) {
+    std::vector<float> x(3 * 50), y(2 * 40);
     for (std::size_t i = 0; i < x.size(); ++i) x[i] = static_cast<float>(i % 7) - 3;
     for (std::size_t i = 0; i < y.size(); ++i) y[i] = static_cast<float>(i % 5) - 2;
-    // Dense everywhere: none.  x, y and z strided: three, freed again
-    // (checked by the leak sanitizer), and each failure gives -4 with z
-    // untouched.
+    // Each buffer a strided x, y or z needs can fail: -4, z untouched, the
+    // others freed again (the leak sanitizer checks).
     for (int32_t job : {0, 1}) {
         auto run = job == 0 ? conv_fft : corr_fft;
         const int32_t start = job == 0 ? 0 : -49;
-        {
-            CountAllocations count;
-            EXPECT_EQ(run(x.data(), 1, y.data(), 1, z.data(), 1, 50, 40, start, 89), RUK_OK);
-            EXPECT_EQ(g_allocations, 0);
-            EXPECT_EQ(run(x.data(), 3, y.data(), 2, z.data(), 2, 50, 40, start, 89), RUK_OK);
-            EXPECT_EQ(g_allocations, 3);
-        }
         for (int fail = 0; fail < 3; ++fail) {
             std::vector<float> w(200, -1.0f);
             CountAllocations count(fail);

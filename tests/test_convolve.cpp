@@ -88,29 +88,6 @@ TEST(Convolve, AllPathsAgainstReference) {
     EXPECT_EQ(v, 1.0f);
 }
 
-// One accumulation of a long signal equals accumulations of its blocks, each
-// shifted by its start: the direct path's blocking changes nothing.
-TEST(Convolve, AccumulateBlockIndependence) {
-    for (int32_t taps : {1, 3, 4, 5, 9, 31}) {
-        const int32_t n = 1000;
-        const auto x = xt::uniform_signal(n, taps), h = xt::uniform_signal(taps, 100 + taps);
-        std::vector<float> whole(n + taps - 1, 0.5f), parts(n + taps - 1, 0.5f);
-        sigConvAccumulate32f(x.data(), n, h.data(), taps, whole.data());
-        int32_t pos = 0;
-        for (int32_t block : {1, 7, 8, 13, 100, 371, 500}) {
-            block = std::min(block, n - pos);
-            sigConvAccumulate32f(x.data() + pos, block, h.data(), taps, parts.data() + pos);
-            pos += block;
-        }
-        ASSERT_EQ(pos, n);
-        const Reference ref = convolution(x, h);
-        for (std::size_t k = 0; k < whole.size(); ++k) {
-            EXPECT_NEAR(whole[k], parts[k], 1e-5) << taps << " " << k;
-            EXPECT_NEAR(whole[k], 0.5 + static_cast<double>(ref.value[k]), 1e-5) << taps << " " << k;
-        }
-    }
-}
-
 // Every lag range: wholly before or after the overlap, partial and whole
 // overlaps, both length orders, outputs at every alignment.
 TEST(CrossCorr, DirectRangesAgainstReference) {

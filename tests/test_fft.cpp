@@ -294,15 +294,6 @@ TEST(FftTransform, ScalingAndSpecialInputs) {
         EXPECT_EQ(std::memcmp(freq.data(), kept.data(), n * 4), 0) << order;
         for (std::size_t i = 0; i < n; ++i) ASSERT_NEAR(back[i], x[i], 1e-5) << order;
     }
-    // The ordered layout of order 1 is the edge-first layout.
-    PlanGuard g(1, SIG_SCALE_NONE);
-    const float x[2] = {3.0f, 5.0f};
-    float e[2], o[2];
-    sigFftForwardEdge(x, e, g.p, nullptr);
-    sigFftForwardOrdered(x, o, g.p, nullptr);
-    EXPECT_EQ(e[0], 8.0f);
-    EXPECT_EQ(e[1], -2.0f);
-    EXPECT_EQ(std::memcmp(e, o, sizeof e), 0);
 }
 
 // A plan is read-only: threads share it, each with its own work, and get

@@ -1,8 +1,7 @@
 // Quasi-random generators SOBOL and Niederr.  SOBOL against a direct
 // (not Gray-code) construction from its polynomials and initial numbers,
-// Niederr's polynomial list against a sieve, its direction numbers against
-// GSL's, and its coordinates, alone and together, against the net
-// property; for both, block splits, skip-ahead against drawing, leapfrog
+// Niederr's direction numbers against GSL's and its coordinates, alone and
+// together, against the net property of its polynomials' degrees; for both, block splits, skip-ahead against drawing, leapfrog
 // to a component, dimension rules and statuses.
 #include <gtest/gtest.h>
 
@@ -431,26 +430,6 @@ TEST(Sobol, FarPositionsAgainstDirectConstruction) {
 }
 
 // ---- Niederr
-
-TEST(Niederr, PolynomialsAreTheIrreduciblesInOrder) {
-    // Sieve: every product of two polynomials of degree >= 1 is reducible.
-    const uint32_t limit = 4096;
-    std::vector<bool> reducible(limit, false);
-    for (uint32_t a = 2; a < 64; ++a)
-        for (uint32_t b = a; b < limit; ++b) {
-            uint32_t p = 0;  // carry-less a b
-            for (uint32_t x = a, y = b; y; y >>= 1, x <<= 1)
-                if (y & 1) p ^= x;
-            if (p < limit && (31 - __builtin_clz(a)) + (31 - __builtin_clz(b)) < 12) reducible[p] = true;
-        }
-    Words expected;
-    for (uint32_t p = 2; p < limit && expected.size() < 318; ++p)
-        if (!reducible[p]) expected.push_back(p);
-    const Words table(std::begin(xeb::rng::kNiederrPolynomials), std::end(xeb::rng::kNiederrPolynomials));
-    EXPECT_EQ(table, expected);
-    EXPECT_EQ(Words(table.begin(), table.begin() + 12), (Words{2, 3, 7, 11, 13, 19, 25, 31, 37, 41, 47, 55}));
-    EXPECT_EQ(table[317], 3047u);
-}
 
 TEST(Niederr, LowDimensionsAgainstKnownSequences) {
     StreamHandle three;
