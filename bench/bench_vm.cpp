@@ -4,13 +4,28 @@
 // pairs (paired.h: the counter "ratio" is ours / peer).  Kernels that
 // forward to another are the same code and are not run again.  A new
 // family adds its row to kPeers.
+//
+// A kernel with code in the SIMD kernel classes runs in one benchmark, in
+// rotating turns (paired.h, rounds), beside: its family's _HA form (for a
+// lower form), the baseline class's kernel, glibc, SLEEF's u10 and u35
+// forms (in the instruction set of the class in use, where SLEEF has them)
+// and a memory copy of the same arrays, the floor at sizes beyond the
+// caches: ns per element of each, and "ours/<other>" ratios.  The class in
+// use is the one chosen at load (XEBRUK_KERNEL_CLASS forces another); the
+// context line "kernel class" names it.
+//
+//   taskset -c 1 bench_vm --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 #include <cmath>
 #include <random>
 #include <string>
 #include <vector>
 
+#include <cstring>
+
 #include "catalogue/vector_kernels.h"
 #include "paired.h"
+#include "sleef_loops.h"
+#include "vecmath/kernel_table.h"
 
 namespace {
 
@@ -159,11 +174,50 @@ void run_pair(benchmark::State& st, const VectorKernel& k, const PeerLoops<T>& p
         });
 }
 
+// The class kernel k (one input), in turns with the other implementations.
+template <class T>
+void run_class_kernel(benchmark::State& st, const VectorKernel& k, const PeerLoops<T>& peer,
+                      const Arguments& a_args) {
+    const int n = static_cast<int>(st.range(0));
+    const std::vector<T> a = draw<T>(a_args, n, 12345);
+    std::vector<T> r(a.size());
+    using xeb::frame::KernelClass;
+    const KernelClass in_use = xeb::frame::kernel_class();
+    const xbench::SleefFamily sleef = xbench::sleef_family(k.family, in_use == KernelClass::Avx512);
+    const auto sleef_u10 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u10)
+                                          : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u10);
+    const auto sleef_u35 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u35)
+                                          : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u35);
+    auto call = [&](void (*f)(int, const T*, T*)) { return [&, f] { f(n, a.data(), r.data()); }; };
+    const auto ours = k.as<void (*)(int, const T*, T*)>();
+    std::vector<xbench::Contender> all = {{"ours", call(ours)}};
+    const VectorKernel* ha = xeb::catalogue::find_kernel("xeb" + std::string(1, k.precision) + k.family + "_HA");
+    if (ha != &k) all.push_back({"ha", call(ha->as<void (*)(int, const T*, T*)>())});
+    all.push_back({"baseline", [&] {
+                       xeb::vm::use_class(KernelClass::Baseline);
+                       ours(n, a.data(), r.data());
+                       xeb::vm::use_class(in_use);
+                   }});
+    all.push_back({"glibc", call(peer.one)});
+    if (sleef_u10) all.push_back({"sleef_u10", call(sleef_u10)});
+    if (sleef_u35) all.push_back({"sleef_u35", call(sleef_u35)});
+    all.push_back({"copy", [&] { std::memcpy(r.data(), a.data(), a.size() * sizeof(T)); }});
+    xbench::rounds(st, a.size(), all);
+}
+
 void register_all() {
     for (const VectorKernel& k : xeb::catalogue::vector_kernels()) {
         if (k.forwards_to != nullptr) continue;
         for (const PeerRow& p : kPeers) {
             if (k.family != p.family) continue;
+            if (k.simd_bound_ulp > 0 && k.shape == Shape::OneInput) {
+                for (int n : p.sizes)
+                    benchmark::RegisterBenchmark(k.name.c_str(), [&k, &p](benchmark::State& st) {
+                        if (k.precision == 'd') run_class_kernel<double>(st, k, p.loops.d, p.a[0]);
+                        else run_class_kernel<float>(st, k, p.loops.s, p.a[0]);
+                    })->Arg(n);
+                continue;
+            }
             const std::string peer = std::string(p.peer) + (k.precision == 's' && p.peer != std::string("loop") ? "f" : "");
             for (const Arguments& a : p.a) {
                 std::string name = k.name + "_vs_" + peer;
@@ -182,6 +236,7 @@ void register_all() {
 
 int main(int argc, char** argv) {
     register_all();
+    benchmark::AddCustomContext("kernel class", xeb::frame::class_name(xeb::frame::kernel_class()));
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     benchmark::RunSpecifiedBenchmarks();

@@ -47,7 +47,10 @@ std::vector<K> divide() {
     };
 }
 
-// Exponential and logarithms (vecmath/exp.cpp, vecmath/log.cpp).  Exp:
+// Exponential and logarithms (vecmath/exp.cpp, vecmath/log.cpp; in the SIMD
+// kernel classes vecmath/simd/explog.cpp, where the logarithms' lower forms
+// have code of their own: in the baseline they are the _HA kernels, within
+// its bound; _11 is _21's entry in every class).  Exp:
 // every binade up to past both ends (beyond them the reference leaves the
 // format and an infinity or a zero is what the measure accepts), the
 // working range, the band near overflow and the denormal results.  Logs:
@@ -63,21 +66,21 @@ std::vector<K> exp_log() {
     const std::vector<Interval> log_s = {{FLT_TRUE_MIN, FLT_MAX, false}, {0.5f, 2.0f, false},
                                          {0.99f, 1.01f, false}};
     return {
-        K("Exp", "HA", xebdExp_HA).ulp(0.82).on(exp_d),
+        K("Exp", "HA", xebdExp_HA).ulp(0.82, 0.6).on(exp_d),
         K("Exp", "50", xebdExp_50).forwards(xebdExp_HA),
-        K("Exp", "HA", xebsExp_HA).ulp(0.65).on(exp_s),
+        K("Exp", "HA", xebsExp_HA).ulp(0.65, 0.6).on(exp_s),
         K("Exp", "21", xebsExp_21).forwards(xebsExp_HA),
         K("Exp", "11", xebsExp_11).forwards(xebsExp_HA),
-        K("Ln", "HA", xebdLn_HA).ulp(0.8).on(log_d),
-        K("Ln", "50", xebdLn_50).forwards(xebdLn_HA),
-        K("Ln", "HA", xebsLn_HA).ulp(0.8).on(log_s),
-        K("Ln", "21", xebsLn_21).forwards(xebsLn_HA),
-        K("Ln", "11", xebsLn_11).forwards(xebsLn_HA),
-        K("Log10", "HA", xebdLog10_HA).ulp(0.95).on(log_d),
-        K("Log10", "50", xebdLog10_50).forwards(xebdLog10_HA),
-        K("Log10", "HA", xebsLog10_HA).ulp(0.8).on(log_s),
-        K("Log10", "21", xebsLog10_21).forwards(xebsLog10_HA),
-        K("Log10", "11", xebsLog10_11).forwards(xebsLog10_HA),
+        K("Ln", "HA", xebdLn_HA).ulp(0.8, 0.6).on(log_d),
+        K("Ln", "50", xebdLn_50).ulp(0.8, 3).on(log_d),
+        K("Ln", "HA", xebsLn_HA).ulp(0.8, 0.6).on(log_s),
+        K("Ln", "21", xebsLn_21).ulp(0.8, 4).on(log_s),
+        K("Ln", "11", xebsLn_11).forwards(xebsLn_21),
+        K("Log10", "HA", xebdLog10_HA).ulp(0.95, 0.6).on(log_d),
+        K("Log10", "50", xebdLog10_50).ulp(0.95, 3).on(log_d),
+        K("Log10", "HA", xebsLog10_HA).ulp(0.8, 0.6).on(log_s),
+        K("Log10", "21", xebsLog10_21).ulp(0.8, 4).on(log_s),
+        K("Log10", "11", xebsLog10_11).forwards(xebsLog10_21),
     };
 }
 

@@ -131,4 +131,12 @@ inline void x87_copy(const double* from, double* to) {
 // caller's can be live on the x87 stack across it.
 __attribute__((noinline)) inline void x87_reinit() { asm volatile("fninit" ::: "memory"); }
 
+// The register state the operating system saves (XCR0), for deciding
+// which vector registers may be used; only valid when CPUID says OSXSAVE.
+inline uint64_t xgetbv0() {
+    uint32_t lo, hi;
+    asm volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+    return (static_cast<uint64_t>(hi) << 32) | lo;
+}
+
 }  // namespace xeb::fpu

@@ -197,15 +197,8 @@ int32_t beyond_table(double u, const InversionTable& t, const Folded& f) {
 
 int32_t sample_inversion(RukStream* stream, int32_t n, int32_t* r, const InversionTable& t,
                          const Folded& f) {
-    const int top = table_top(f);
-    return run_blocks<kBuffer>(stream, n, r, [&](const double* u, int32_t count, int32_t* out) {
-        for (int32_t i = 0; i < count; ++i) {
-            int j = 0;
-            while (j <= top && !(u[i] < t.cum[j])) ++j;
-            out[i] = j <= top ? j : beyond_table(u[i], t, f);
-        }
-        return true;
-    });
+    return run_table<kBuffer>(stream, n, r, t.cum, table_top(f) + 1,
+                              [&](double u) { return beyond_table(u, t, f); });
 }
 
 // ---------------------------------------------------------------------------

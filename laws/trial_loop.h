@@ -4,8 +4,15 @@
 // of at most Buffer; fill(u, count, r) makes the count results of a block,
 // or answers false to end the call with RUK_ERROR_BAD_ARGUMENT.
 //
+// run_table: inversion by a table of cumulative probabilities cum[0] to
+// cum[terms - 1], one uniform per result through run_blocks: the result for
+// u is the first k with u < cum[k], found by comparisons upward from 0 (the
+// laws use it for small means, so the scan is short), and beyond(u) past
+// the table.
+//
 // run_trials: the rejection methods.  Trials run on pairs of
-// uniforms drawn on (0, 1) in blocks of at most Buffer numbers; each block
+// uniforms drawn on (0, 1), doubles or floats (T), in blocks of at most
+// Buffer numbers; each block
 // asks twice the results still missing, so that no uniform is left over
 // when the last result is made, every trial of a block runs, and a call of
 // n gives the results of any calls whose counts add up to n.
@@ -41,18 +48,38 @@ int32_t run_blocks(RukStream* stream, int32_t n, int32_t* r, Fill fill) {
     return status;
 }
 
-template <int32_t Buffer, class Prepare, class Trial>
+template <int32_t Buffer, class Beyond>
+int32_t run_table(RukStream* stream, int32_t n, int32_t* r, const double* cum, int32_t terms, Beyond beyond) {
+    return run_blocks<Buffer>(stream, n, r, [&](const double* u, int32_t count, int32_t* out) {
+        for (int32_t i = 0; i < count; ++i) {
+            int32_t k = 0;
+            while (k < terms && !(u[i] < cum[k])) ++k;
+            out[i] = k < terms ? k : beyond(u[i]);
+        }
+        return true;
+    });
+}
+
+// Uniforms on (0, 1) in the precision of u.
+inline int32_t draw_uniforms(RukStream* stream, int32_t n, double* u) {
+    return rukdRngUniform(0, stream, n, u, 0.0, 1.0);
+}
+inline int32_t draw_uniforms(RukStream* stream, int32_t n, float* u) {
+    return ruksRngUniform(0, stream, n, u, 0.0f, 1.0f);
+}
+
+template <int32_t Buffer, class T = double, class Prepare, class Trial>
 int32_t run_trials(RukStream* stream, int32_t n, int32_t* r, Prepare prepare, Trial trial) {
-    double u[Buffer];
+    T u[Buffer];
     int32_t status = 0, have = 0, next = 0, failures = 0;
     for (int32_t done = 0; done < n;) {
         if (next == have) {
             const int64_t want = 2 * int64_t{n - done};
             have = want < Buffer ? static_cast<int32_t>(want) : Buffer;
-            status = rukdRngUniform(0, stream, have, u, 0.0, 1.0);
+            status = draw_uniforms(stream, have, u);
             if (status < 0) return status;
             next = 0;
-            prepare(static_cast<const double*>(u), have / 2);
+            prepare(static_cast<const T*>(u), have / 2);
         }
         int32_t K;
         if (trial(u[next], u[next + 1], next / 2, K)) {

@@ -29,6 +29,7 @@
 #include <cstring>
 
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "rng/generator.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
@@ -111,19 +112,15 @@ bool valid_state(const unsigned char* bytes) {
 }
 const StateCheckRegistration kLoadCheck{rukBRngMT19937InitStream, valid_state};
 
-// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words.  Loads and
-// stores go through memcpy: slots live in the caller's float or double
-// array, and no alignment beyond the element's is assumed.
+// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words, in one SSE
+// register.  Loads and stores are unaligned: slots live in the caller's
+// float or double array, and no alignment beyond the element's is assumed.
 template <class Slot>
 struct Lanes {
-    typedef Slot Vec __attribute__((vector_size(16)));
+    using Vec = simd::Vec<Slot, 16 / sizeof(Slot)>;
     static constexpr int kWidth = 16 / sizeof(Slot);
-    static Vec load(const Slot* p) {
-        Vec v;
-        std::memcpy(&v, p, sizeof v);
-        return v;
-    }
-    static void store(Slot* p, Vec v) { std::memcpy(p, &v, sizeof v); }
+    static Vec load(const Slot* p) { return simd::load<Vec>(p); }
+    static void store(Slot* p, Vec v) { simd::store(p, v); }
     static Slot get(const Slot* p) {
         Slot v;
         std::memcpy(&v, p, sizeof v);

@@ -62,10 +62,12 @@ TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
     ASSERT_EQ(npy.out.size(), 10 + header + 4 * want.size());
     EXPECT_EQ(std::memcmp(npy.out.data() + 10 + header, want.data(), 4 * want.size()), 0);
 
-    // The urn and count laws take their parameters in the listed order.
+    // The urn and count laws take their parameters in the listed order, and
+    // Poisson its method.
     const std::pair<std::string, std::function<int32_t(RukStream*, int32_t*)>> laws[] = {
         {"hypergeometric --params 1000,100,600", [](RukStream* s, int32_t* r) { return rukiRngHypergeometric(0, s, 50, r, 1000, 100, 600); }},
-        {"negbinomial --params 2.5,0.25", [](RukStream* s, int32_t* r) { return rukiRngNegbinomial(0, s, 50, r, 2.5, 0.25); }}};
+        {"negbinomial --params 2.5,0.25", [](RukStream* s, int32_t* r) { return rukiRngNegbinomial(0, s, 50, r, 2.5, 0.25); }},
+        {"poisson --params 40 --method 1", [](RukStream* s, int32_t* r) { return rukiRngPoisson(1, s, 50, r, 40.0); }}};
     for (const auto& [law, call] : laws) {
         xt::StreamHandle fresh;
         ASSERT_EQ(rukNewStreamEx(fresh.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
@@ -104,6 +106,11 @@ TEST(CliRngDiscrete, ParametersOutsideTheLawAreNamed) {
         {"--law uniform --params 2,1", "uniform: a must be below b"},
         {"--law uniform --params 0,inf", "b must be a finite number"},
         {"--law cauchy --params 0,1e39 --precision single", "beta must be a finite single-precision number"},
+        {"--law gamma --params 0,0,1", "gamma: alpha must be above 0"},
+        {"--law gamma --params 2,0,-1", "gamma: beta must be above 0"},
+        {"--law poisson --params -1", "poisson: lambda must lie in [0, 2143289344]"},
+        {"--law poisson --params 3e9 --method 1", "lambda must lie in"},
+        {"--law poissonv --params nan", "poissonv: lambda must be a finite number"},
     };
     for (const auto& [args, message] : cases) {
         const Outcome r = xebruk_rng(std::string(args) + " --n 3");

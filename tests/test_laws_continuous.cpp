@@ -16,8 +16,7 @@
 #include <vector>
 
 #include "support/scale.h"
-#include "support/script.h"
-#include "support/streams.h"
+#include "support/law_draws.h"
 #include "xebruk/xebruk.h"
 
 namespace {
@@ -25,12 +24,12 @@ namespace {
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
-// The scripted generator's numbers are uniforms on (0, 1), scaled to the
-// interval each call asks for.
+// The scripted generator of tests/support, its numbers taken as uniforms
+// on (0, 1) and scaled to the interval of each call.
 using xt::new_script_stream;
 using xt::script;
-void reset_script(std::vector<double> values, Calls statuses = {}) {
-    xt::reset_script(std::move(values), std::move(statuses), false);
+void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
+    xt::reset_script(std::move(values), std::move(statuses), true);
 }
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
@@ -135,6 +134,12 @@ std::vector<Law> laws() {
                      const LD e = 2 * std::exp(a + sigma * box_muller(u, i, false).x);
                      return Value{-1 + e, std::max(e, 1.0L)};
                  }, 10, 12});
+    // Gamma at shape 1 gives the Exponential's values (its other shapes
+    // reject: their distributions are checked in test_laws_gamma).
+    v.push_back({"gamma 1 (0, 2)", forms(rukdRngGamma, ruksRngGamma, 0, 1, 0, 2),
+                 1,
+                 [](const LD* u, std::size_t i, bool) { return Value{-2 * std::log(u[i]), -2 * std::log(u[i])}; },
+                 2, 3});
     return v;
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "sha256.h"
+#include "xebruk/frame.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
 #include "xebruk/rng_generators.h"
@@ -41,6 +42,33 @@ FrozenStream law(std::string name, int32_t (*f)(int32_t, RukStream*, int32_t, T*
                  int32_t method, typename Given<P>::type... p) {
     return {std::move(name), RUK_BRNG_MT19937, kLawKey, sizeof(T),
             [=](RukStream* s, int32_t n, void* r) { return f(method, s, n, static_cast<T*>(r), p...); }};
+}
+
+// Vectors of GaussianMV: one output is a vector of dimension 3 with mean
+// kMean and factor T, lower triangular, stored as `storage` says.
+constexpr double kMean[3] = {1.0, -2.0, 0.5};
+constexpr double kSquare[9] = {2.0, 0.0, 0.0, 0.5, 1.5, 0.0, -0.3, 0.2, 1.0};
+constexpr double kPacked[6] = {2.0, 0.5, -0.3, 1.5, 0.2, 1.0};
+constexpr double kDiagonal[3] = {2.0, 1.5, 1.0};
+template <class T>
+FrozenStream gaussian_mv(std::string name, int32_t method, int32_t storage, const double* t, int32_t count) {
+    const std::vector<T> mean(kMean, kMean + 3), factor(t, t + count);
+    return {std::move(name), RUK_BRNG_MT19937, kLawKey, 3 * sizeof(T),
+            [=](RukStream* s, int32_t n, void* r) {
+                if constexpr (sizeof(T) == 8)
+                    return rukdRngGaussianMV(method, s, n, static_cast<T*>(r), 3, storage, mean.data(), factor.data());
+                else
+                    return ruksRngGaussianMV(method, s, n, static_cast<T*>(r), 3, storage, mean.data(), factor.data());
+            }};
+}
+
+// PoissonV: element i of each call has mean 0.2 + 3.1 (i mod 7).
+FrozenStream poisson_v() {
+    std::vector<double> means(kFrozenCall);
+    for (int32_t i = 0; i < kFrozenCall; ++i) means[i] = 0.2 + 3.1 * (i % 7);
+    return {"poisson_v.i", RUK_BRNG_MT19937, kLawKey, 4, [=](RukStream* s, int32_t n, void* r) {
+                return rukiRngPoissonV(0, s, n, static_cast<int32_t*>(r), means.data());
+            }};
 }
 
 }  // namespace
@@ -80,6 +108,29 @@ const std::vector<FrozenStream>& frozen_streams() {
         law("gaussian.m1.s", ruksRngGaussian, RUK_METHOD_GAUSSIAN_PAIRED, 0.5f, 2.0f),
         law("lognormal.d", rukdRngLognormal, 0, 0.5, 0.75, -1.0, 2.0),
         law("lognormal.s", ruksRngLognormal, 0, 0.5f, 0.75f, -1.0f, 2.0f),
+        // Gamma by shape: Marsaglia-Tsang, the exponential, Weibull rejection, two-part rejection.
+        law("gamma.2.5.d", rukdRngGamma, 0, 2.5, 0.5, 2.0),
+        law("gamma.2.5.s", ruksRngGamma, 0, 2.5f, 0.5f, 2.0f),
+        law("gamma.1.d", rukdRngGamma, 0, 1.0, 0.5, 2.0),
+        law("gamma.1.s", ruksRngGamma, 0, 1.0f, 0.5f, 2.0f),
+        law("gamma.0.8.d", rukdRngGamma, 0, 0.8, 0.5, 2.0),
+        law("gamma.0.8.s", ruksRngGamma, 0, 0.8f, 0.5f, 2.0f),
+        law("gamma.0.3.d", rukdRngGamma, 0, 0.3, 0.5, 2.0),
+        law("gamma.0.3.s", ruksRngGamma, 0, 0.3f, 0.5f, 2.0f),
+        // Beta by shapes: both below 1, one below 1, both above 1, one equal to 1.
+        law("beta.0.5x0.7.d", rukdRngBeta, 0, 0.5, 0.7, -1.0, 2.0),
+        law("beta.0.5x0.7.s", ruksRngBeta, 0, 0.5f, 0.7f, -1.0f, 2.0f),
+        law("beta.0.5x3.d", rukdRngBeta, 0, 0.5, 3.0, -1.0, 2.0),
+        law("beta.0.5x3.s", ruksRngBeta, 0, 0.5f, 3.0f, -1.0f, 2.0f),
+        law("beta.2.5x3.5.d", rukdRngBeta, 0, 2.5, 3.5, -1.0, 2.0),
+        law("beta.2.5x3.5.s", ruksRngBeta, 0, 2.5f, 3.5f, -1.0f, 2.0f),
+        law("beta.1x3.d", rukdRngBeta, 0, 1.0, 3.0, -1.0, 2.0),
+        law("beta.1x3.s", ruksRngBeta, 0, 1.0f, 3.0f, -1.0f, 2.0f),
+        gaussian_mv<double>("gaussian_mv.m0.square.d", 0, RUK_FACTOR_SQUARE, kSquare, 9),
+        gaussian_mv<float>("gaussian_mv.m0.square.s", 0, RUK_FACTOR_SQUARE, kSquare, 9),
+        gaussian_mv<double>("gaussian_mv.m1.packed.d", 1, RUK_FACTOR_PACKED, kPacked, 6),
+        gaussian_mv<float>("gaussian_mv.m1.packed.s", 1, RUK_FACTOR_PACKED, kPacked, 6),
+        gaussian_mv<double>("gaussian_mv.m1.diagonal.d", 1, RUK_FACTOR_DIAGONAL, kDiagonal, 3),
 
         law("uniform.i", rukiRngUniform, 0, -7, 1000),
         law("uniform_bits.i", rukiRngUniformBits, 0),
@@ -91,6 +142,11 @@ const std::vector<FrozenStream>& frozen_streams() {
         law("hypergeometric.10000.3000.4000.i", rukiRngHypergeometric, 0, 10000, 3000, 4000),  // H2PE
         law("negbinomial.3.5x0.4.i", rukiRngNegbinomial, 0, 3.5, 0.4),      // inversion
         law("negbinomial.150.5x0.3.i", rukiRngNegbinomial, 0, 150.5, 0.3),  // rejection
+        law("poisson.m0.5.i", rukiRngPoisson, RUK_METHOD_POISSON_TABLE_REJECT, 5.0),
+        law("poisson.m0.500.i", rukiRngPoisson, RUK_METHOD_POISSON_TABLE_REJECT, 500.0),
+        law("poisson.m1.0.7.i", rukiRngPoisson, RUK_METHOD_POISSON_GAUSSIAN_MAP, 0.7),
+        law("poisson.m1.50.i", rukiRngPoisson, RUK_METHOD_POISSON_GAUSSIAN_MAP, 50.0),
+        poisson_v(),
     };
     return cases;
 }
@@ -123,8 +179,8 @@ const std::vector<std::string>& class_sets() {
     return sets;
 }
 
-// The library has one kernel class today.
-std::string class_set_in_use() { return "baseline"; }
+// AVX2 and AVX-512 give the same results: one set.
+std::string class_set_in_use() { return xebGetKernelClass() == XEB_KERNEL_BASELINE ? "baseline" : "simd"; }
 
 std::vector<FrozenRow> read_rows(const std::string& path) {
     std::vector<FrozenRow> rows;

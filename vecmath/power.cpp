@@ -44,11 +44,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include <immintrin.h>
-
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "vecmath/explog_tables.h"
 #include "vecmath/power.h"
 #include "xebruk/vm_power.h"
@@ -149,52 +148,32 @@ inline double power_of_two(int e) { return double_from_bits(static_cast<uint64_t
 // The double HA arithmetic is written once over V, a double or a pair of
 // doubles in one SSE register (the two elements of a group); packed and
 // scalar SSE operations round alike, so both give the same bits.
-struct Pair {
-    __m128d v;
-};
-inline Pair operator+(Pair a, Pair b) { return {_mm_add_pd(a.v, b.v)}; }
-inline Pair operator-(Pair a, Pair b) { return {_mm_sub_pd(a.v, b.v)}; }
-inline Pair operator*(Pair a, Pair b) { return {_mm_mul_pd(a.v, b.v)}; }
+using Pair = simd::Vec<double, 2>;
 
-// A constant of the arithmetic, stored twice so that the pair form reads it
-// with one aligned load.
-struct alignas(16) C {
-    double v[2];
-    constexpr explicit C(double x) : v{x, x} {}
-};
-inline double operator+(const C& a, double b) { return a.v[0] + b; }
-inline double operator-(double a, const C& b) { return a - b.v[0]; }
-inline double operator*(const C& a, double b) { return a.v[0] * b; }
-inline double operator*(double a, const C& b) { return a * b.v[0]; }
-inline Pair operator+(const C& a, Pair b) { return {_mm_add_pd(b.v, _mm_load_pd(a.v))}; }
-inline Pair operator+(Pair a, const C& b) { return {_mm_add_pd(a.v, _mm_load_pd(b.v))}; }
-inline Pair operator-(Pair a, const C& b) { return {_mm_sub_pd(a.v, _mm_load_pd(b.v))}; }
-inline Pair operator*(const C& a, Pair b) { return {_mm_mul_pd(b.v, _mm_load_pd(a.v))}; }
-inline Pair operator*(Pair a, const C& b) { return {_mm_mul_pd(a.v, _mm_load_pd(b.v))}; }
 inline Pair cut27(Pair a) {
-    return {_mm_and_pd(a.v, _mm_castsi128_pd(_mm_set1_epi64x(~((int64_t{1} << 27) - 1))))};
+    return simd::bitcast<double>(simd::bitcast<uint64_t>(a) & ~((uint64_t{1} << 27) - 1));
 }
 
 // Lane access: a double is one lane.
 inline double lane(double v, int) { return v; }
-inline double lane(Pair p, int i) { return i == 0 ? _mm_cvtsd_f64(p.v) : _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v)); }
+inline double lane(Pair p, int i) { return simd::lane(p, i); }
 template <class V>
 V from_lanes(const double* x);
 template <>
 inline double from_lanes<double>(const double* x) { return x[0]; }
-// Built from registers (a 16-byte load of two 8-byte stores would stall).
 template <>
-inline Pair from_lanes<Pair>(const double* x) { return {_mm_set_pd(x[1], x[0])}; }
+inline Pair from_lanes<Pair>(const double* x) { return simd::from_lanes<Pair>(x); }
 template <class V>
 constexpr int lanes = sizeof(V) / sizeof(double);
 
-constexpr C kR0{powRcpHi[0]};
-constexpr C kShift{kShift45};
+constexpr double kR0 = powRcpHi[0];
+constexpr double kShift = kShift45;
 // log2(1 + v/R0) - v (powLogTail)
-constexpr C W1{powLogTail[0]}, W2{powLogTail[1]}, W3{powLogTail[2]}, W4{powLogTail[3]}, W5{powLogTail[4]},
-    W6{powLogTail[5]}, W7{powLogTail[6]}, W2twice{2 * powLogTail[1]};
+constexpr double W1 = powLogTail[0], W2 = powLogTail[1], W3 = powLogTail[2], W4 = powLogTail[3],
+                 W5 = powLogTail[4], W6 = powLogTail[5], W7 = powLogTail[6], W2twice = 2 * powLogTail[1];
 // 2^f - 1 (powExp2Tail)
-constexpr C E1{powExp2Tail[0]}, E2{powExp2Tail[1]}, E3{powExp2Tail[2]}, E4{powExp2Tail[3]}, E5{powExp2Tail[4]};
+constexpr double E1 = powExp2Tail[0], E2 = powExp2Tail[1], E3 = powExp2Tail[2], E4 = powExp2Tail[3],
+                 E5 = powExp2Tail[4];
 
 // log2(1 + (v + vl)/R0) - (v + vl) on |v| < 2^-9.4, vl < 2^-50 |v| the low
 // part of the argument (which enters through the derivative W1 + 2 W2 v).
@@ -315,8 +294,8 @@ __attribute__((always_inline)) inline bool pow_pair(const double* x, const doubl
     const int adjust[2] = {0, 0};
     Pair l0, t, z;
     y_log2(from_lanes<Pair>(x), from_lanes<Pair>(y), adjust, l0, t, z);
-    const __m128d magnitude = _mm_andnot_pd(_mm_set1_pd(-0.0), t.v);
-    if (_mm_movemask_pd(_mm_cmplt_pd(magnitude, _mm_set1_pd(960.0))) != 3) return false;
+    const Pair magnitude = simd::bitcast<double>(simd::bitcast<uint64_t>(t) & 0x7FFFFFFFFFFFFFFFull);
+    if (simd::bits(simd::compare<simd::Cmp::Lt>(magnitude, 960.0)) != 3) return false;
     const Pair s = t + kShift;
     double hi_[2], lo_[2], scale_[2];
     for (int l = 0; l < 2; ++l) {
@@ -329,7 +308,7 @@ __attribute__((always_inline)) inline bool pow_pair(const double* x, const doubl
     const Pair hi = from_lanes<Pair>(hi_);
     const Pair tail = from_lanes<Pair>(lo_) + hi * exp2_tail(f);
     // (hi + tail) * 1 * 2^q, as pow_core computes it with sign 1.
-    _mm_storeu_pd(out, ((hi + tail) * from_lanes<Pair>(scale_)).v);
+    simd::store(out, (hi + tail) * from_lanes<Pair>(scale_));
     return true;
 }
 

@@ -28,14 +28,13 @@
 //   fits: below 1 ulp.
 //  single _21: reduction in 64 bits, rounded to float; float polynomial
 //   (about 4 float roundings): below 4 ulp.
-#include <immintrin.h>
-
 #include <cmath>
 #include <cstring>
 
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
@@ -96,7 +95,7 @@ inline double nearest_double(double v, uint32_t& m) {
 }
 
 inline float nearest_float(float v, int32_t& m) {
-    m = _mm_cvtss_si32(_mm_set_ss(v));  // rounds to nearest: MXCSR is clean
+    m = simd::nearest_int(simd::Vec<float, 1>{v}).v;  // rounds to nearest: MXCSR is clean
     return static_cast<float>(m);
 }
 

@@ -46,6 +46,33 @@ XEBRUK_API int32_t rukiRngBinomial(int32_t method, RukStream *stream, int32_t n,
 /* Identifier of the Binomial set-up among a stream's chunks. */
 #define RUK_CHUNK_BINOMIAL 5
 
+/* Poisson(lambda): one mean for the whole array.
+ *   method 0 (RUK_METHOD_POISSON_TABLE_REJECT): exact; inversion by a table
+ *     of 32 cumulative probabilities below a mean of 27 (one double uniform
+ *     per result), PTPE rejection from 27 up (two float uniforms per
+ *     trial).  Its set-up is kept on the stream (chunk RUK_CHUNK_POISSON),
+ *     the two routes in independent halves, each rebuilt only when its
+ *     mean changes.  Means up to RUK_POISSON_MAX_MEAN.
+ *   method 1 (RUK_METHOD_POISSON_GAUSSIAN_MAP): one Gaussian (method 1 of
+ *     ruksRngGaussian) per result, turned into a count by fitted
+ *     polynomials of the quantile function; below a mean of 1, one float
+ *     uniform per result and no count above 11.
+ * A negative or NaN mean (or above the limit in method 0):
+ * RUK_ERROR_BAD_ARGUMENT, nothing drawn or written.  Another method: -2. */
+#define RUK_METHOD_POISSON_TABLE_REJECT  0
+#define RUK_METHOD_POISSON_GAUSSIAN_MAP  1
+#define RUK_CHUNK_POISSON                3
+#define RUK_POISSON_MAX_MEAN             2143289344.0 /* 2^31 - 2^22 */
+XEBRUK_API int32_t rukiRngPoisson(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                  double lambda);
+
+/* Poisson with a mean of its own for every element, lambda[0 .. n-1], by
+ * the Gaussian map: one Gaussian (method 1 of ruksRngGaussian) per result
+ * whatever the means.  Any negative or NaN mean: RUK_ERROR_BAD_ARGUMENT,
+ * nothing drawn or written.  method is ignored. */
+XEBRUK_API int32_t rukiRngPoissonV(int32_t method, RukStream *stream, int32_t n, int32_t *r,
+                                   const double *lambda);
+
 /* Marked items in a sample of s drawn without replacement from a lot of l
  * items of which m are marked.  Its set-up is kept on the stream (chunk
  * RUK_CHUNK_HYPERGEOMETRIC) and reused while l, s and m stay the same.

@@ -71,6 +71,18 @@ long double binomial_pmf(int64_t trials, long double p, int64_t k) {
                     x * std::log(p) + (t - x) * std::log1p(-p));
 }
 
+long double geometric_pmf(long double p, int64_t k) {
+    if (k < 0) return 0;
+    if (p == 1) return k == 0 ? 1 : 0;
+    return p * std::exp(static_cast<long double>(k) * std::log1p(-p));
+}
+
+long double poisson_pmf(long double mean, int64_t k) {
+    if (k < 0) return 0;
+    if (mean == 0) return k == 0 ? 1 : 0;
+    return std::exp(static_cast<long double>(k) * std::log(mean) - mean - std::lgamma(static_cast<long double>(k) + 1));
+}
+
 long double hypergeometric_pmf(int64_t l, int64_t s, int64_t m, int64_t k) {
     if (k < 0 || k > s || k > m || s - k > l - m) return 0;
     const auto ln_choose = [](int64_t n, int64_t r) {

@@ -1,10 +1,26 @@
 #include "accuracy/references.h"
 
+#include <mpfr.h>
+
 #include <cmath>
 
 namespace xt {
 
 namespace {
+
+// f(x) at 128 bits, rounded to the 64-bit format.
+template <int (*F)(mpfr_ptr, mpfr_srcptr, mpfr_rnd_t)>
+long double exact(long double x) {
+    mpfr_t a, r;
+    mpfr_init2(a, 64);
+    mpfr_init2(r, 128);
+    mpfr_set_ld(a, x, MPFR_RNDN);
+    F(r, a, MPFR_RNDN);
+    const long double v = mpfr_get_ld(r, MPFR_RNDN);
+    mpfr_clear(a);
+    mpfr_clear(r);
+    return v;
+}
 
 long double inv(long double x) { return 1.0L / x; }
 long double div(long double x, long double y) { return x / y; }
@@ -23,9 +39,9 @@ long double tan_(long double x) { return tanl(x); }
 const Reference kReferences[] = {
     {"Inv", inv},
     {"Div", nullptr, div},
-    {"Exp", exp_},
-    {"Ln", ln},
-    {"Log10", log10_},
+    {"Exp", exp_, nullptr, nullptr, exact<mpfr_exp>},
+    {"Ln", ln, nullptr, nullptr, exact<mpfr_log>},
+    {"Log10", log10_, nullptr, nullptr, exact<mpfr_log10>},
     {"Pow", nullptr, pow_},
     {"Powx", nullptr, pow_},
     {"Sqrt", sqrt_},

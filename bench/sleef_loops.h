@@ -1,0 +1,26 @@
+// SLEEF's vector functions over whole arrays, in AVX-512 when `avx512` is
+// set and the processor has it, otherwise in AVX2; null where SLEEF lacks
+// the function.
+// Built in bench/sleef_loops.cpp, the one benchmark file compiled with
+// AVX-512 flags; it is called only after a check of the processor.
+#pragma once
+
+#include <string>
+
+namespace xbench {
+
+template <class T>
+using ArrayFn = void (*)(int, const T*, T*);
+
+struct SleefFamily {
+    ArrayFn<double> d_u10, d_u35;
+    ArrayFn<float> s_u10, s_u35;
+};
+
+// The functions of a family of the kernel catalogue ("Exp", "Ln", "Log10";
+// no u35 form of Exp or Log10 in SLEEF).  Null members throughout for
+// other families, when the processor has neither AVX2 nor AVX-512, or in a
+// build without SLEEF.
+SleefFamily sleef_family(const std::string& family, bool avx512);
+
+}  // namespace xbench

@@ -1,0 +1,46 @@
+// The vector kernels of each kernel class, one table of entry points per
+// class, and the table in use: every exported kernel name of a family with
+// class code calls through it, so that callers (the laws included) follow
+// the class chosen at load.
+//
+// A family adds its entries here (the fields, the baseline's functions and
+// the line of baseline_table), its class code in vecmath/simd/<family>.cpp
+// (see the recipe in frame/class_frame.h), and its exported names as one-line calls
+// through `active`.
+#pragma once
+
+#include "frame/kernel_class.h"
+
+namespace xeb::vm {
+
+template <class T>
+using Unary = void (*)(int, const T*, T*);
+
+struct KernelTable {
+    // Exponential and logarithms.
+    Unary<double> dExp_HA, dExp_50, dLn_HA, dLn_50, dLog10_HA, dLog10_50;
+    Unary<float> sExp_HA, sExp_21, sExp_11, sLn_HA, sLn_21, sLn_11, sLog10_HA, sLog10_21, sLog10_11;
+};
+
+// The table of the class in use.
+extern KernelTable active;
+
+// The table of class c, or null when this machine does not run it.
+const KernelTable* class_table(frame::KernelClass c);
+
+// Puts class c in use (white-box tests: one process measures every class).
+// False, and nothing changed, when this machine does not run it.
+bool use_class(frame::KernelClass c);
+
+}  // namespace xeb::vm
+
+// The baseline class's kernels (x87 and SSE2), one function per entry;
+// lower forms without code of their own are their _HA form.
+namespace xeb::baseline {
+void dExp_HA(int n, const double* a, double* r);
+void sExp_HA(int n, const float* a, float* r);
+void dLn_HA(int n, const double* a, double* r);
+void sLn_HA(int n, const float* a, float* r);
+void dLog10_HA(int n, const double* a, double* r);
+void sLog10_HA(int n, const float* a, float* r);
+}  // namespace xeb::baseline
