@@ -24,7 +24,10 @@ void check_all(bool full) {
     ASSERT_FALSE(rows.empty()) << kFrozenFile;
     for (const FrozenStream& c : frozen_streams()) {
         const FrozenRow* row = row_for(rows, c.name, class_set_in_use());
-        ASSERT_NE(row, nullptr) << c.name << ": no committed hash in class " << class_set_in_use();
+        if (row == nullptr) {
+            ADD_FAILURE() << c.name << ": no committed hash in class set " << class_set_in_use();
+            continue;
+        }
         const FrozenHashes h = hash_stream(c, full);
         EXPECT_EQ(h.prefix, row->hashes.prefix) << c.name;
         EXPECT_TRUE(!full || h.full == row->hashes.full) << c.name;

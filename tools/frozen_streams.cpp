@@ -131,6 +131,7 @@ const std::vector<FrozenStream>& frozen_streams() {
         gaussian_mv<double>("gaussian_mv.m1.packed.d", 1, RUK_FACTOR_PACKED, kPacked, 6),
         gaussian_mv<float>("gaussian_mv.m1.packed.s", 1, RUK_FACTOR_PACKED, kPacked, 6),
         gaussian_mv<double>("gaussian_mv.m1.diagonal.d", 1, RUK_FACTOR_DIAGONAL, kDiagonal, 3),
+        gaussian_mv<float>("gaussian_mv.m1.diagonal.s", 1, RUK_FACTOR_DIAGONAL, kDiagonal, 3),
 
         law("uniform.i", rukiRngUniform, 0, -7, 1000),
         law("uniform_bits.i", rukiRngUniformBits, 0),

@@ -38,6 +38,16 @@ void generate(FILE* out) {
             same->classes.push_back(in_use);
         else
             rows.push_back({c.name, known ? std::vector<std::string>{in_use} : class_sets(), h});
+        // Rows in the order of their first class set, whichever set ran.
+        auto first_set = [](const FrozenRow& r) {
+            const auto& sets = class_sets();
+            std::size_t first = sets.size();
+            for (const std::string& c : r.classes)
+                first = std::min(first, static_cast<std::size_t>(std::find(sets.begin(), sets.end(), c) - sets.begin()));
+            return first;
+        };
+        std::stable_sort(rows.begin(), rows.end(),
+                         [&](const FrozenRow& x, const FrozenRow& y) { return first_set(x) < first_set(y); });
         for (FrozenRow& r : rows) {
             std::string classes;
             for (const std::string& s : class_sets())
