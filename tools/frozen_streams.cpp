@@ -1,6 +1,7 @@
 #include "frozen_streams.h"
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -45,14 +46,19 @@ FrozenStream law(std::string name, int32_t (*f)(int32_t, RukStream*, int32_t, T*
 }
 
 // Vectors of GaussianMV: one output is a vector of dimension 3 with mean
-// kMean and factor T, lower triangular, stored as `storage` says.
-constexpr double kMean[3] = {1.0, -2.0, 0.5};
-constexpr double kSquare[9] = {2.0, 0.0, 0.0, 0.5, 1.5, 0.0, -0.3, 0.2, 1.0};
-constexpr double kPacked[6] = {2.0, 0.5, -0.3, 1.5, 0.2, 1.0};
-constexpr double kDiagonal[3] = {2.0, 1.5, 1.0};
+// kMean and factor T, lower triangular, stored as `storage` says.  The
+// parameters are constants of each type, rounded when compiled: a case
+// built while the caller rounds upward has the same parameters.
 template <class T>
-FrozenStream gaussian_mv(std::string name, int32_t method, int32_t storage, const double* t, int32_t count) {
-    const std::vector<T> mean(kMean, kMean + 3), factor(t, t + count);
+struct Mv {
+    static constexpr T kMean[3] = {T(1.0), T(-2.0), T(0.5)};
+    static constexpr T kSquare[9] = {T(2.0), T(0.0), T(0.0), T(0.5), T(1.5), T(0.0), T(-0.3), T(0.2), T(1.0)};
+    static constexpr T kPacked[6] = {T(2.0), T(0.5), T(-0.3), T(1.5), T(0.2), T(1.0)};
+    static constexpr T kDiagonal[3] = {T(2.0), T(1.5), T(1.0)};
+};
+template <class T>
+FrozenStream gaussian_mv(std::string name, int32_t method, int32_t storage, const T* t, int32_t count) {
+    const std::vector<T> mean(Mv<T>::kMean, Mv<T>::kMean + 3), factor(t, t + count);
     return {std::move(name), RUK_BRNG_MT19937, kLawKey, 3 * sizeof(T),
             [=](RukStream* s, int32_t n, void* r) {
                 if constexpr (sizeof(T) == 8)
@@ -62,11 +68,16 @@ FrozenStream gaussian_mv(std::string name, int32_t method, int32_t storage, cons
             }};
 }
 
-// PoissonV: element i of each call has mean 0.2 + 3.1 (i mod 7).
+// PoissonV: element i of each call has mean 0.2 + 3.1 (i mod 7), computed
+// when compiled.
+constexpr std::array<double, kFrozenCall> poisson_means() {
+    std::array<double, kFrozenCall> m{};
+    for (int32_t i = 0; i < kFrozenCall; ++i) m[static_cast<std::size_t>(i)] = 0.2 + 3.1 * (i % 7);
+    return m;
+}
 FrozenStream poisson_v() {
-    std::vector<double> means(kFrozenCall);
-    for (int32_t i = 0; i < kFrozenCall; ++i) means[i] = 0.2 + 3.1 * (i % 7);
-    return {"poisson_v.i", RUK_BRNG_MT19937, kLawKey, 4, [=](RukStream* s, int32_t n, void* r) {
+    static constexpr std::array<double, kFrozenCall> means = poisson_means();
+    return {"poisson_v.i", RUK_BRNG_MT19937, kLawKey, 4, [](RukStream* s, int32_t n, void* r) {
                 return rukiRngPoissonV(0, s, n, static_cast<int32_t*>(r), means.data());
             }};
 }
@@ -126,12 +137,12 @@ const std::vector<FrozenStream>& frozen_streams() {
         law("beta.2.5x3.5.s", ruksRngBeta, 0, 2.5f, 3.5f, -1.0f, 2.0f),
         law("beta.1x3.d", rukdRngBeta, 0, 1.0, 3.0, -1.0, 2.0),
         law("beta.1x3.s", ruksRngBeta, 0, 1.0f, 3.0f, -1.0f, 2.0f),
-        gaussian_mv<double>("gaussian_mv.m0.square.d", 0, RUK_FACTOR_SQUARE, kSquare, 9),
-        gaussian_mv<float>("gaussian_mv.m0.square.s", 0, RUK_FACTOR_SQUARE, kSquare, 9),
-        gaussian_mv<double>("gaussian_mv.m1.packed.d", 1, RUK_FACTOR_PACKED, kPacked, 6),
-        gaussian_mv<float>("gaussian_mv.m1.packed.s", 1, RUK_FACTOR_PACKED, kPacked, 6),
-        gaussian_mv<double>("gaussian_mv.m1.diagonal.d", 1, RUK_FACTOR_DIAGONAL, kDiagonal, 3),
-        gaussian_mv<float>("gaussian_mv.m1.diagonal.s", 1, RUK_FACTOR_DIAGONAL, kDiagonal, 3),
+        gaussian_mv<double>("gaussian_mv.m0.square.d", 0, RUK_FACTOR_SQUARE, Mv<double>::kSquare, 9),
+        gaussian_mv<float>("gaussian_mv.m0.square.s", 0, RUK_FACTOR_SQUARE, Mv<float>::kSquare, 9),
+        gaussian_mv<double>("gaussian_mv.m1.packed.d", 1, RUK_FACTOR_PACKED, Mv<double>::kPacked, 6),
+        gaussian_mv<float>("gaussian_mv.m1.packed.s", 1, RUK_FACTOR_PACKED, Mv<float>::kPacked, 6),
+        gaussian_mv<double>("gaussian_mv.m1.diagonal.d", 1, RUK_FACTOR_DIAGONAL, Mv<double>::kDiagonal, 3),
+        gaussian_mv<float>("gaussian_mv.m1.diagonal.s", 1, RUK_FACTOR_DIAGONAL, Mv<float>::kDiagonal, 3),
 
         law("uniform.i", rukiRngUniform, 0, -7, 1000),
         law("uniform_bits.i", rukiRngUniformBits, 0),
