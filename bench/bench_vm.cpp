@@ -3,7 +3,10 @@
 // reciprocal and the division) in a loop over the same arrays, timed in
 // pairs (paired.h: the counter "ratio" is ours / peer).  Kernels that
 // forward to another are the same code and are not run again.  A new
-// family adds its row to kPeers.
+// family adds its rows to kPeers.
+//
+// The inverse trigonometric families also run against SLEEF's u10 forms in AVX2
+// (bench/sleef_invtrig.cpp), pairwise like glibc, where the processor has AVX2.
 //
 // A kernel with code in the SIMD kernel classes runs in one benchmark, in
 // rotating turns (paired.h, rounds), beside: its family's _HA form (for a
@@ -26,6 +29,14 @@
 #include "paired.h"
 #include "sleef_loops.h"
 #include "vecmath/kernel_table.h"
+
+#if XEBRUK_HAVE_SLEEF
+#include <emmintrin.h>
+#include <sleef.h>
+#endif
+#ifdef XEBRUK_BENCH_SLEEF
+#include "sleef_invtrig.h"
+#endif
 
 namespace {
 
@@ -75,6 +86,41 @@ template <class T> T inv_cbrt(T x) { return T(1) / std::cbrt(x); }
 template <class T> T sin_(T x) { return std::sin(x); }
 template <class T> T cos_(T x) { return std::cos(x); }
 template <class T> T tan_(T x) { return std::tan(x); }
+template <class T> T asin_(T x) { return std::asin(x); }
+template <class T> T acos_(T x) { return std::acos(x); }
+template <class T> T atan_(T x) { return std::atan(x); }
+template <class T> T atan2_(T y, T x) { return std::atan2(y, x); }
+
+template <class T> T sinh_(T x) { return std::sinh(x); }
+template <class T> T cosh_(T x) { return std::cosh(x); }
+template <class T> T tanh_(T x) { return std::tanh(x); }
+template <class T> T asinh_(T x) { return std::asinh(x); }
+template <class T> T acosh_(T x) { return std::acosh(x); }
+template <class T> T atanh_(T x) { return std::atanh(x); }
+
+#if XEBRUK_HAVE_SLEEF
+// SLEEF's SSE2 forms (the instruction set of the baseline kernels) over an
+// array: whole registers, then the tail through a padded copy.
+template <class T, class V, auto F>
+__attribute__((noinline)) void loop_sleef(int n, const T* a, T* r) {
+    constexpr int w = sizeof(V) / sizeof(T);
+    int i = 0;
+    for (; i + w <= n; i += w) {
+        V v;
+        std::memcpy(&v, a + i, sizeof v);
+        v = F(v);
+        std::memcpy(r + i, &v, sizeof v);
+    }
+    if (i == n) return;
+    T in[w] = {}, out[w];
+    std::memcpy(in, a + i, sizeof(T) * (n - i));
+    V v;
+    std::memcpy(&v, in, sizeof v);
+    v = F(v);
+    std::memcpy(out, &v, sizeof v);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+#endif
 
 template <template <class> class Loops>
 struct Both {
@@ -93,6 +139,12 @@ template <double (*D)(double, double), float (*S)(float, float)>
 Both<PeerLoops> scalar() {
     return {{nullptr, nullptr, loop_scalar<double, D>}, {nullptr, nullptr, loop_scalar<float, S>}};
 }
+#if XEBRUK_HAVE_SLEEF
+template <auto D, auto S>
+Both<PeerLoops> sleef() {
+    return {{loop_sleef<double, __m128d, D>}, {loop_sleef<float, __m128, S>}};
+}
+#endif
 Both<PeerLoops> sincos_loops() {
     return {{nullptr, nullptr, nullptr, loop_sincos<double>}, {nullptr, nullptr, nullptr, loop_sincos<float>}};
 }
@@ -120,7 +172,11 @@ const Arguments kPositive{"", 0.5, 1000, 0.5f, 1000};
 const Arguments kExponents{"", -20, 20, -20, 20};
 const Arguments kNone{"", 0, 0, 0, 0};
 
-const std::vector<PeerRow> kPeers = {
+const Arguments kUnit{"", -1, 1, -1, 1};
+const Arguments kPlane{"", -10, 10, -10, 10};
+
+std::vector<PeerRow> peers() {
+    std::vector<PeerRow> rows = {
     {"Inv", "loop", one<inv, inv>(), {kPositive}, kNone, {1000, 1000000}},
     {"Div", "loop", two<divide, divide>(), {kPositive}, kPositive, {1000, 1000000}},
     {"Exp", "exp", one<exp_, exp_>(), {{"", -700, 700, -87, 87}}, kNone, {1000, 1000000}},
@@ -137,7 +193,58 @@ const std::vector<PeerRow> kPeers = {
     {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"SinCos", "sincos", sincos_loops(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone,
      {1000}},
-};
+    // Hyperbolic and inverse hyperbolic: glibc, and SLEEF's u10 forms.
+    {"Sinh", "sinh", one<sinh_, sinh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
+    {"Cosh", "cosh", one<cosh_, cosh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
+    {"Tanh", "tanh", one<tanh_, tanh_>(), {{"", -5, 5, -5, 5}}, kNone, {1000, 1000000}},
+    {"Asinh", "asinh", one<asinh_, asinh_>(), {{"", -20, 20, -20, 20, true}}, kNone, {1000, 1000000}},
+    {"Acosh", "acosh", one<acosh_, acosh_>(), {{"", 0, 20, 0, 20, true}}, kNone, {1000, 1000000}},
+    {"Atanh", "atanh", one<atanh_, atanh_>(), {{"", -1, 1, -1, 1}}, kNone, {1000, 1000000}},
+#if XEBRUK_HAVE_SLEEF
+    {"Sinh", "sleef_sinh_u10", sleef<Sleef_sinhd2_u10sse2, Sleef_sinhf4_u10sse2>(), {{"", -20, 20, -20, 20}}, kNone,
+     {1000, 1000000}},
+    {"Cosh", "sleef_cosh_u10", sleef<Sleef_coshd2_u10sse2, Sleef_coshf4_u10sse2>(), {{"", -20, 20, -20, 20}}, kNone,
+     {1000, 1000000}},
+    {"Tanh", "sleef_tanh_u10", sleef<Sleef_tanhd2_u10sse2, Sleef_tanhf4_u10sse2>(), {{"", -5, 5, -5, 5}}, kNone,
+     {1000, 1000000}},
+    {"Asinh", "sleef_asinh_u10", sleef<Sleef_asinhd2_u10sse2, Sleef_asinhf4_u10sse2>(),
+     {{"", -20, 20, -20, 20, true}}, kNone, {1000, 1000000}},
+    {"Acosh", "sleef_acosh_u10", sleef<Sleef_acoshd2_u10sse2, Sleef_acoshf4_u10sse2>(),
+     {{"", 0, 20, 0, 20, true}}, kNone, {1000, 1000000}},
+    {"Atanh", "sleef_atanh_u10", sleef<Sleef_atanhd2_u10sse2, Sleef_atanhf4_u10sse2>(), {{"", -1, 1, -1, 1}}, kNone,
+     {1000, 1000000}},
+#endif
+    {"Asin", "asin", one<asin_, asin_>(), {kUnit}, kNone, {1000, 1000000}},
+    {"Acos", "acos", one<acos_, acos_>(), {kUnit}, kNone, {1000, 1000000}},
+    {"Atan", "atan", one<atan_, atan_>(), {kPlane}, kNone, {1000, 1000000}},
+    {"Atan2", "atan2", two<atan2_, atan2_>(), {kPlane}, kPlane, {1000, 1000000}},
+    };
+#ifdef XEBRUK_BENCH_SLEEF
+    __builtin_cpu_init();
+    const auto d = xbench::sleef_invtrig_d();
+    const auto s = xbench::sleef_invtrig_s();
+    const Both<PeerLoops> asin_u10{{d.asin}, {s.asin}}, acos_u10{{d.acos}, {s.acos}}, atan_u10{{d.atan}, {s.atan}};
+    const Both<PeerLoops> atan2_u10{{nullptr, d.atan2}, {nullptr, s.atan2}};
+    rows.push_back({"Asin", "sleef_u10", asin_u10, {kUnit}, kNone, {1000, 1000000}});
+    rows.push_back({"Acos", "sleef_u10", acos_u10, {kUnit}, kNone, {1000, 1000000}});
+    rows.push_back({"Atan", "sleef_u10", atan_u10, {kPlane}, kNone, {1000, 1000000}});
+    rows.push_back({"Atan2", "sleef_u10", atan2_u10, {kPlane}, kPlane, {1000, 1000000}});
+#endif
+    return rows;
+}
+const std::vector<PeerRow> kPeers = peers();
+
+// Whether the peer's loop for the row's shape exists (SLEEF's need AVX2).
+template <class T>
+bool has_loop(const PeerLoops<T>& p, Shape shape) {
+    switch (shape) {
+    case Shape::OneInput: return p.one != nullptr;
+    case Shape::TwoInputs: return p.two != nullptr;
+    case Shape::ScalarArgument: return p.scalar != nullptr;
+    case Shape::TwoOutputs: return p.two_outputs != nullptr;
+    }
+    return false;
+}
 
 template <class T>
 std::vector<T> draw(const Arguments& args, int n, uint64_t seed) {
@@ -218,7 +325,9 @@ void register_all() {
                     })->Arg(n);
                 continue;
             }
-            const std::string peer = std::string(p.peer) + (k.precision == 's' && p.peer != std::string("loop") ? "f" : "");
+            if (!(k.precision == 'd' ? has_loop(p.loops.d, k.shape) : has_loop(p.loops.s, k.shape))) continue;
+            const bool libm_name = std::string(p.peer) != "loop" && std::string(p.peer).rfind("sleef", 0) != 0;
+            const std::string peer = std::string(p.peer) + (k.precision == 's' && libm_name ? "f" : "");
             for (const Arguments& a : p.a) {
                 std::string name = k.name + "_vs_" + peer;
                 if (*a.label) name += std::string("/") + a.label;

@@ -12,6 +12,8 @@
 
 #include "xebruk/vm_div.h"
 #include "xebruk/vm_explog.h"
+#include "xebruk/vm_hyperbolic.h"
+#include "xebruk/vm_invtrig.h"
 #include "xebruk/vm_power.h"
 #include "xebruk/vm_roots.h"
 #include "xebruk/vm_trig.h"
@@ -177,6 +179,95 @@ std::vector<K> trig() {
     };
 }
 
+// Hyperbolic and inverse hyperbolic functions (vecmath/hyperbolic.cpp,
+// vecmath/inverse_hyperbolic.cpp): every magnitude (Sinh and Cosh beyond
+// their overflow bounds, Tanh beyond 20, where it is +-1), the seams of the
+// series (Sinh at 0.00095, Tanh at 0.002, Asinh at 2^-9, Atanh at 2^-10,
+// Acosh at 1.00048828125), Acosh next to 1 and Atanh next to +-1.
+std::vector<K> hyperbolic() {
+    const std::vector<Interval> sinh_d{kAllDoubles, {0x1p-30, 1.0, true}, {0.0005, 0.002, true}, {1.0, 710.5, true}};
+    const std::vector<Interval> sinh_s{kAllFloats, {0x1p-20f, 1.0f, true}, {0.0001f, 0.001f, true}, {1.0f, 89.5f, true}};
+    const std::vector<Interval> tanh_d{kAllDoubles, {0.001, 0.004, true}, {0.004, 0.5, true}, {0.5, 20.5, true}};
+    const std::vector<Interval> tanh_s{kAllFloats, {0.0005f, 0.002f, true}, {0.002f, 0.5f, true}, {0.5f, 10.5f, true}};
+    const std::vector<Interval> asinh_d{kAllDoubles, {0x1p-11, 0x1p-7, true}, {0.01, 100.0, true}};
+    const std::vector<Interval> asinh_s{kAllFloats, {0x1p-14f, 0x1p-9f, true}, {0.01f, 100.0f, true}};
+    const std::vector<Interval> acosh_d{{1.0, DBL_MAX, false}, {1.0, 1.002, false}, {1.0, 1.0 + 0x1p-30, false},
+                                        {1.0, 10.0, false}};
+    const std::vector<Interval> acosh_s{{1.0f, FLT_MAX, false}, {1.0f, 1.002f, false}, {1.0f, 10.0f, false}};
+    const std::vector<Interval> atanh_d{{kDoubleTrueMin, 1.0, true}, {0x1p-12, 0x1p-8, true}, {0.9, 1.0, true},
+                                        {1.0 - 0x1p-30, 1.0, true}};
+    const std::vector<Interval> atanh_s{{FLT_TRUE_MIN, 1.0f, true}, {0x1p-12f, 0x1p-8f, true}, {0.9f, 1.0f, true}};
+    return {
+        K("Sinh", "HA", xebdSinh_HA).ulp(0.9).on(sinh_d),
+        K("Sinh", "50", xebdSinh_50).forwards(xebdSinh_HA),
+        K("Sinh", "HA", xebsSinh_HA).ulp(0.51).on(sinh_s),
+        K("Sinh", "21", xebsSinh_21).forwards(xebsSinh_HA),
+        K("Sinh", "11", xebsSinh_11).forwards(xebsSinh_HA),
+        K("Cosh", "HA", xebdCosh_HA).ulp(0.9).on(sinh_d),
+        K("Cosh", "50", xebdCosh_50).forwards(xebdCosh_HA),
+        K("Cosh", "HA", xebsCosh_HA).ulp(0.51).on(sinh_s),
+        K("Cosh", "21", xebsCosh_21).forwards(xebsCosh_HA),
+        K("Cosh", "11", xebsCosh_11).forwards(xebsCosh_HA),
+        K("Tanh", "HA", xebdTanh_HA).ulp(0.75).on(tanh_d),
+        K("Tanh", "50", xebdTanh_50).forwards(xebdTanh_HA),
+        K("Tanh", "HA", xebsTanh_HA).ulp(0.8).on(tanh_s),
+        K("Tanh", "21", xebsTanh_21).forwards(xebsTanh_HA),
+        K("Tanh", "11", xebsTanh_11).forwards(xebsTanh_HA),
+        K("Asinh", "HA", xebdAsinh_HA).ulp(0.8).on(asinh_d),
+        K("Asinh", "50", xebdAsinh_50).forwards(xebdAsinh_HA),
+        K("Asinh", "HA", xebsAsinh_HA).ulp(0.51).on(asinh_s),
+        K("Asinh", "21", xebsAsinh_21).forwards(xebsAsinh_HA),
+        K("Asinh", "11", xebsAsinh_11).forwards(xebsAsinh_HA),
+        K("Acosh", "HA", xebdAcosh_HA).ulp(0.85).on(acosh_d),
+        K("Acosh", "50", xebdAcosh_50).forwards(xebdAcosh_HA),
+        K("Acosh", "HA", xebsAcosh_HA).ulp(0.51).on(acosh_s),
+        K("Acosh", "21", xebsAcosh_21).forwards(xebsAcosh_HA),
+        K("Acosh", "11", xebsAcosh_11).forwards(xebsAcosh_HA),
+        K("Atanh", "HA", xebdAtanh_HA).ulp(0.75).on(atanh_d),
+        K("Atanh", "50", xebdAtanh_50).forwards(xebdAtanh_HA),
+        K("Atanh", "HA", xebsAtanh_HA).ulp(0.51).on(atanh_s),
+        K("Atanh", "21", xebsAtanh_21).forwards(xebsAtanh_HA),
+        K("Atanh", "11", xebsAtanh_11).forwards(xebsAtanh_HA),
+    };
+}
+
+// Arcsine, arccosine, arctangent and the two-argument arctangent
+// (vecmath/invtrig.cpp): every binade of the domain, the far branch of the
+// arcsine and its end at 1, the classes of the arctangent; for Atan2 the
+// ordinate a against the abscissa b over all four quadrants, at ratios of
+// every size (groups with values beyond 2^-1021 .. 2^1020 on the x87's
+// fpatan) and near 1.
+std::vector<K> invtrig() {
+    const std::vector<Interval> arc_d{{kDoubleTrueMin, 1.0, true}, {0.25, 1.0, true}, {0.99, 1.0, true}};
+    const std::vector<Interval> arc_s{{FLT_TRUE_MIN, 1.0f, true}, {0.25f, 1.0f, true}, {0.99f, 1.0f, true}};
+    const Interval classes{0.25, 4.0, true};
+    const std::vector<Interval> atan_d{kAllDoubles, classes}, atan_s{kAllFloats, classes};
+    const std::vector<Interval> plane_d{kAllDoubles, classes, {0x1p-30, 0x1p30, true}};
+    const std::vector<Interval> plane_s{kAllFloats, classes, {0x1p-30, 0x1p30, true}};
+    return {
+        K("Asin", "HA", xebdAsin_HA).ulp(0.7).on(arc_d),
+        K("Asin", "50", xebdAsin_50).forwards(xebdAsin_HA),
+        K("Acos", "HA", xebdAcos_HA).ulp(0.7).on(arc_d),
+        K("Acos", "50", xebdAcos_50).forwards(xebdAcos_HA),
+        K("Atan", "HA", xebdAtan_HA).ulp(0.9).on(atan_d),
+        K("Atan", "50", xebdAtan_50).forwards(xebdAtan_HA),
+        K("Atan2", "HA", xebdAtan2_HA).ulp(0.6).on(plane_d, plane_d),
+        K("Atan2", "50", xebdAtan2_50).forwards(xebdAtan2_HA),
+        K("Asin", "HA", xebsAsin_HA).ulp(0.95).on(arc_s),
+        K("Asin", "21", xebsAsin_21).ulp(1.5).on(arc_s),
+        K("Asin", "11", xebsAsin_11).forwards(xebsAsin_21),
+        K("Acos", "HA", xebsAcos_HA).ulp(0.8).on(arc_s),
+        K("Acos", "21", xebsAcos_21).ulp(1.5).on(arc_s),
+        K("Acos", "11", xebsAcos_11).forwards(xebsAcos_21),
+        K("Atan", "HA", xebsAtan_HA).ulp(0.96).on(atan_s),
+        K("Atan", "21", xebsAtan_21).ulp(1.5).on(atan_s),
+        K("Atan", "11", xebsAtan_11).forwards(xebsAtan_21),
+        K("Atan2", "HA", xebsAtan2_HA).ulp(0.6).on(plane_s, plane_s),
+        K("Atan2", "21", xebsAtan2_21).ulp(2).on(plane_s, plane_s),
+        K("Atan2", "11", xebsAtan2_11).forwards(xebsAtan2_21),
+    };
+}
+
 // A malformed row is a mistake in this file: say which and stop.
 [[noreturn]] void malformed(const VectorKernel& k, const char* what) {
     std::fprintf(stderr, "vector kernel catalogue: %s: %s\n", k.name.c_str(), what);
@@ -185,7 +276,7 @@ std::vector<K> trig() {
 
 std::vector<VectorKernel> build() {
     std::vector<VectorKernel> rows;
-    for (auto family : {divide, exp_log, power, roots, trig}) {
+    for (auto family : {divide, exp_log, power, roots, trig, invtrig, hyperbolic}) {
         const std::vector<VectorKernel> family_rows = family();
         rows.insert(rows.end(), family_rows.begin(), family_rows.end());
     }

@@ -106,6 +106,14 @@ inline long double x87_scaled_log2(long double scale, long double x) {
     return r;
 }
 
+// The angle of the point (x, y) by fpatan, at the precision the control
+// word sets; zeros, infinities and NaNs as C99's atan2.
+inline long double x87_atan2(long double y, long double x) {
+    long double r;
+    asm("fpatan" : "=t"(r) : "0"(x), "u"(y) : "st(1)");
+    return r;
+}
+
 // The x87's square root, at the precision the control word sets.
 inline long double x87_sqrt(long double v) {
     asm("fsqrt" : "+t"(v));

@@ -429,6 +429,37 @@ inline Vec<T, N> select(MaskOf<T, N> m, Vec<T, N> a, Vec<T, N> b) {
 #endif
 }
 
+// Floating lanes of p where m is set, 0 in the others; memory under a
+// clear lane is not read (so it may lie outside the array).
+template <class V>
+inline V load_masked(const typename Traits<V>::Lane* p, MaskOf<typename Traits<V>::Lane, Traits<V>::lanes> m) {
+    using T = typename Traits<V>::Lane;
+    constexpr int N = Traits<V>::lanes;
+    static_assert(std::is_floating_point_v<T>, "floating lanes");
+    [[maybe_unused]] constexpr bool d = sizeof(T) == 8;
+    [[maybe_unused]] constexpr int bytes = Traits<V>::bytes;
+    if constexpr (N == 1) return {m.m ? *p : T(0)};
+#if XEB_ISA_AVX512
+    else if constexpr (d && bytes == 64) return {_mm512_maskz_loadu_pd(m.m, p)};
+    else if constexpr (bytes == 64) return {_mm512_maskz_loadu_ps(m.m, p)};
+    else if constexpr (d && bytes == 32) return {_mm256_maskz_loadu_pd(m.m, p)};
+    else if constexpr (bytes == 32) return {_mm256_maskz_loadu_ps(m.m, p)};
+    else if constexpr (d) return {_mm_maskz_loadu_pd(m.m, p)};
+    else return {_mm_maskz_loadu_ps(m.m, p)};
+#elif XEB_ISA_AVX2
+    else if constexpr (d && bytes == 32) return {_mm256_maskload_pd(p, reinterpret_cast<__m256i>(m.m))};
+    else if constexpr (bytes == 32) return {_mm256_maskload_ps(p, reinterpret_cast<__m256i>(m.m))};
+    else if constexpr (d) return {_mm_maskload_pd(p, reinterpret_cast<__m128i>(m.m))};
+    else return {_mm_maskload_ps(p, reinterpret_cast<__m128i>(m.m))};
+#else
+    else {
+        V r;
+        for (int i = 0; i < N; ++i) r.v[i] = m.m[i] != 0 ? p[i] : T(0);
+        return r;
+    }
+#endif
+}
+
 // ---------------------------------------------------------------- compares
 
 enum class Cmp { Lt, Le, Gt, Ge, Eq, Ne };

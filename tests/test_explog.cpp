@@ -17,6 +17,7 @@
 #include "frame/fpu.h"
 #include "support/args.h"
 #include "support/events.h"
+#include "support/kernel_checks.h"
 #include "support/scale.h"
 #include "accuracy/ulp.h"
 #include "catalogue/vector_kernels.h"
@@ -42,33 +43,13 @@ double bound(const char* name) {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr float kInfF = std::numeric_limits<float>::infinity();
-constexpr int kNone = -100;  // no event expected
-
-template <class T>
-using Kernel = void (*)(int, const T*, T*);
-
-template <class T>
-std::vector<T> eval(Kernel<T> f, const std::vector<T>& a) {
-    std::vector<T> r(a.size());
-    f(static_cast<int>(a.size()), a.data(), r.data());
-    return r;
-}
-
-// Distance in representable values of T.
-template <class T>
-int64_t ulps_apart(T x, T y) {
-    if constexpr (sizeof(T) == 8) return xt::ordered_distance(x, y);
-    auto key = [](T v) {
-        const int64_t i = static_cast<int32_t>(bits(v));
-        return i < 0 ? INT32_MIN - i : i;
-    };
-    return key(y) - key(x);
-}
-
-template <class T>
-T eval1(Kernel<T> f, T x) {
-    return eval(f, std::vector<T>{x})[0];
-}
+using xt::check_rows;
+using xt::eval;
+using xt::eval1;
+using xt::Kernel;
+using xt::kNone;
+using xt::Row;
+using xt::ulps_apart;
 
 // ------------------------------------------------------------ tables
 
@@ -108,45 +89,6 @@ TEST(ExpLogTables, EveryRowMatchesAnIndependentValue) {
 }
 
 // ------------------------------------------------------------ failure tables
-
-struct Row {
-    double x;
-    double want;  // NaN: a NaN; otherwise exact, or checked against ref when `computed`
-    int code;     // kNone: no event
-    bool computed = false;
-};
-
-// Runs each row alone (the one-element path) and inside a group of
-// ordinary values, and checks results and events.
-template <class T>
-void check_rows(Kernel<T> f, const char* name, long double (*ref)(long double), double bound,
-                const std::vector<Row>& rows) {
-    for (const Row& row : rows) {
-        for (int pos : {0, 1, 3}) {
-            std::vector<T> a(5, T(0.5));
-            a[pos] = static_cast<T>(row.x);
-            xt::EventRecorder rec;
-            const std::vector<T> r = eval(f, a);
-            const T got = r[pos];
-            if (std::isnan(row.want)) { EXPECT_TRUE(std::isnan(got)) << row.x; }
-            else if (row.computed) EXPECT_LT(xt::ulp_error(got, ref(static_cast<T>(row.x))), bound) << row.x;
-            else EXPECT_EQ(bits(got), bits(static_cast<T>(row.want))) << row.x;
-            if (row.code == kNone) {
-                EXPECT_TRUE(rec.events().empty()) << row.x;
-                continue;
-            }
-            ASSERT_EQ(rec.events().size(), 1u) << row.x;
-            const xt::Event& e = rec.events()[0];
-            EXPECT_EQ(e.code, row.code) << row.x;
-            EXPECT_EQ(e.index, pos);
-            EXPECT_EQ(e.name, name);
-            EXPECT_EQ(e.a, static_cast<double>(static_cast<T>(row.x)));
-            if (!std::isnan(got)) { EXPECT_EQ(e.y, static_cast<double>(got)); }
-            for (int j = 0; j < 5; ++j)
-                if (j != pos) { EXPECT_EQ(r[j], eval1(f, T(0.5))); }
-        }
-    }
-}
 
 long double ref_exp(long double x) { return expl(x); }
 long double ref_ln(long double x) { return logl(x); }
@@ -321,62 +263,14 @@ std::vector<T> mixed(std::size_t n, uint64_t seed) {
     return a;
 }
 
-// One call over n equals calls over pieces summing to n: results bit for
-// bit, events with the same codes in the same order at shifted indices.
 // The baseline's single logarithms pair elements, so a piece boundary can move an
-// element between the cubic and fyl2x: those agree within one ulp.  In
-// place, every group path reads its arguments before it writes: results
-// and events are those of separate arrays.  A count of zero or less writes
-// nothing.
-template <class T>
-void check_pieces(Kernel<T> f, bool pairs_may_differ) {
-    const std::vector<T> a = mixed<T>(997, 11);
-    xt::EventRecorder rec;
-    const std::vector<T> whole = eval(f, a);
-    const std::vector<xt::Event> whole_events = rec.events();
-    EXPECT_FALSE(whole_events.empty());
-    for (int piece : {1, 2, 3, 5, 8, 13}) {
-        std::vector<T> r(a.size());
-        std::vector<xt::Event> events;
-        for (std::size_t i = 0; i < a.size(); i += piece) {
-            rec.clear();
-            f(static_cast<int>(std::min<std::size_t>(piece, a.size() - i)), a.data() + i, r.data() + i);
-            for (xt::Event e : rec.events()) {
-                e.index += static_cast<int>(i);
-                events.push_back(e);
-            }
-        }
-        for (std::size_t i = 0; i < a.size(); ++i) {
-            if (std::isnan(whole[i])) { EXPECT_TRUE(std::isnan(r[i])); }
-            else if (pairs_may_differ) EXPECT_LE(std::abs(ulps_apart(whole[i], r[i])), 1) << a[i];
-            else EXPECT_EQ(bits(whole[i]), bits(r[i])) << a[i] << " piece " << piece;
-        }
-        ASSERT_EQ(events.size(), whole_events.size()) << piece;
-        for (std::size_t k = 0; k < events.size(); ++k) {
-            EXPECT_EQ(events[k].code, whole_events[k].code);
-            EXPECT_EQ(events[k].index, whole_events[k].index);
-        }
-    }
-    std::vector<T> b = mixed<T>(203, 17);
-    rec.clear();
-    const std::vector<T> want = eval(f, b);
-    const std::size_t events = rec.events().size();
-    f(static_cast<int>(b.size()), b.data(), b.data());
-    for (std::size_t i = 0; i < b.size(); ++i)
-        if (!std::isnan(want[i])) { EXPECT_EQ(bits(b[i]), bits(want[i])) << i; }
-    EXPECT_EQ(rec.events().size(), 2 * events);
-    T out = 7;
-    f(0, a.data(), &out);
-    f(-3, a.data(), &out);
-    EXPECT_EQ(out, T(7));
-}
-
+// element between the cubic and fyl2x: those agree within one ulp.  The classes
+// are exact.
 TEST(ExpLogBlocks, OneCallEqualsPiecesAndInPlace) {
     for (const Named& k : kAll) {
         SCOPED_TRACE(k.name);
-        check_pieces<double>(k.d, false);
-        // The baseline's single logarithms go by pairs; the classes are exact.
-        check_pieces<float>(k.s, kBaselineClass && k.s != xebsExp_HA);
+        xt::check_pieces<double>(k.d, mixed<double>(997, 11), mixed<double>(203, 17), false);
+        xt::check_pieces<float>(k.s, mixed<float>(997, 11), mixed<float>(203, 17), kBaselineClass && k.d != xebdExp_HA);
     }
 }
 

@@ -12,24 +12,20 @@
 #include "support/control_words.h"
 #include "support/args.h"
 #include "support/events.h"
+#include "support/split.h"
 #include "accuracy/ulp.h"
 #include "xebruk/vm_roots.h"
 
 namespace {
 
-using Events = std::vector<std::pair<int, int>>;
+using Events = xt::CodesAndIndices;
+using xt::codes_and_indices;
 using DKernel = void (*)(int, const double*, double*);
 using SKernel = void (*)(int, const float*, float*);
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr float kInfF = std::numeric_limits<float>::infinity();
 constexpr double kTrueMin = xt::kDoubleTrueMin;
-
-Events codes_and_indices(const xt::EventRecorder& rec) {
-    Events v;
-    for (const auto& e : rec.events()) v.push_back({e.code, e.index});
-    return v;
-}
 
 // One special input: expected bits of the result and the event code (0 none).
 template <class T>
@@ -114,21 +110,9 @@ TEST(Roots, SingleInvSqrtSpecialsAndItsEventOrderInAGroup) {
 
 // One call over n gives the same bits and events as calls over pieces.
 template <class T, class K>
-void check_split(K kernel, std::vector<T> a) {
-    const int n = static_cast<int>(a.size());
-    std::vector<T> whole(n), part(n);
-    xt::EventRecorder rec;
-    kernel(n, a.data(), whole.data());
-    const Events whole_events = codes_and_indices(rec);
-    rec.clear();
-    Events part_events;
-    for (int start = 0, len = 1; start < n; start += len, len = len % 7 + 1) {
-        kernel(std::min(len, n - start), a.data() + start, part.data() + start);
-        for (auto [c, i] : codes_and_indices(rec)) part_events.push_back({c, i + start});
-        rec.clear();
-    }
-    EXPECT_EQ(part_events, whole_events);
-    for (int i = 0; i < n; ++i) EXPECT_EQ(xeb::bits(whole[i]), xeb::bits(part[i])) << "element " << i << " of " << a[i];
+void check_split(K kernel, const std::vector<T>& a) {
+    xt::expect_split_independent<T>(static_cast<int>(a.size()),
+                                    [&](int start, int count, T* out) { kernel(count, a.data() + start, out + start); });
 }
 
 TEST(Roots, ResultsAndEventsDoNotDependOnTheBlockSize) {

@@ -25,10 +25,13 @@ FrozenStream real(std::string name, int32_t brng, Seed seed,
             [=](RukStream* s, int32_t n, void* r) { return kernel(s, n, static_cast<T*>(r), a, b); }};
 }
 
-FrozenStream words(std::string name, int32_t brng, Seed seed,
-                   int32_t (*kernel)(RukStream*, int32_t, uint32_t*)) {
-    return {std::move(name), brng, std::move(seed), 4,
-            [=](RukStream* s, int32_t n, void* r) { return kernel(s, n, static_cast<uint32_t*>(r)); }};
+// A generator kernel of words (32 bits, or 64 for MCG59), `per` words an
+// output (WH writes its four components).
+template <class W>
+FrozenStream words(std::string name, int32_t brng, Seed seed, int32_t (*kernel)(RukStream*, int32_t, W*),
+                   int32_t per = 1) {
+    return {std::move(name), brng, std::move(seed), static_cast<int32_t>(sizeof(W)) * per,
+            [=](RukStream* s, int32_t n, void* r) { return kernel(s, n, static_cast<W*>(r)); }};
 }
 
 // The laws draw from MT19937 with this key.
@@ -92,6 +95,19 @@ const std::vector<FrozenStream>& frozen_streams() {
         words("mt19937.i", RUK_BRNG_MT19937, kLawKey, rukiBRngMT19937),
         real<double>("mt19937.d", RUK_BRNG_MT19937, kLawKey, rukdBRngMT19937, -1.5, 3.25),
         real<float>("mt19937.s", RUK_BRNG_MT19937, kLawKey, ruksBRngMT19937, -1.5f, 3.25f),
+        words("r250.i", RUK_BRNG_R250, {12345}, rukiBRngR250),
+        real<double>("r250.d", RUK_BRNG_R250, {12345}, rukdBRngR250, -1.5, 3.25),
+        real<float>("r250.s", RUK_BRNG_R250, {12345}, ruksBRngR250, -1.5f, 3.25f),
+        words("mrg32k3a.i", RUK_BRNG_MRG32K3A, {12345, 678}, rukiBRngMRG32K3A),
+        real<double>("mrg32k3a.d", RUK_BRNG_MRG32K3A, {12345, 678}, rukdBRngMRG32K3A, -1.5, 3.25),
+        real<float>("mrg32k3a.s", RUK_BRNG_MRG32K3A, {12345, 678}, ruksBRngMRG32K3A, -1.5f, 3.25f),
+        words("mcg59.i", RUK_BRNG_MCG59, {12345, 678}, rukiBRngMCG59),
+        real<double>("mcg59.d", RUK_BRNG_MCG59, {12345, 678}, rukdBRngMCG59, -1.5, 3.25),
+        real<float>("mcg59.s", RUK_BRNG_MCG59, {12345, 678}, ruksBRngMCG59, -1.5f, 3.25f),
+        words("wh0.i", RUK_BRNG_WH, {12345, 678}, rukiBRngWH, 4),
+        real<double>("wh0.d", RUK_BRNG_WH, {12345, 678}, rukdBRngWH, -1.5, 3.25),
+        real<float>("wh0.s", RUK_BRNG_WH, {12345, 678}, ruksBRngWH, -1.5f, 3.25f),
+        words("wh272.i", RUK_BRNG_WH + 272, {12345, 678}, rukiBRngWH, 4),
         words("sobol40.i", RUK_BRNG_SOBOL, {40}, rukiBRngSobol),
         real<double>("sobol5.d", RUK_BRNG_SOBOL, {5}, rukdBRngSobol, -1.5, 3.25),
         real<float>("sobol5.s", RUK_BRNG_SOBOL, {5}, ruksBRngSobol, -1.5f, 3.25f),

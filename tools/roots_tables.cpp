@@ -35,6 +35,7 @@ struct Fixed {
     Row row;
 };
 
+quad square_root(quad m) { return sqrtq(m); }
 quad inv_sqrt(quad m) { return 1 / sqrtq(m); }
 quad cube_root(quad m) { return cbrtq(m); }
 quad inv_cube_root(quad m) { return 1 / cbrtq(m); }
@@ -137,7 +138,11 @@ void generate() {
     const Fixed inv_cbrt_float_fixed[] = {
         {0, {0.2182298285260913, -0.7697696942924318, 1.551539845558644}},
         {63, {0.04449934047960132, -0.3102784057038237, 1.2362599775376406}}};
+    const Fixed ssqrt_fixed[] = {
+        {0, {-0.12355107224720996, 0.747093681044062, 0.3764573985459165}},
+        {63, {-0.04445455448962813, 0.531370080498454, 0.5292916180079041}}};
     table("rootQuad", "m^(-1/2)", 128, inv_sqrt, root_fixed, 2);
+    table("ssqrtQuad", "m^(1/2)", 64, square_root, ssqrt_fixed, 2);
     table("cbrtQuad", "m^(-1/3)", 128, inv_cube_root, cbrt_fixed, 2);
     table("cbrtFloat", "m^(1/3)", 64, cube_root, cbrt_float_fixed, 2);
     table("invCbrtFloat", "m^(-1/3)", 64, inv_cube_root, inv_cbrt_float_fixed, 2);

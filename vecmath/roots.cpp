@@ -48,26 +48,19 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/roots_core.h"
 #include "xebruk/vm_roots.h"
 
 namespace xeb {
 namespace {
 
-struct BandQuadratic {
-    double a, b, c;  // (a*m + b)*m + c
-};
-#include "vecmath/roots_tables.inc"
-
+using namespace roots;
 using frame::Arrays;
 
-constexpr uint64_t kSignificand = 0x000FFFFFFFFFFFFFull;
-constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
 constexpr uint64_t kRootDefaultNaN = 0x7FF8A5A55A5A5A5Aull;  // recognisable on purpose
 constexpr uint32_t kSingleDefaultNaN = 0xFFC00000u;
-constexpr long double kSqrt2Double = 0x1.6a09e667f3bcdp+0;  // sqrt 2 rounded to double
 constexpr long double kFourThirds = 0xa.aaaaaaaaaaaaaabp-3L;
 constexpr long double kMinusThird = -0xa.aaaaaaaaaaaaaabp-5L;
-constexpr long double kThreeEighths = 0.375L;
 constexpr long double kTwoNinths = 0xe.38e38e38e38e38ep-6L;
 constexpr long double kThirdPowers[3] = {kTwoToTwoThirds, kTwoToOneThird, 1.0L};
 
@@ -77,24 +70,9 @@ constexpr long double kSqrtDenormalOut = 0x1p-498L, kInvSqrtDenormalOut = 0x1p49
 constexpr long double kCbrtDenormalOut = 0x1p-332L, kInvCbrtDenormalOut = 0x1p332L;
 
 inline double cut27(double v) { return double_from_bits(bits(v) & ~((uint64_t{1} << 27) - 1)); }
-inline double significand(double x) { return double_from_bits((bits(x) & kSignificand) | kOneBits); }
-inline double from_high_word(uint32_t h) { return double_from_bits(static_cast<uint64_t>(h) << 32); }
 inline bool is_nan(double x) { return (bits(x) << 1) > (0x7FF0000000000000ull << 1); }
 inline bool is_nan(float x) { return (bits(x) << 1) > (0x7F800000u << 1); }
 inline double quiet(double x) { return double_from_bits(bits(x) | 0x0008000000000000ull); }
-
-// x^(-1/2) for x positive, normal and finite.
-inline long double inv_sqrt_core(double x) {
-    const uint32_t h = high_word(x);
-    const BandQuadratic& q = rootQuad[(h >> 13) & 0x7F];
-    const long double m = significand(x);
-    const long double s = from_high_word(0x5FE00000u - ((h >> 1) & 0x7FF00000u));
-    const long double p = (h & 0x00100000u) ? 1.0L : kSqrt2Double;
-    const long double y0 = ((q.a * m + q.b) * m + q.c) * s * p;
-    const long double t = -0.5L * x * y0 * y0;  // -(1 - d)/2 with d = 1 - x*y0^2
-    const long double d = 2 * t + 1;             // exact: 2t is near -1
-    return y0 * ((1.5L + t) + kThreeEighths * d * d);
-}
 
 // |x|^(-1/3) for |x| normal (or infinite / NaN, passed on), with the sign of
 // x when Signed.

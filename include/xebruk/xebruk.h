@@ -7,6 +7,8 @@
 #include "vm_pack.h"
 #include "vm_power.h"
 #include "vm_roots.h"
+#include "vm_invtrig.h"
+#include "vm_scalar.h"
 #include "vm_trig.h"
 #include "rng_stream.h"
 #include "rng_modular.h"
@@ -15,6 +17,7 @@
 #include "rng_continuous.h"
 #include "rng_discrete.h"
 #include "vm_explog.h"
+#include "vm_hyperbolic.h"
 #include "convcorr.h"
 
 #endif
