@@ -184,10 +184,10 @@ std::vector<PeerRow> peers() {
     {"Log10", "log10", one<log10_, log10_>(), {{"", -700, 700, -87, 87, true}}, kNone, {1000, 1000000}},
     {"Pow", "pow", two<pow_, pow_>(), {kPositive}, kExponents, {1000}},
     {"Powx", "pow", scalar<pow_, pow_>(), {kPositive}, {"", 2.718, 0, 2.718f, 0}, {1000}},
-    {"Sqrt", "sqrt", one<sqrt_, sqrt_>(), {kPositive}, kNone, {1000}},
-    {"InvSqrt", "1/sqrt", one<inv_sqrt, inv_sqrt>(), {kPositive}, kNone, {1000}},
-    {"Cbrt", "cbrt", one<cbrt_, cbrt_>(), {kPositive}, kNone, {1000}},
-    {"InvCbrt", "1/cbrt", one<inv_cbrt, inv_cbrt>(), {kPositive}, kNone, {1000}},
+    {"Sqrt", "sqrt", one<sqrt_, sqrt_>(), {kPositive}, kNone, {1000, 1000000}},
+    {"InvSqrt", "1/sqrt", one<inv_sqrt, inv_sqrt>(), {kPositive}, kNone, {1000, 1000000}},
+    {"Cbrt", "cbrt", one<cbrt_, cbrt_>(), {kPositive}, kNone, {1000, 1000000}},
+    {"InvCbrt", "1/cbrt", one<inv_cbrt, inv_cbrt>(), {kPositive}, kNone, {1000, 1000000}},
     {"Sin", "sin", one<sin_, sin_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"Cos", "cos", one<cos_, cos_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
     {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
@@ -308,6 +308,9 @@ void run_class_kernel(benchmark::State& st, const VectorKernel& k, const PeerLoo
     all.push_back({"glibc", call(peer.one)});
     if (sleef_u10) all.push_back({"sleef_u10", call(sleef_u10)});
     if (sleef_u35) all.push_back({"sleef_u35", call(sleef_u35)});
+    const xbench::NativeLoops native = xbench::native_loops(k.family, in_use == KernelClass::Avx512);
+    if (native.d) all.push_back({"native", call(sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(native.d)
+                                                               : reinterpret_cast<void (*)(int, const T*, T*)>(native.s))});
     all.push_back({"copy", [&] { std::memcpy(r.data(), a.data(), a.size() * sizeof(T)); }});
     xbench::rounds(st, a.size(), all);
 }

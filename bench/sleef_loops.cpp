@@ -64,12 +64,66 @@ SleefFamily log10_family(bool wide) {
     return {};
 }
 
+SleefFamily sqrt_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_sqrtd8_u05avx512f>,
+                &over_array<double, __m512d, 8, Sleef_sqrtd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_sqrtf16_u05avx512f>,
+                &over_array<float, __m512, 16, Sleef_sqrtf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_sqrtd4_u05avx2>, &over_array<double, __m256d, 4, Sleef_sqrtd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_sqrtf8_u05avx2>, &over_array<float, __m256, 8, Sleef_sqrtf8_u35avx2>};
+    return {};
+}
+
+SleefFamily cbrt_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_cbrtd8_u10avx512f>,
+                &over_array<double, __m512d, 8, Sleef_cbrtd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_cbrtf16_u10avx512f>,
+                &over_array<float, __m512, 16, Sleef_cbrtf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_cbrtd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_cbrtd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_cbrtf8_u10avx2>, &over_array<float, __m256, 8, Sleef_cbrtf8_u35avx2>};
+    return {};
+}
+
+// The native operations, one register at a time.
+__m512d inv_d8(__m512d x) { return _mm512_div_pd(_mm512_set1_pd(1), x); }
+__m512 inv_f16(__m512 x) { return _mm512_div_ps(_mm512_set1_ps(1), x); }
+__m256d inv_d4(__m256d x) { return _mm256_div_pd(_mm256_set1_pd(1), x); }
+__m256 inv_f8(__m256 x) { return _mm256_div_ps(_mm256_set1_ps(1), x); }
+// (maskz: gcc 12 warns on the plain AVX-512 square roots)
+__m512d sqrt_d8(__m512d x) { return _mm512_maskz_sqrt_pd(0xFF, x); }
+__m512 sqrt_f16(__m512 x) { return _mm512_maskz_sqrt_ps(0xFFFF, x); }
+__m512d inv_sqrt_d8(__m512d x) { return inv_d8(sqrt_d8(x)); }
+__m512 inv_sqrt_f16(__m512 x) { return inv_f16(sqrt_f16(x)); }
+__m256d inv_sqrt_d4(__m256d x) { return inv_d4(_mm256_sqrt_pd(x)); }
+__m256 inv_sqrt_f8(__m256 x) { return inv_f8(_mm256_sqrt_ps(x)); }
+
 }  // namespace
 
 SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Exp") return exp_family(wide);
     if (family == "Ln") return ln_family(wide);
     if (family == "Log10") return log10_family(wide);
+    if (family == "Sqrt") return sqrt_family(wide);
+    if (family == "Cbrt") return cbrt_family(wide);
+    return {};
+}
+
+NativeLoops native_loops(const std::string& family, bool wide) {
+    const bool w = wide && avx512();
+    if (!w && !avx2()) return {};
+    if (family == "Inv")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, inv_d8>, &over_array<float, __m512, 16, inv_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, inv_d4>, &over_array<float, __m256, 8, inv_f8>};
+    if (family == "Sqrt")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, sqrt_d8>, &over_array<float, __m512, 16, sqrt_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, _mm256_sqrt_pd>, &over_array<float, __m256, 8, _mm256_sqrt_ps>};
+    if (family == "InvSqrt")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, inv_sqrt_d8>, &over_array<float, __m512, 16, inv_sqrt_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, inv_sqrt_d4>, &over_array<float, __m256, 8, inv_sqrt_f8>};
     return {};
 }
 
@@ -78,5 +132,6 @@ SleefFamily sleef_family(const std::string& family, bool wide) {
 #else
 
 xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
+xbench::NativeLoops xbench::native_loops(const std::string&, bool) { return {}; }
 
 #endif

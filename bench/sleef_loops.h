@@ -17,10 +17,20 @@ struct SleefFamily {
     ArrayFn<float> s_u10, s_u35;
 };
 
-// The functions of a family of the kernel catalogue ("Exp", "Ln", "Log10";
-// no u35 form of Exp or Log10 in SLEEF).  Null members throughout for
+// The functions of a family of the kernel catalogue ("Exp", "Ln", "Log10",
+// "Sqrt" (u05 in the u10 place), "Cbrt"; no u35 form of Exp or Log10 in
+// SLEEF).  Null members throughout for
 // other families, when the processor has neither AVX2 nor AVX-512, or in a
 // build without SLEEF.
 SleefFamily sleef_family(const std::string& family, bool avx512);
+
+// A vectorised native loop of the same operation, for the families the
+// hardware computes ("Inv", "Sqrt"; "InvSqrt" as 1/sqrt, two roundings),
+// in the same instruction set; null members otherwise.
+struct NativeLoops {
+    ArrayFn<double> d;
+    ArrayFn<float> s;
+};
+NativeLoops native_loops(const std::string& family, bool avx512);
 
 }  // namespace xbench

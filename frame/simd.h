@@ -638,6 +638,31 @@ inline Vec<T, N> gather(const T* table, Vec<I, N> idx) {
     }
 }
 
+// The square root of each lane, correctly rounded (the hardware's).
+template <class T, int N>
+inline Vec<T, N> sqrt(Vec<T, N> a) {
+    static_assert(std::is_floating_point_v<T>, "sqrt of floating lanes");
+    [[maybe_unused]] constexpr bool d = std::is_same_v<T, double>;
+    [[maybe_unused]] constexpr int bytes = Traits<Vec<T, N>>::bytes;
+    if constexpr (N == 1 && d) return {_mm_cvtsd_f64(_mm_sqrt_sd(_mm_setzero_pd(), _mm_set_sd(a.v)))};
+    else if constexpr (N == 1) return {_mm_cvtss_f32(_mm_sqrt_ss(_mm_set_ss(a.v)))};
+#if XEB_ISA_AVX512
+    else if constexpr (bytes == 64 && d) return {_mm512_maskz_sqrt_pd(0xFF, a.v)};  // maskz: gcc 12 warns on the plain form
+    else if constexpr (bytes == 64) return {_mm512_maskz_sqrt_ps(0xFFFF, a.v)};
+#endif
+#if XEB_ISA_AVX2
+    else if constexpr (bytes == 32 && d) return {_mm256_sqrt_pd(a.v)};
+    else if constexpr (bytes == 32) return {_mm256_sqrt_ps(a.v)};
+#endif
+    else if constexpr (bytes == 16 && d) return {_mm_sqrt_pd(a.v)};
+    else if constexpr (bytes == 16) return {_mm_sqrt_ps(a.v)};
+    else {
+        Vec<T, N> r;
+        for (int i = 0; i < N; ++i) r.v[i] = sqrt(Vec<T, 1>{a.v[i]}).v;
+        return r;
+    }
+}
+
 }  // namespace simd
 }  // namespace XEB_ISA
 }  // namespace xeb

@@ -7,10 +7,14 @@
 
 #include <array>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <unistd.h>
 #include <vector>
 
 #include "rng/niederreiter.h"
@@ -182,6 +186,71 @@ TYPED_TEST(Quasi, OneCallEqualsAnySplit) {
     EXPECT_EQ(state<G>(a.get()).remaining, 2);
     draw<G>(a.get(), 2);
     EXPECT_EQ(state<G>(a.get()).remaining, 0);
+}
+
+// Reals against each word scaled in 64-bit arithmetic and rounded once to
+// T, over intervals where the scaling is exact in double and where it is
+// not (b - a not a power of two, w c + a wider than 53 bits, w c outside
+// double's normal range).  The words: a stretch of the sequence, then
+// chosen ones written into the state (ties of the float rounding, the ends
+// of the word range).
+template <class G, class T>
+void expect_scaled_once(T a, T b) {
+    SCOPED_TRACE(testing::Message() << "[" << a << ", " << b << ")");
+    const auto reference = [a, b](uint32_t w) {
+        const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
+        return static_cast<T>(static_cast<long double>(w) * c + a);
+    };
+    const auto kernel = [](RukStream* s, int32_t n, T* r, T lo, T hi) {
+        if constexpr (std::is_same_v<T, float>) return G::flts(s, n, r, lo, hi);
+        else return G::dbls(s, n, r, lo, hi);
+    };
+    StreamHandle words, reals;
+    make<G>(words, 5);
+    make<G>(reals, 5);
+    const Words w = draw<G>(words.get(), 3001);
+    std::vector<T> r(w.size());
+    ASSERT_EQ(kernel(reals.get(), static_cast<int32_t>(r.size()), r.data(), a, b), RUK_OK);
+    const auto bits = [](T x) {
+        std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t> u;
+        std::memcpy(&u, &x, sizeof x);
+        return u;
+    };
+    for (std::size_t i = 0; i < w.size(); ++i) ASSERT_EQ(bits(r[i]), bits(reference(w[i]))) << i;
+    StreamHandle one;
+    make<G>(one, 1);
+    for (uint32_t chosen : {0u, 1u, 3u, 0x7FFFFFFFu, 0x80000000u, 0x80000001u, 0x80000003u,
+                            0x80000081u, 0xFFFFFF7Fu, 0xFFFFFF81u, 0xFFFFFFFFu}) {
+        state<G>(one.get()).point[0] = chosen;
+        T x;
+        ASSERT_EQ(kernel(one.get(), 1, &x, a, b), RUK_OK);
+        ASSERT_EQ(bits(x), bits(reference(chosen))) << std::hex << chosen;
+    }
+}
+
+TYPED_TEST(Quasi, RealsAreWordsScaledAndRoundedOnce) {
+    using G = TypeParam;
+    const double intervals[][2] = {
+        {0, 1}, {-3, 5}, {1, 0}, {2, 2}, {-0.0, 1}, {0.1, 1.1}, {1e300, 1e301},
+        {0, 0x1p-990}, {0, 0x1p-991}, {0, 0x1p1023}, {-0x1p1023, 0x1p1023},
+        {0x1p20 + 0x1p-32, 0x1p20 + 1 + 0x1p-32}, {1, 1 + 0x1p-20}, {0x1p30, 0x1p30 + 128},
+        {1, 2}, {-0x1p40, 0}, {0x1p-1000, 0x1p-999}};
+    for (const auto& ab : intervals) {
+        expect_scaled_once<G, double>(ab[0], ab[1]);
+        expect_scaled_once<G, float>(static_cast<float>(ab[0]), static_cast<float>(ab[1]));
+    }
+    // Vector 2^32 - 1 and on (dimension 1, two skips of 2^31 - 1): bit 32
+    // of the Gray code, whose direction number is 0, comes on and stays,
+    // and bit 31 follows bit 31 of the index flipped.
+    StreamHandle h;
+    make<G>(h, 1);
+    for (int k = 0; k < 2; ++k) ASSERT_EQ(rukSkipAheadStream(h.get(), 0x7FFFFFFF), RUK_OK);
+    const uint32_t* v = state<G>(h.get()).direction[0];
+    const Words tail = draw<G>(h.get(), 8);
+    for (uint64_t i = (uint64_t{1} << 32) - 1; i < (uint64_t{1} << 32) + 7; ++i) {
+        const uint32_t t = static_cast<uint32_t>(i), high = i >> 32 ? v[31] : 0;
+        EXPECT_EQ(tail[i - ((uint64_t{1} << 32) - 1)], xeb::rng::gray_code::component_at(v, t) ^ high) << i;
+    }
 }
 
 // The state after skipping n numbers from a stream that has handed out

@@ -14,6 +14,16 @@ constexpr KernelTable baseline_table() {
     t.sLn_HA = t.sLn_21 = t.sLn_11 = baseline::sLn_HA;
     t.dLog10_HA = t.dLog10_50 = baseline::dLog10_HA;
     t.sLog10_HA = t.sLog10_21 = t.sLog10_11 = baseline::sLog10_HA;
+    t.dInv_HA = t.dInv_50 = baseline::dInv_HA;
+    t.sInv_HA = t.sInv_21 = t.sInv_11 = baseline::sInv_HA;
+    t.dSqrt_HA = t.dSqrt_50 = baseline::dSqrt_HA;
+    t.sSqrt_HA = t.sSqrt_21 = t.sSqrt_11 = baseline::sSqrt_HA;
+    t.dInvSqrt_HA = t.dInvSqrt_50 = baseline::dInvSqrt_HA;
+    t.sInvSqrt_HA = t.sInvSqrt_21 = t.sInvSqrt_11 = baseline::sInvSqrt_HA;
+    t.dCbrt_HA = t.dCbrt_50 = baseline::dCbrt_HA;
+    t.sCbrt_HA = t.sCbrt_21 = t.sCbrt_11 = baseline::sCbrt_HA;
+    t.dInvCbrt_HA = t.dInvCbrt_50 = baseline::dInvCbrt_HA;
+    t.sInvCbrt_HA = t.sInvCbrt_21 = t.sInvCbrt_11 = baseline::sInvCbrt_HA;
     return t;
 }
 

@@ -20,6 +20,11 @@ struct KernelTable {
     // Exponential and logarithms.
     Unary<double> dExp_HA, dExp_50, dLn_HA, dLn_50, dLog10_HA, dLog10_50;
     Unary<float> sExp_HA, sExp_21, sExp_11, sLn_HA, sLn_21, sLn_11, sLog10_HA, sLog10_21, sLog10_11;
+    // Reciprocal, square and cube roots and their reciprocals.
+    Unary<double> dInv_HA, dInv_50, dSqrt_HA, dSqrt_50, dInvSqrt_HA, dInvSqrt_50, dCbrt_HA, dCbrt_50, dInvCbrt_HA,
+        dInvCbrt_50;
+    Unary<float> sInv_HA, sInv_21, sInv_11, sSqrt_HA, sSqrt_21, sSqrt_11, sInvSqrt_HA, sInvSqrt_21, sInvSqrt_11,
+        sCbrt_HA, sCbrt_21, sCbrt_11, sInvCbrt_HA, sInvCbrt_21, sInvCbrt_11;
 };
 
 // The table of the class in use.
@@ -43,4 +48,14 @@ void dLn_HA(int n, const double* a, double* r);
 void sLn_HA(int n, const float* a, float* r);
 void dLog10_HA(int n, const double* a, double* r);
 void sLog10_HA(int n, const float* a, float* r);
+void dInv_HA(int n, const double* a, double* r);
+void sInv_HA(int n, const float* a, float* r);
+void dSqrt_HA(int n, const double* a, double* r);
+void sSqrt_HA(int n, const float* a, float* r);
+void dInvSqrt_HA(int n, const double* a, double* r);
+void sInvSqrt_HA(int n, const float* a, float* r);
+void dCbrt_HA(int n, const double* a, double* r);
+void sCbrt_HA(int n, const float* a, float* r);
+void dInvCbrt_HA(int n, const double* a, double* r);
+void sInvCbrt_HA(int n, const float* a, float* r);
 }  // namespace xeb::baseline

@@ -173,12 +173,17 @@ struct LogS : frame::KernelPolicy<float> {
             [](float a) { return log_cubic<B>(a); });
     }
 
-    // Everything through fyl2x (at the 53 bits the frame set), not only the
-    // special values: a pair that leaves the fast path is done here whole.
+    // Table-domain arguments by the pair's cubic, so that a lone last
+    // element, or the partner of a special value, gets the bits it would get
+    // in a pair; the rest through fyl2x (at the 53 bits the frame set).
     // Out of line, so that the group loop stays small.
     __attribute__((noinline)) static void one(const Arrays<float>& x, int i) {
         const float a = x.a[i];
         const uint32_t w = bits(a);
+        if (single_table_domain(w)) {
+            x.y[i] = log_cubic<B>(a);
+            return;
+        }
         x.y[i] = static_cast<float>(fyl2x(B::L(), a));
         if (is_zero(a)) frame::raise<LogS>(XEB_STATUS_POLE, i, x);
         else if (w - 0x80000000u <= 0x7F800000u) frame::raise<LogS>(XEB_STATUS_DOMAINFAULT, i, x);

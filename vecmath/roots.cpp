@@ -48,6 +48,7 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/roots_core.h"
 #include "xebruk/vm_roots.h"
 
@@ -443,35 +444,45 @@ struct InvCbrtS : SingleCubeRoot<InvCbrtS> {
 };
 
 }  // namespace
+
+void baseline::dSqrt_HA(int n, const double* a, double* r) { frame::run<SqrtD>(n, frame::unary(a, r)); }
+void baseline::sSqrt_HA(int n, const float* a, float* r) { frame::run<SqrtS>(n, frame::unary(a, r)); }
+void baseline::dInvSqrt_HA(int n, const double* a, double* r) { frame::run<InvSqrtD>(n, frame::unary(a, r)); }
+void baseline::sInvSqrt_HA(int n, const float* a, float* r) { frame::run<InvSqrtS>(n, frame::unary(a, r)); }
+void baseline::dCbrt_HA(int n, const double* a, double* r) { frame::run<CbrtD>(n, frame::unary(a, r)); }
+void baseline::sCbrt_HA(int n, const float* a, float* r) { frame::run<CbrtS>(n, frame::unary(a, r)); }
+void baseline::dInvCbrt_HA(int n, const double* a, double* r) { frame::run<InvCbrtD>(n, frame::unary(a, r)); }
+void baseline::sInvCbrt_HA(int n, const float* a, float* r) { frame::run<InvCbrtS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdSqrt_HA(int n, const double* a, double* r) { run<xeb::SqrtD>(n, unary(a, r)); }
-void xebdSqrt_50(int n, const double* a, double* r) { xebdSqrt_HA(n, a, r); }
-void xebsSqrt_HA(int n, const float* a, float* r) { run<xeb::SqrtS>(n, unary(a, r)); }
-void xebsSqrt_21(int n, const float* a, float* r) { xebsSqrt_HA(n, a, r); }
-void xebsSqrt_11(int n, const float* a, float* r) { xebsSqrt_HA(n, a, r); }
+void xebdSqrt_HA(int n, const double* a, double* r) { active.dSqrt_HA(n, a, r); }
+void xebdSqrt_50(int n, const double* a, double* r) { active.dSqrt_50(n, a, r); }
+void xebsSqrt_HA(int n, const float* a, float* r) { active.sSqrt_HA(n, a, r); }
+void xebsSqrt_21(int n, const float* a, float* r) { active.sSqrt_21(n, a, r); }
+void xebsSqrt_11(int n, const float* a, float* r) { active.sSqrt_11(n, a, r); }
 
-void xebdInvSqrt_HA(int n, const double* a, double* r) { run<xeb::InvSqrtD>(n, unary(a, r)); }
-void xebdInvSqrt_50(int n, const double* a, double* r) { xebdInvSqrt_HA(n, a, r); }
-void xebsInvSqrt_HA(int n, const float* a, float* r) { run<xeb::InvSqrtS>(n, unary(a, r)); }
-void xebsInvSqrt_21(int n, const float* a, float* r) { xebsInvSqrt_HA(n, a, r); }
-void xebsInvSqrt_11(int n, const float* a, float* r) { xebsInvSqrt_HA(n, a, r); }
+void xebdInvSqrt_HA(int n, const double* a, double* r) { active.dInvSqrt_HA(n, a, r); }
+void xebdInvSqrt_50(int n, const double* a, double* r) { active.dInvSqrt_50(n, a, r); }
+void xebsInvSqrt_HA(int n, const float* a, float* r) { active.sInvSqrt_HA(n, a, r); }
+void xebsInvSqrt_21(int n, const float* a, float* r) { active.sInvSqrt_21(n, a, r); }
+void xebsInvSqrt_11(int n, const float* a, float* r) { active.sInvSqrt_11(n, a, r); }
 
-void xebdCbrt_HA(int n, const double* a, double* r) { run<xeb::CbrtD>(n, unary(a, r)); }
-void xebdCbrt_50(int n, const double* a, double* r) { xebdCbrt_HA(n, a, r); }
-void xebsCbrt_HA(int n, const float* a, float* r) { run<xeb::CbrtS>(n, unary(a, r)); }
-void xebsCbrt_21(int n, const float* a, float* r) { xebsCbrt_HA(n, a, r); }
-void xebsCbrt_11(int n, const float* a, float* r) { xebsCbrt_HA(n, a, r); }
+void xebdCbrt_HA(int n, const double* a, double* r) { active.dCbrt_HA(n, a, r); }
+void xebdCbrt_50(int n, const double* a, double* r) { active.dCbrt_50(n, a, r); }
+void xebsCbrt_HA(int n, const float* a, float* r) { active.sCbrt_HA(n, a, r); }
+void xebsCbrt_21(int n, const float* a, float* r) { active.sCbrt_21(n, a, r); }
+void xebsCbrt_11(int n, const float* a, float* r) { active.sCbrt_11(n, a, r); }
 
-void xebdInvCbrt_HA(int n, const double* a, double* r) { run<xeb::InvCbrtD>(n, unary(a, r)); }
-void xebdInvCbrt_50(int n, const double* a, double* r) { xebdInvCbrt_HA(n, a, r); }
-void xebsInvCbrt_HA(int n, const float* a, float* r) { run<xeb::InvCbrtS>(n, unary(a, r)); }
-void xebsInvCbrt_21(int n, const float* a, float* r) { xebsInvCbrt_HA(n, a, r); }
-void xebsInvCbrt_11(int n, const float* a, float* r) { xebsInvCbrt_HA(n, a, r); }
+void xebdInvCbrt_HA(int n, const double* a, double* r) { active.dInvCbrt_HA(n, a, r); }
+void xebdInvCbrt_50(int n, const double* a, double* r) { active.dInvCbrt_50(n, a, r); }
+void xebsInvCbrt_HA(int n, const float* a, float* r) { active.sInvCbrt_HA(n, a, r); }
+void xebsInvCbrt_21(int n, const float* a, float* r) { active.sInvCbrt_21(n, a, r); }
+void xebsInvCbrt_11(int n, const float* a, float* r) { active.sInvCbrt_11(n, a, r); }
 
 }  // extern "C"

@@ -45,6 +45,7 @@
 #include "frame/class_frame.h"
 #include "vecmath/explog_shared.h"
 #include "vecmath/kernel_table.h"
+#include "vecmath/simd/lanes.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -57,22 +58,10 @@ namespace ex = explog;
 // The vector code is inlined into the frame's loop whatever its size.
 #define XEB_INLINE [[gnu::always_inline]] inline
 
-template <int N>
-using D = Vec<double, N>;
-template <int N>
-using U = Vec<uint64_t, N>;
-template <int N>
-using F = Vec<float, N>;
-template <int N>
-using W = Vec<uint32_t, N>;
+using namespace lanes;
 
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint32_t kAbsF = 0x7FFFFFFFu;
-
-inline uint64_t bits(double x) { return bitcast<uint64_t>(D<1>{x}).v; }
-inline uint32_t bits(float x) { return bitcast<uint32_t>(F<1>{x}).v; }
-inline double double_of(uint64_t u) { return bitcast<double>(U<1>{u}).v; }
-inline float float_of(uint32_t u) { return bitcast<float>(W<1>{u}).v; }
 
 // ---------------------------------------------------------------- double exponential
 

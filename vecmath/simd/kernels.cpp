@@ -7,8 +7,12 @@ namespace xeb {
 inline namespace XEB_ISA {
 
 void explog_entries(vm::KernelTable& t);
+void roots_entries(vm::KernelTable& t);
 
-void fill_kernel_table(vm::KernelTable& t) { explog_entries(t); }
+void fill_kernel_table(vm::KernelTable& t) {
+    explog_entries(t);
+    roots_entries(t);
+}
 
 }  // namespace XEB_ISA
 }  // namespace xeb
