@@ -182,8 +182,8 @@ std::vector<PeerRow> peers() {
     {"Exp", "exp", one<exp_, exp_>(), {{"", -700, 700, -87, 87}}, kNone, {1000, 1000000}},
     {"Ln", "log", one<log_, log_>(), {{"", -700, 700, -87, 87, true}}, kNone, {1000, 1000000}},
     {"Log10", "log10", one<log10_, log10_>(), {{"", -700, 700, -87, 87, true}}, kNone, {1000, 1000000}},
-    {"Pow", "pow", two<pow_, pow_>(), {kPositive}, kExponents, {1000}},
-    {"Powx", "pow", scalar<pow_, pow_>(), {kPositive}, {"", 2.718, 0, 2.718f, 0}, {1000}},
+    {"Pow", "pow", two<pow_, pow_>(), {kPositive}, kExponents, {1000, 1000000}},
+    {"Powx", "pow", scalar<pow_, pow_>(), {kPositive}, {"", 2.718, 0, 2.718f, 0}, {1000, 1000000}},
     {"Sqrt", "sqrt", one<sqrt_, sqrt_>(), {kPositive}, kNone, {1000, 1000000}},
     {"InvSqrt", "1/sqrt", one<inv_sqrt, inv_sqrt>(), {kPositive}, kNone, {1000, 1000000}},
     {"Cbrt", "cbrt", one<cbrt_, cbrt_>(), {kPositive}, kNone, {1000, 1000000}},
@@ -281,34 +281,58 @@ void run_pair(benchmark::State& st, const VectorKernel& k, const PeerLoops<T>& p
         });
 }
 
-// The class kernel k (one input), in turns with the other implementations.
+// The class kernel k, in turns with the other implementations.  Two
+// inputs (Div, Pow) and the vector-scalar form (Powx: the peers get the
+// scalar repeated in an array) take SLEEF's two-input row.
 template <class T>
 void run_class_kernel(benchmark::State& st, const VectorKernel& k, const PeerLoops<T>& peer,
-                      const Arguments& a_args) {
+                      const Arguments& a_args, const Arguments& b_args) {
     const int n = static_cast<int>(st.range(0));
     const std::vector<T> a = draw<T>(a_args, n, 12345);
+    std::vector<T> b = draw<T>(b_args, n, 54321);
+    const T scalar = static_cast<T>(sizeof(T) == 8 ? b_args.lo : b_args.lo_s);
+    if (k.shape == Shape::ScalarArgument) b.assign(a.size(), scalar);
     std::vector<T> r(a.size());
     using xeb::frame::KernelClass;
     const KernelClass in_use = xeb::frame::kernel_class();
-    const xbench::SleefFamily sleef = xbench::sleef_family(k.family, in_use == KernelClass::Avx512);
-    const auto sleef_u10 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u10)
-                                          : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u10);
-    const auto sleef_u35 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u35)
-                                          : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u35);
+    const bool wide = in_use == KernelClass::Avx512;
+    const xbench::SleefFamily sleef = xbench::sleef_family(k.family, wide);
+    const xbench::SleefBinary sleef2 = xbench::sleef_binary(k.family, wide);
+    // Every contender as one call over the arrays.
+    auto kernel = [&](const VectorKernel& x) {
+        switch (x.shape) {
+        case Shape::TwoInputs: x.as<void (*)(int, const T*, const T*, T*)>()(n, a.data(), b.data(), r.data()); break;
+        case Shape::ScalarArgument: x.as<void (*)(int, const T*, T, T*)>()(n, a.data(), scalar, r.data()); break;
+        default: x.as<void (*)(int, const T*, T*)>()(n, a.data(), r.data()); break;
+        }
+    };
     auto call = [&](void (*f)(int, const T*, T*)) { return [&, f] { f(n, a.data(), r.data()); }; };
-    const auto ours = k.as<void (*)(int, const T*, T*)>();
-    std::vector<xbench::Contender> all = {{"ours", call(ours)}};
+    auto call2 = [&](void (*f)(int, const T*, const T*, T*)) { return [&, f] { f(n, a.data(), b.data(), r.data()); }; };
+    std::vector<xbench::Contender> all = {{"ours", [&] { kernel(k); }}};
     const VectorKernel* ha = xeb::catalogue::find_kernel("xeb" + std::string(1, k.precision) + k.family + "_HA");
-    if (ha != &k) all.push_back({"ha", call(ha->as<void (*)(int, const T*, T*)>())});
+    if (ha != &k) all.push_back({"ha", [&, ha] { kernel(*ha); }});
     all.push_back({"baseline", [&] {
                        xeb::vm::use_class(KernelClass::Baseline);
-                       ours(n, a.data(), r.data());
+                       kernel(k);
                        xeb::vm::use_class(in_use);
                    }});
-    all.push_back({"glibc", call(peer.one)});
-    if (sleef_u10) all.push_back({"sleef_u10", call(sleef_u10)});
-    if (sleef_u35) all.push_back({"sleef_u35", call(sleef_u35)});
-    const xbench::NativeLoops native = xbench::native_loops(k.family, in_use == KernelClass::Avx512);
+    switch (k.shape) {
+    case Shape::TwoInputs: all.push_back({"glibc", call2(peer.two)}); break;
+    case Shape::ScalarArgument:
+        all.push_back({"glibc", [&] { peer.scalar(n, a.data(), scalar, r.data()); }});
+        break;
+    default: all.push_back({"glibc", call(peer.one)}); break;
+    }
+    const auto u10 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u10)
+                                    : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u10);
+    const auto u35 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(sleef.d_u35)
+                                    : reinterpret_cast<void (*)(int, const T*, T*)>(sleef.s_u35);
+    const auto two_u10 = sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, const T*, T*)>(sleef2.d_u10)
+                                        : reinterpret_cast<void (*)(int, const T*, const T*, T*)>(sleef2.s_u10);
+    if (u10) all.push_back({"sleef_u10", call(u10)});
+    if (u35) all.push_back({"sleef_u35", call(u35)});
+    if (two_u10) all.push_back({k.family == "Div" ? "native" : "sleef_u10", call2(two_u10)});
+    const xbench::NativeLoops native = xbench::native_loops(k.family, wide);
     if (native.d) all.push_back({"native", call(sizeof(T) == 8 ? reinterpret_cast<void (*)(int, const T*, T*)>(native.d)
                                                                : reinterpret_cast<void (*)(int, const T*, T*)>(native.s))});
     all.push_back({"copy", [&] { std::memcpy(r.data(), a.data(), a.size() * sizeof(T)); }});
@@ -320,11 +344,12 @@ void register_all() {
         if (k.forwards_to != nullptr) continue;
         for (const PeerRow& p : kPeers) {
             if (k.family != p.family) continue;
-            if (k.simd_bound_ulp > 0 && k.shape == Shape::OneInput) {
+            const bool binary = k.shape == Shape::TwoInputs || k.shape == Shape::ScalarArgument;
+            if ((k.simd_bound_ulp > 0 && k.shape == Shape::OneInput) || (binary && k.family != "SinCos")) {
                 for (int n : p.sizes)
                     benchmark::RegisterBenchmark(k.name.c_str(), [&k, &p](benchmark::State& st) {
-                        if (k.precision == 'd') run_class_kernel<double>(st, k, p.loops.d, p.a[0]);
-                        else run_class_kernel<float>(st, k, p.loops.s, p.a[0]);
+                        if (k.precision == 'd') run_class_kernel<double>(st, k, p.loops.d, p.a[0], p.b);
+                        else run_class_kernel<float>(st, k, p.loops.s, p.a[0], p.b);
                     })->Arg(n);
                 continue;
             }

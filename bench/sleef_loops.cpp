@@ -29,6 +29,33 @@ void over_array(int n, const T* a, T* r) {
     std::memcpy(r + i, out, sizeof(T) * (n - i));
 }
 
+template <class T, class R, int W, auto F>
+void over_arrays(int n, const T* a, const T* b, T* r) {
+    int i = 0;
+    for (; i + W <= n; i += W) {
+        R u, v;
+        std::memcpy(&u, a + i, sizeof u);
+        std::memcpy(&v, b + i, sizeof v);
+        u = F(u, v);
+        std::memcpy(r + i, &u, sizeof u);
+    }
+    if (i == n) return;
+    T x[W] = {}, y[W] = {}, out[W];
+    std::memcpy(x, a + i, sizeof(T) * (n - i));
+    std::memcpy(y, b + i, sizeof(T) * (n - i));
+    R u, v;
+    std::memcpy(&u, x, sizeof u);
+    std::memcpy(&v, y, sizeof v);
+    u = F(u, v);
+    std::memcpy(out, &u, sizeof u);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+
+template <class R>
+R divide(R a, R b) {
+    return a / b;
+}
+
 bool avx512() { return __builtin_cpu_supports("avx512f"); }
 bool avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
 
@@ -101,7 +128,30 @@ __m512 inv_sqrt_f16(__m512 x) { return inv_f16(sqrt_f16(x)); }
 __m256d inv_sqrt_d4(__m256d x) { return inv_d4(_mm256_sqrt_pd(x)); }
 __m256 inv_sqrt_f8(__m256 x) { return inv_f8(_mm256_sqrt_ps(x)); }
 
+SleefBinary pow_family(bool wide) {
+    if (wide && avx512())
+        return {&over_arrays<double, __m512d, 8, Sleef_powd8_u10avx512f>,
+                &over_arrays<float, __m512, 16, Sleef_powf16_u10avx512f>};
+    if (avx2())
+        return {&over_arrays<double, __m256d, 4, Sleef_powd4_u10avx2>, &over_arrays<float, __m256, 8, Sleef_powf8_u10avx2>};
+    return {};
+}
+
+SleefBinary divide_family(bool wide) {
+    if (wide && avx512())
+        return {&over_arrays<double, __m512d, 8, divide<__m512d>>, &over_arrays<float, __m512, 16, divide<__m512>>};
+    if (avx2())
+        return {&over_arrays<double, __m256d, 4, divide<__m256d>>, &over_arrays<float, __m256, 8, divide<__m256>>};
+    return {};
+}
+
 }  // namespace
+
+SleefBinary sleef_binary(const std::string& family, bool wide) {
+    if (family == "Pow" || family == "Powx") return pow_family(wide);
+    if (family == "Div") return divide_family(wide);
+    return {};
+}
 
 SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Exp") return exp_family(wide);
@@ -133,5 +183,6 @@ NativeLoops native_loops(const std::string& family, bool wide) {
 
 xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
 xbench::NativeLoops xbench::native_loops(const std::string&, bool) { return {}; }
+xbench::SleefBinary xbench::sleef_binary(const std::string&, bool) { return {}; }
 
 #endif

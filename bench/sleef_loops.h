@@ -32,5 +32,15 @@ struct NativeLoops {
     ArrayFn<float> s;
 };
 NativeLoops native_loops(const std::string& family, bool avx512);
+// Two inputs: SLEEF's pow u10 for "Pow" and "Powx" (SLEEF has no u35
+// pow), and for "Div" a plain division loop in the same instruction set,
+// the native floor of a division kernel.
+template <class T>
+using ArrayFn2 = void (*)(int, const T*, const T*, T*);
+struct SleefBinary {
+    ArrayFn2<double> d_u10;
+    ArrayFn2<float> s_u10;
+};
+SleefBinary sleef_binary(const std::string& family, bool avx512);
 
 }  // namespace xbench

@@ -43,9 +43,9 @@ std::vector<K> divide() {
         K("Inv", "HA", xebsInv_HA).ulp(0.5, 0.5).on({kAllFloats}),
         K("Inv", "21", xebsInv_21).forwards(xebsInv_HA),
         K("Inv", "11", xebsInv_11).forwards(xebsInv_HA),
-        K("Div", "HA", xebdDiv_HA).ulp(0.51).on({kAllDoubles, near_one}, {kAllDoubles, near_one}),
+        K("Div", "HA", xebdDiv_HA).ulp(0.51, 0.501).on({kAllDoubles, near_one}, {kAllDoubles, near_one}),
         K("Div", "50", xebdDiv_50).forwards(xebdDiv_HA),
-        K("Div", "HA", xebsDiv_HA).ulp(0.5).on({kAllFloats}, {kAllFloats}),
+        K("Div", "HA", xebsDiv_HA).ulp(0.5, 0.5).on({kAllFloats}, {kAllFloats}),
         K("Div", "21", xebsDiv_21).forwards(xebsDiv_HA),
         K("Div", "11", xebsDiv_11).forwards(xebsDiv_HA),
     };
@@ -91,26 +91,29 @@ std::vector<K> exp_log() {
 // Power (vecmath/power.cpp): bases over every positive binade against
 // exponents that keep x^y in range, bases near 1 (down to a few ulps from
 // it, where log2 x is carried mostly in its low part) against large
-// exponents, and pairs whose results fall across the denormal range.
+// exponents, pairs whose results fall across the denormal range, and bases
+// within 2^-9 of 1 against exponents that take |y log2 x| up to the ends of
+// the range, where the error of log2 x is multiplied most.
 std::vector<K> power() {
-    const Interval half_to_two{0.5, 2.0, false};
+    const Interval half_to_two{0.5, 2.0, false}, near_one{1.0 - 0x1p-9, 1.0 + 0x1p-9, false};
     const std::vector<Interval> d_a{kPositiveDoubles, half_to_two, {1.0 - 0x1p-20, 1.0 + 0x1p-20, false},
-                                    {kDoubleTrueMin, 0x1p-1000, false}, {1.0 - 0x1p-40, 1.0 + 0x1p-40, false}};
+                                    {kDoubleTrueMin, 0x1p-1000, false}, {1.0 - 0x1p-40, 1.0 + 0x1p-40, false},
+                                    near_one};
     const std::vector<Interval> d_b{{0x1p-12, 1.0, true}, {1.0, 1074.0, true}, {1e3, 1e9, true},
-                                    {0.9, 1.1, false}, {0x1p30, 0x1p56, true}};
-    const std::vector<Interval> s_a{kPositiveFloats, half_to_two, {1.0 - 0x1p-20, 1.0 + 0x1p-20, false}};
-    const std::vector<Interval> s_b{{0x1p-12, 1.0, true}, {1.0, 149.0, true}, {1e3, 1e9, true}};
-    const std::vector<double> d_scalars{-1074.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 700.125};
+                                    {0.9, 1.1, false}, {0x1p30, 0x1p56, true}, {0x1p17, 0x1p21, true}};
+    const std::vector<Interval> s_a{kPositiveFloats, half_to_two, {1.0 - 0x1p-20, 1.0 + 0x1p-20, false}, near_one};
+    const std::vector<Interval> s_b{{0x1p-12, 1.0, true}, {1.0, 149.0, true}, {1e3, 1e9, true}, {0x1p13, 0x1p17, true}};
+    const std::vector<double> d_scalars{-801422.01973285736, -1074.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 700.125};
     const std::vector<double> s_scalars{-149.5, -3.25, -0.5, 0x1p-9, 1.0 / 3, 2.5, 17.0, 90.125};
     return {
-        K("Pow", "HA", xebdPow_HA).ulp(0.52).on(d_a, d_b),
+        K("Pow", "HA", xebdPow_HA).ulp(0.75).on(d_a, d_b),
         K("Pow", "50", xebdPow_50).ulp(4.0).on(d_a, d_b),
-        K("Pow", "HA", xebsPow_HA).ulp(0.51).on(s_a, s_b),
-        K("Pow", "21", xebsPow_21).ulp(4.0).on(s_a, s_b),
+        K("Pow", "HA", xebsPow_HA).ulp(0.51, 0.51).on(s_a, s_b),
+        K("Pow", "21", xebsPow_21).ulp(4.0, 0.51).on(s_a, s_b),
         K("Pow", "11", xebsPow_11).forwards(xebsPow_21),
-        K("Powx", "HA", xebdPowx_HA).ulp(0.52).on({kPositiveDoubles, half_to_two}).with_scalars(d_scalars),
+        K("Powx", "HA", xebdPowx_HA).ulp(0.75).on({kPositiveDoubles, half_to_two, near_one}).with_scalars(d_scalars),
         K("Powx", "50", xebdPowx_50).forwards(xebdPowx_HA),
-        K("Powx", "HA", xebsPowx_HA).ulp(0.51).on({kPositiveFloats, half_to_two}).with_scalars(s_scalars),
+        K("Powx", "HA", xebsPowx_HA).ulp(0.51, 0.51).on({kPositiveFloats, half_to_two}).with_scalars(s_scalars),
         K("Powx", "21", xebsPowx_21).forwards(xebsPowx_HA),
         K("Powx", "11", xebsPowx_11).forwards(xebsPowx_HA),
     };

@@ -28,6 +28,9 @@
 //   static MaskOf<T, N> special(V a);       lanes that need the one-element path
 //   static V compute(V a);                  the vector code
 //   static void one(T a, int i, const Arrays<T>& x);  store x.y[i], raise events
+// A kernel of two inputs (Div, Pow, and Powx with its scalar in every lane)
+// takes both in special, compute and one, and supplies filler_b for the
+// tail: a lane leaves the fast domain for either input.
 //
 // How a family joins the kernel classes (vecmath/simd/explog.cpp is the
 // model):
@@ -54,7 +57,8 @@
 //     included by one baseline translation unit, declared extern in the
 //     family's shared header: one copy for every class.
 //  4. Entries: `void <family>_entries(vm::KernelTable&)` at the end of the
-//     file assigns class_frame::unary<K> to the family's fields; declare
+//     file assigns class_frame::unary<K> (binary<K>, vector_scalar<K>)
+//     to the family's fields; declare
 //     it and call it in vecmath/simd/kernels.cpp.  The fields, the
 //     baseline's functions and their lines of baseline_table() go in
 //     vecmath/kernel_table.*; each exported name becomes one call through
@@ -85,13 +89,14 @@ template <class T>
 struct Arrays {
     const T* a;
     T* y;
+    const T* b;  // the second input (a again for one-input kernels)
 };
 
 inline void raise(int code, int index, const Arrays<double>& x, const char* name) {
-    xebdError(code, index, x.a, x.a, x.y, x.y, name);
+    xebdError(code, index, x.a, x.b, x.y, x.y, name);
 }
 inline void raise(int code, int index, const Arrays<float>& x, const char* name) {
-    xebsError(code, index, x.a, x.a, x.y, x.y, name);
+    xebsError(code, index, x.a, x.b, x.y, x.y, name);
 }
 
 class MxcsrGuard {
@@ -117,17 +122,35 @@ private:
     bool changed_ = false;
 };
 
-// Lanes of register a (elements i, i+1, ...) that need the one-element
-// routine, in ascending order; only the first `count` are elements.
+// A kernel of two inputs (K::special(a, b), K::compute(a, b), K::one(a, b,
+// i, x) and K::filler_b for the tail) runs through the same loop; a kernel
+// of one input is run as one of two whose second is ignored (its load is
+// dead and compiled away).
 template <class K>
-__attribute__((noinline)) void redo_lanes(typename K::V a, unsigned lanes, int i, int count,
+struct IgnoreSecond : K {
+    using V = typename K::V;
+    using T = typename simd::Traits<V>::Lane;
+    static constexpr T filler_b = K::filler;
+    static auto special(V a, V) { return K::special(a); }
+    [[gnu::always_inline]] static V compute(V a, V) { return K::compute(a); }
+    static void one(T a, T, int i, const Arrays<T>& x) { K::one(a, i, x); }
+};
+
+// Lanes of registers a, b (elements i, i+1, ...) that need the
+// one-element routine, in ascending order; only the first `count` are
+// elements.
+template <class K>
+__attribute__((noinline)) void redo_lanes(typename K::V a, typename K::V b, unsigned lanes, int i, int count,
                                           const Arrays<typename simd::Traits<typename K::V>::Lane>& x) {
     for (int l = 0; l < count; ++l)
-        if (lanes >> l & 1) K::one(simd::lane(a, l), i + l, x);
+        if (lanes >> l & 1) K::one(simd::lane(a, l), simd::lane(b, l), i + l, x);
 }
 
-template <class K>
-void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x) {
+// Runs kernel K of two inputs over x.a and b: b an array, or with
+// ScalarB one value for every element (the vector-scalar forms).
+template <class K, bool ScalarB>
+void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
+         const typename simd::Traits<typename K::V>::Lane* b) {
     using V = typename K::V;
     using T = typename simd::Traits<V>::Lane;
     constexpr int W = simd::Traits<V>::lanes;
@@ -135,37 +158,55 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x) {
     MxcsrGuard guard;
     const T* in = x.a;
     T* out = x.y;
+    auto second = [b](int i) { return ScalarB ? simd::broadcast<V>(*b) : simd::load<V>(b + i); };
     int i = 0;
     for (;;) {
         // No call inside this loop, so the kernel's constants stay in
         // registers; it leaves at a register with lanes to redo.
-        V a{};
+        V a{}, c{};
         unsigned redo = 0;
         for (; i + W <= n; i += W) {
             a = simd::load<V>(in + i);
-            redo = simd::bits(K::special(a));
-            simd::store(out + i, K::compute(a));
+            c = second(i);
+            redo = simd::bits(K::special(a, c));
+            simd::store(out + i, K::compute(a, c));
             if (redo != 0) break;
         }
         if (redo == 0) break;
-        redo_lanes<K>(a, redo, i, W, x);
+        redo_lanes<K>(a, c, redo, i, W, x);
         i += W;
     }
     if (i == n) return;
-    T pad[W], result[W];
-    for (int l = 0; l < W; ++l) pad[l] = i + l < n ? in[i + l] : K::filler;
-    const V a = simd::load<V>(pad);
-    const unsigned redo = simd::bits(K::special(a));
-    simd::store(result, K::compute(a));
+    T pad_a[W], pad_b[W], result[W];
+    for (int l = 0; l < W; ++l) {
+        const bool inside = i + l < n;
+        pad_a[l] = inside ? in[i + l] : K::filler;
+        pad_b[l] = ScalarB ? *b : inside ? b[i + l] : K::filler_b;
+    }
+    const V a = simd::load<V>(pad_a), c = simd::load<V>(pad_b);
+    const unsigned redo = simd::bits(K::special(a, c));
+    simd::store(result, K::compute(a, c));
     for (int l = 0; i + l < n; ++l) out[i + l] = result[l];
-    if (redo != 0) redo_lanes<K>(a, redo, i, n - i, x);
+    if (redo != 0) redo_lanes<K>(a, c, redo, i, n - i, x);
 }
 
-// The exported form of kernel K: (n, a, r).
+// The exported forms of kernel K: (n, a, r), (n, a, b, r) and (n, a, b
+// scalar, r).  Events of the vector-scalar form name array a for both
+// inputs.
 template <class K>
 void unary(int n, const typename simd::Traits<typename K::V>::Lane* a,
            typename simd::Traits<typename K::V>::Lane* r) {
-    run<K>(n, {a, r});
+    run<IgnoreSecond<K>, false>(n, {a, r, a}, a);
+}
+template <class K>
+void binary(int n, const typename simd::Traits<typename K::V>::Lane* a,
+            const typename simd::Traits<typename K::V>::Lane* b, typename simd::Traits<typename K::V>::Lane* r) {
+    run<K, false>(n, {a, r, b}, b);
+}
+template <class K>
+void vector_scalar(int n, const typename simd::Traits<typename K::V>::Lane* a,
+                   typename simd::Traits<typename K::V>::Lane b, typename simd::Traits<typename K::V>::Lane* r) {
+    run<K, true>(n, {a, r, a}, &b);
 }
 
 }  // namespace class_frame

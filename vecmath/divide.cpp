@@ -155,6 +155,14 @@ void baseline::sInv_HA(int n, const float* a, float* r) { frame::run<InvS>(n, fr
 using xeb::frame::binary;
 using xeb::frame::run;
 using xeb::frame::unary;
+using xeb::vm::active;
+
+void xeb::baseline::dDiv_HA(int n, const double* a, const double* b, double* r) {
+    run<xeb::DivD>(n, binary(a, b, r));
+}
+void xeb::baseline::sDiv_HA(int n, const float* a, const float* b, float* r) {
+    run<xeb::DivS>(n, binary(a, b, r));
+}
 
 extern "C" {
 
@@ -165,14 +173,10 @@ void xebsInv_HA(int n, const float* a, float* r) { xeb::vm::active.sInv_HA(n, a,
 void xebsInv_21(int n, const float* a, float* r) { xeb::vm::active.sInv_21(n, a, r); }
 void xebsInv_11(int n, const float* a, float* r) { xeb::vm::active.sInv_11(n, a, r); }
 
-void xebdDiv_HA(int n, const double* a, const double* b, double* r) {
-    run<xeb::DivD>(n, binary(a, b, r));
-}
-void xebdDiv_50(int n, const double* a, const double* b, double* r) { xebdDiv_HA(n, a, b, r); }
-void xebsDiv_HA(int n, const float* a, const float* b, float* r) {
-    run<xeb::DivS>(n, binary(a, b, r));
-}
-void xebsDiv_21(int n, const float* a, const float* b, float* r) { xebsDiv_HA(n, a, b, r); }
-void xebsDiv_11(int n, const float* a, const float* b, float* r) { xebsDiv_HA(n, a, b, r); }
+void xebdDiv_HA(int n, const double* a, const double* b, double* r) { active.dDiv_HA(n, a, b, r); }
+void xebdDiv_50(int n, const double* a, const double* b, double* r) { active.dDiv_50(n, a, b, r); }
+void xebsDiv_HA(int n, const float* a, const float* b, float* r) { active.sDiv_HA(n, a, b, r); }
+void xebsDiv_21(int n, const float* a, const float* b, float* r) { active.sDiv_21(n, a, b, r); }
+void xebsDiv_11(int n, const float* a, const float* b, float* r) { active.sDiv_11(n, a, b, r); }
 
 }  // extern "C"

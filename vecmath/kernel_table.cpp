@@ -24,6 +24,14 @@ constexpr KernelTable baseline_table() {
     t.sCbrt_HA = t.sCbrt_21 = t.sCbrt_11 = baseline::sCbrt_HA;
     t.dInvCbrt_HA = t.dInvCbrt_50 = baseline::dInvCbrt_HA;
     t.sInvCbrt_HA = t.sInvCbrt_21 = t.sInvCbrt_11 = baseline::sInvCbrt_HA;
+    t.dDiv_HA = t.dDiv_50 = baseline::dDiv_HA;
+    t.sDiv_HA = t.sDiv_21 = t.sDiv_11 = baseline::sDiv_HA;
+    t.dPow_HA = baseline::dPow_HA;
+    t.dPow_50 = baseline::dPow_50;
+    t.sPow_HA = baseline::sPow_HA;
+    t.sPow_21 = t.sPow_11 = baseline::sPow_21;
+    t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
+    t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
     return t;
 }
 

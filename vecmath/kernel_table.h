@@ -15,6 +15,10 @@ namespace xeb::vm {
 
 template <class T>
 using Unary = void (*)(int, const T*, T*);
+template <class T>
+using Binary = void (*)(int, const T*, const T*, T*);
+template <class T>
+using WithScalar = void (*)(int, const T*, T, T*);
 
 struct KernelTable {
     // Exponential and logarithms.
@@ -25,6 +29,11 @@ struct KernelTable {
         dInvCbrt_50;
     Unary<float> sInv_HA, sInv_21, sInv_11, sSqrt_HA, sSqrt_21, sSqrt_11, sInvSqrt_HA, sInvSqrt_21, sInvSqrt_11,
         sCbrt_HA, sCbrt_21, sCbrt_11, sInvCbrt_HA, sInvCbrt_21, sInvCbrt_11;
+    // Division and power.
+    Binary<double> dDiv_HA, dDiv_50, dPow_HA, dPow_50;
+    Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
+    WithScalar<double> dPowx_HA, dPowx_50;
+    WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
 };
 
 // The table of the class in use.
@@ -58,4 +67,12 @@ void dCbrt_HA(int n, const double* a, double* r);
 void sCbrt_HA(int n, const float* a, float* r);
 void dInvCbrt_HA(int n, const double* a, double* r);
 void sInvCbrt_HA(int n, const float* a, float* r);
+void dDiv_HA(int n, const double* a, const double* b, double* r);
+void sDiv_HA(int n, const float* a, const float* b, float* r);
+void dPow_HA(int n, const double* a, const double* b, double* r);
+void dPow_50(int n, const double* a, const double* b, double* r);
+void sPow_HA(int n, const float* a, const float* b, float* r);
+void sPow_21(int n, const float* a, const float* b, float* r);
+void dPowx_HA(int n, const double* a, double b, double* r);
+void sPowx_HA(int n, const float* a, float b, float* r);
 }  // namespace xeb::baseline
