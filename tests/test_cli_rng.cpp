@@ -2,6 +2,7 @@
 // values and against the library drawing in one call, its summary, its
 // progress and its refusals.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <sys/wait.h>
 
@@ -22,8 +23,9 @@ namespace {
 
 // Per test, as ctest runs the tests of this suite side by side.
 std::string temp_path(const std::string& name) {
-    return ::testing::TempDir() + "cli_rng_" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-           "_" + name;
+    // The process id too: other builds' suites may run at the same time.
+    return ::testing::TempDir() + "cli_rng_" + std::to_string(::getpid()) + "_" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
 }
 
 // The file's bytes; the file is removed.

@@ -1,10 +1,10 @@
 // Direct kernels against a plain reference written here: for every output
 // the defining sum as a loop over y (one dimension) or over all of x in
 // dimension-0-fastest order (any rank), in the precision each kernel
-// documents.  Summation order is part of each kernel's result, so results
-// must agree bit for bit.  Then the statuses of every member in their
-// order, in-place work, decimation 0, the x87 precision taken from the
-// caller, and the accuracy of the sums in ulps against 113-bit sums.
+// documents.  Summation order and precision are part of each kernel's
+// result, so results must agree bit for bit.  Then the statuses of every
+// member in their order, in-place work, decimation 0, and the x87
+// precision taken from the caller.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,7 +21,6 @@
 #include "frame/kernel_class.h"
 #include "vecmath/kernel_table.h"
 #include "support/scale.h"
-#include "accuracy/ulp.h"
 #include "xebruk/convcorr.h"
 
 namespace {
@@ -239,26 +238,6 @@ TEST(Direct1D, AgreesWithReference) {
     random_cases_1d<DD>(kDD1D, 1);
     random_cases_1d<SD>(kSD1D, 2);
     random_cases_1d<SS>(kSS1D, 3);
-}
-
-// One call over n outputs equals consecutive calls over pieces of n.
-TEST(Direct1D, PiecesEqualOneCall) {
-    std::mt19937_64 rng(5);
-    Array<double> x({40}, {-2}, true), y({9}, {3}, true);
-    fill(x, rng);
-    fill(y, rng);
-    for (const auto& m : kDD1D) {
-        const int32_t start = m.job == Job::Conv ? 1 : -30, dec = 2, nz = 20;
-        std::vector<double> whole(nz), pieces(nz, 0.0);
-        ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, whole.data(), 1, 40, 9, start, nz, dec), 0);
-        for (int32_t j0 = 0, len = 1; j0 < nz; j0 += len, len += 2) {
-            len = std::min(len, nz - j0);
-            ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, pieces.data() + j0, 1, 40, 9, start + j0 * dec,
-                        len, dec),
-                      0);
-        }
-        for (int32_t j = 0; j < nz; ++j) EXPECT_TRUE(same_bits(whole[j], pieces[j])) << m.name << j;
-    }
 }
 
 // The statuses of a member in their order: a call with every argument
@@ -619,67 +598,6 @@ TEST(DirectUnsupported, EveryEntryGivesMinus2000) {
                    rukConvSSFft1D_dec, rukCorrSSFft1D_dec})
         EXPECT_EQ(f(0, nullptr, 1, nullptr, 1, 1, nullptr, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0),
                   RUK_TASK_ERROR_UNSUPPORTED);
-}
-
-// ---------------------------------------------------------------------------
-// Accuracy of the sums for terms of one sign, in ulps against sums of the
-// exact products in 113 bits, within the bounds of the kernels' error
-// budgets for m terms (the reference rounded to 64 bits adds 2^-11 ulp for
-// doubles).
-
-// Worst error over the full convolution of x (400 elements) by y of m taps.
-template <class Data, class Kernel>
-double worst_ulp(Kernel kernel, int32_t m, std::mt19937_64& rng) {
-    const int32_t nx = 400, nz = nx + m - 1;
-    Array<Data> x({nx}, {1}, true), y({m}, {1}, true);
-    fill(x, rng, true);
-    fill(y, rng, true);
-    std::vector<Data> z(static_cast<std::size_t>(nz));
-    EXPECT_EQ(kernel(x.ptr(), y.ptr(), z.data(), nx, m, nz), 0);
-    double worst = 0;
-    for (int64_t k = 0; k < nz; ++k) {
-        __float128 exact = 0;
-        for (int64_t i = 0; i < m; ++i)
-            if (k - i >= 0 && k - i < nx)
-                exact +=
-                    static_cast<__float128>(y.at({i})) * static_cast<__float128>(x.at({k - i}));
-        worst = std::max(
-            worst, xt::ulp_error(z[static_cast<std::size_t>(k)], static_cast<long double>(exact)));
-    }
-    return worst;
-}
-
-TEST(DirectAccuracy, TermsOfOneSign) {
-    std::mt19937_64 rng(21);
-    static const int32_t one = 1, zero = 0;
-    using D = double;
-    using F = float;
-    auto dd = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvDDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
-    };
-    auto sd = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
-    };
-    auto ss = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSSDirect1D_nodec(x, 1, y, 1, z, 1, nx, ny, 0, nz);
-    };
-    auto dd_all = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvDDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
-    };
-    auto sd_all = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
-    };
-    auto check = [&](const char* name, double worst, int32_t m, double bound) {
-        EXPECT_LT(worst, bound) << name << " with " << m << " taps";
-        RecordProperty(std::string(name) + "_" + std::to_string(m) + "_max_ulp", std::to_string(worst));
-    };
-    for (int32_t m : {4, 16, 64, 256}) {
-        check("ConvDD_dec", worst_ulp<D>(dd, m, rng), m, 0.5 + (m + 2) * 0x1p-11);
-        check("ConvSD_dec", worst_ulp<F>(sd, m, rng), m, 0.5 + (m + 1) * 0x1p-40);
-        check("ConvSS_nodec", worst_ulp<F>(ss, m, rng), m, m + 1.0);
-        check("ConvDDAll", worst_ulp<D>(dd_all, m, rng), m, 0x1p-11 + (m + 1) * (1 + 0x1p-10));
-        check("ConvSDAll", worst_ulp<F>(sd_all, m, rng), m, 0.5 + (m + 1) * 0x1p-29);
-    }
 }
 
 }  // namespace

@@ -87,38 +87,6 @@ TEST(ExpLogTables, EveryRowMatchesAnIndependentValue) {
     }
 }
 
-// The cubics of the single logarithms over their whole intervals, and the
-// fixed polynomials at their claimed fit errors.
-TEST(ExpLogTables, Fits) {
-    for (int i = 0; i < 256; ++i) {
-        // Taylor ends leave out (m-1)^4/4 and (m-2)^4/64; the rest interpolate.
-        const long double bound = i == 0 ? 0x1p-33L : i == 255 ? 0x1p-37L : 0x1p-40L;
-        for (int s = 0; s <= 64; ++s) {
-            const long double m = 1.0L + (i + s / 64.0L) / 256.0L;
-            for (const auto& [c, ref] : {std::make_pair(lnCubic[i], logl(m)), std::make_pair(log10Cubic[i], log10l(m))})
-                EXPECT_LT(std::fabs(((c.c3 * m + c.c2) * m + c.c1) * m + c.c0 - ref), bound) << i;
-        }
-    }
-    const long double c2 = extended(expCubic[0]), c1 = extended(expCubic[1]), c0 = extended(expCubic[2]);
-    long double exp_worst = 0, single_worst = 0, ln_worst = 0, lg_worst = 0;
-    for (int s = -1024; s <= 1024; ++s) {
-        // |r| <= 2^-15, |rs| <= 2^-7, q in [0, 1/256]
-        const long double r = s * 0x1p-25L, rs = s * 0x1p-17L, q = std::abs(s) * 0x1p-18L;
-        const long double p = ((r + c2) * r + c1) * r + c0;
-        exp_worst = std::max(exp_worst, std::fabs(extended(expFine[0]) * p / exp2l(r) - 1));
-        single_worst = std::max(single_worst, std::fabs(expSingle[0] * ((rs + kExpB1) * rs + kExpB0) / exp2l(rs) - 1));
-        auto poly = [q](const double (&c)[6]) {
-            return q * (c[0] + q * (c[1] + q * (c[2] + q * (c[3] + q * (c[4] + q * c[5])))));
-        };
-        ln_worst = std::max(ln_worst, std::fabs(poly(kLnPoly) - log1pl(q)));
-        lg_worst = std::max(lg_worst, std::fabs(poly(kLog10Poly) - log1pl(q) / logl(10.0L)));
-    }
-    EXPECT_LT(exp_worst, 0x1p-62L);
-    EXPECT_LT(single_worst, 0x1p-27L);
-    EXPECT_LT(ln_worst, 0x1p-64L);
-    EXPECT_LT(lg_worst, 0x1p-64L);
-}
-
 // ------------------------------------------------------------ failure tables
 
 long double ref_exp(long double x) { return expl(x); }

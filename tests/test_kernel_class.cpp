@@ -1,6 +1,6 @@
 // Kernel classes: the choice at load from the machine and
-// XEBRUK_KERNEL_CLASS, the tables behind the exported names, and the laws
-// following the class in use.
+// XEBRUK_KERNEL_CLASS and the tables behind the exported names (the laws
+// following the class: their frozen streams per class set).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "support/kernel_class.h"
-#include "support/streams.h"
 #include "vecmath/kernel_table.h"
 #include "xebruk/xebruk.h"
 
@@ -60,29 +59,6 @@ TEST(KernelClass, ExportedNamesFollowTheSwitch) {
         if (c != kBase) { EXPECT_NE(xeb::vm::active.sExp_HA, xeb::vm::class_table(kBase)->sExp_HA); }
     }
     if (all.size() == 3) { EXPECT_NE(xeb::vm::class_table(kAvx2)->dExp_HA, xeb::vm::class_table(kAvx512)->dExp_HA); }
-}
-
-// Exponential(0, -1) is ln U exactly (times 1, plus 0): in every class the
-// law gives the class's logarithm of the uniforms a twin stream draws.
-TEST(KernelClass, LawsCallTheClassInUse) {
-    constexpr int n = 4000;
-    std::vector<std::vector<double>> by_class;
-    for (KernelClass c : xt::machine_classes()) {
-        xt::ClassInUse in_use(c);
-        xt::StreamHandle law, twin;
-        const uint32_t seed = 2024;
-        ASSERT_EQ(rukNewStreamEx(law.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
-        ASSERT_EQ(rukNewStreamEx(twin.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
-        std::vector<double> r(n), u(n);
-        ASSERT_EQ(rukdRngExponential(0, law.get(), n, r.data(), 0.0, -1.0), RUK_OK);
-        ASSERT_EQ(rukdRngUniform(0, twin.get(), n, u.data(), 0.0, 1.0), RUK_OK);
-        xebdLn_HA(n, u.data(), u.data());
-        for (int i = 0; i < n; ++i) ASSERT_EQ(r[i], u[i]) << xeb::frame::class_name(c) << " " << i;
-        by_class.push_back(r);
-    }
-    // The baseline's and the widest class's logarithms differ in some last
-    // bits: the switch reached the law.
-    if (by_class.size() > 1) { EXPECT_NE(by_class.front(), by_class.back()); }
 }
 
 }  // namespace

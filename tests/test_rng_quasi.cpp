@@ -1,9 +1,8 @@
 // Quasi-random generators SOBOL and Niederr.  SOBOL against a direct
 // (not Gray-code) construction from its polynomials and initial numbers,
-// Niederr's polynomial list against a sieve, its direction numbers against
-// GSL's, and its coordinates, alone and together, against the net
-// property; for both, block splits, skip-ahead against drawing, leapfrog
-// to a component, dimension rules, statuses and stream files.
+// Niederr's direction numbers against GSL's and its coordinates, alone and
+// together, against the net property of its polynomials' degrees; for both, block splits, skip-ahead against drawing, leapfrog
+// to a component, dimension rules and statuses.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -418,19 +417,6 @@ TYPED_TEST(Quasi, UnusableDimensionsAndStatesAreSafe) {
     }
 }
 
-TYPED_TEST(Quasi, StreamFileContinuesInsideAVector) {
-    using G = TypeParam;
-    const std::string path = testing::TempDir() + "xebruk_quasi_" + std::to_string(::getpid());
-    StreamHandle h, ref, back;
-    make<G>(h, 6, 31);
-    make<G>(ref, 6, 31);
-    ASSERT_EQ(rukSaveStreamF(h.get(), path.c_str(), -1), RUK_OK);
-    ASSERT_EQ(rukLoadStreamF(back.out(), path.c_str()), RUK_OK);
-    std::remove(path.c_str());
-    EXPECT_EQ(rukGetStreamStateBrng(back.get()), G::kId);
-    EXPECT_EQ(draw<G>(back.get(), 100), draw<G>(ref.get(), 100));
-}
-
 // The origin and the first 2^k - 1 vectors, projected on components
 // comps, form a (t, k, s)-net: every box whose sides 2^-a_i in the s
 // coordinates have a_1 + ... + a_s = k - t holds exactly 2^t of them.
@@ -512,38 +498,7 @@ TEST(Sobol, FarPositionsAgainstDirectConstruction) {
     EXPECT_EQ(draw<SobolGen>(one.get(), 2), (Words{direct_point(0, 1u << 31), direct_point(0, (1u << 31) + 1)}));
 }
 
-// Every coordinate alone is a (0, k, 1)-net: one point in each interval
-// [j 2^-k, (j+1) 2^-k).
-TEST(Sobol, EveryCoordinateStratifiesDyadicIntervals) {
-    const int kmax = xt::test_scale() < 1 ? 12 : 15, dim = 40;
-    StreamHandle h;
-    make<SobolGen>(h, dim);
-    const Words w = draw<SobolGen>(h.get(), ((int64_t{1} << kmax) - 1) * dim);
-    for (int d = 0; d < dim; ++d)
-        for (int k = 1; k <= kmax; ++k) expect_net(w, dim, {d}, 0, k);
-}
-
 // ---- Niederr
-
-TEST(Niederr, PolynomialsAreTheIrreduciblesInOrder) {
-    // Sieve: every product of two polynomials of degree >= 1 is reducible.
-    const uint32_t limit = 4096;
-    std::vector<bool> reducible(limit, false);
-    for (uint32_t a = 2; a < 64; ++a)
-        for (uint32_t b = a; b < limit; ++b) {
-            uint32_t p = 0;  // carry-less a b
-            for (uint32_t x = a, y = b; y; y >>= 1, x <<= 1)
-                if (y & 1) p ^= x;
-            if (p < limit && (31 - __builtin_clz(a)) + (31 - __builtin_clz(b)) < 12) reducible[p] = true;
-        }
-    Words expected;
-    for (uint32_t p = 2; p < limit && expected.size() < 318; ++p)
-        if (!reducible[p]) expected.push_back(p);
-    const Words table(std::begin(xeb::rng::kNiederrPolynomials), std::end(xeb::rng::kNiederrPolynomials));
-    EXPECT_EQ(table, expected);
-    EXPECT_EQ(Words(table.begin(), table.begin() + 12), (Words{2, 3, 7, 11, 13, 19, 25, 31, 37, 41, 47, 55}));
-    EXPECT_EQ(table[317], 3047u);
-}
 
 TEST(Niederr, LowDimensionsAgainstKnownSequences) {
     StreamHandle three;

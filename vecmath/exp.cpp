@@ -227,7 +227,9 @@ struct ExpS : frame::KernelPolicy<float> {
         for (int j = 0; j < 4; ++j) w[j] = bits(x.a[i + j]);
         for (int j = 0; j < 4; ++j) r[j] = exp_single(float_from_bits(w[j]));
         for (int j = 0; j < 4; ++j) x.y[i + j] = r[j];
-        if (needs_fix(w[0]) | needs_fix(w[1]) | needs_fix(w[2]) | needs_fix(w[3]))
+        bool any = false;
+        for (int j = 0; j < 4; ++j) any |= needs_fix(w[j]);
+        if (any)
             for (int j = 0; j < 4; ++j)
                 if (needs_fix(w[j])) fix(x, i + j, w[j]);
         return true;

@@ -198,7 +198,6 @@ struct InvSqrtD : DoubleRoot<InvSqrtD> {
 
 struct CbrtD : DoubleRoot<CbrtD> {
     static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
-    static constexpr const char* name = "_xebdCbrt_HA";
     static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
     static double core(double v) { return cbrt_core(v); }
     static void special(const Arrays<double>& x, int i) {
@@ -414,8 +413,6 @@ struct SingleCubeRoot : frame::KernelPolicy<float> {
 };
 
 struct CbrtS : SingleCubeRoot<CbrtS> {
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
-    static constexpr const char* name = "_xebsCbrt_HA";
     static constexpr const double* rows = cbrtRows;
     static constexpr const double* denormal_rows = cbrtRowsDenormal;
     static constexpr double denormal_in = 1e39;
