@@ -125,7 +125,8 @@ TEST(Erf, BelowTheUpperLimits) {
 // the _HA name whichever form was called.
 TEST(Erf, EventsInOrderUnderTheHaName) {
     const std::vector<double> a{1, 30, -kInf, 28, kInf, 27};
-    for (auto [f, name] : {std::pair{xebdErfc_HA, "_xebdErfc_HA"}, {xebdErfc_50, "_xebdErfc_HA"}}) {
+    using Form = std::pair<void (*)(int, const double*, double*), const char*>;
+    for (auto [f, name] : {Form{xebdErfc_HA, "_xebdErfc_HA"}, Form{xebdErfc_50, "_xebdErfc_HA"}}) {
         xt::EventRecorder rec;
         eval(f, a);
         ASSERT_EQ(rec.events().size(), 2u);

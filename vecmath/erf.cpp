@@ -196,7 +196,7 @@ struct ErfD : frame::KernelPolicy<double> {
     static constexpr bool clean_mxcsr = true;  // the arithmetic is in SSE
     static constexpr int group = 1;
     static constexpr unsigned prefetch_arrays = 0;
-    static constexpr const char* name = "_xebdErf_HA";  // raises no event
+    [[maybe_unused]] static constexpr const char* name = "_xebdErf_HA";  // raises no event
 
     static bool group_path(const Arrays<double>& x, int i) {
         one(x, i);
@@ -215,7 +215,7 @@ struct ErfS : frame::KernelPolicy<float> {
     static constexpr bool clean_mxcsr = true;
     static constexpr int group = 1;
     static constexpr unsigned prefetch_arrays = 0;
-    static constexpr const char* name = "_xebsErf_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebsErf_HA";  // raises no event
 
     static bool group_path(const Arrays<float>& x, int i) {
         one(x, i);

@@ -194,11 +194,11 @@ inline bool tanh_formula_domain(double x) {
 
 struct TanhD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr const char* name = "_xebdTanh_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebdTanh_HA";
 
     static bool group_path(const Arrays<double>& x, int i) {
         const double a0 = x.a[i], a1 = x.a[i + 1], a2 = x.a[i + 2], a3 = x.a[i + 3];
-        if (!(tanh_formula_domain(a0) & tanh_formula_domain(a1) & tanh_formula_domain(a2) &
+        if (!(tanh_formula_domain(a0) && tanh_formula_domain(a1) && tanh_formula_domain(a2) &&
               tanh_formula_domain(a3)))
             return false;
         const long double t0 = tanh_formula(a0), t1 = tanh_formula(a1);
@@ -268,7 +268,7 @@ struct TanhS : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr bool clean_mxcsr = true;
     static constexpr int group = 1;
-    static constexpr const char* name = "_xebsTanh_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebsTanh_HA";
     static bool group_path(const Arrays<float>& x, int i) {
         x.y[i] = tanh_single(x.a[i]);
         return true;

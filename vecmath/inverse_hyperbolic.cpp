@@ -142,7 +142,7 @@ inline double with_sign_of(double v, double x) { return double_from_bits(bits(v)
 
 struct AsinhD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr const char* name = "_xebdAsinh_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebdAsinh_HA";
     static constexpr uint32_t kLow = 0x3F600000;  // 2^-9
 
     static bool fast(double x) { return (high_word(x) & 0x7FFFFFFFu) - kLow < 0x40900000u; }
@@ -263,7 +263,7 @@ inline float with_sign_of(float v, float x) { return float_from_bits(bits(v) | (
 template <class K>
 inline bool group_of_four(const Arrays<float>& x, int i) {
     const float a0 = x.a[i], a1 = x.a[i + 1], a2 = x.a[i + 2], a3 = x.a[i + 3];
-    if (!(K::fast(bits(a0)) & K::fast(bits(a1)) & K::fast(bits(a2)) & K::fast(bits(a3)))) return false;
+    if (!(K::fast(bits(a0)) && K::fast(bits(a1)) && K::fast(bits(a2)) && K::fast(bits(a3)))) return false;
     const float r0 = K::value(a0), r1 = K::value(a1), r2 = K::value(a2), r3 = K::value(a3);
     x.y[i] = r0;
     x.y[i + 1] = r1;
@@ -278,7 +278,7 @@ struct SinglePolicy : frame::KernelPolicy<float> {
 };
 
 struct AsinhS : SinglePolicy {
-    static constexpr const char* name = "_xebsAsinh_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebsAsinh_HA";
     static constexpr uint32_t kLow = 0x39800000;  // 2^-12
     static bool fast(uint32_t w) { return (w & 0x7FFFFFFFu) - kLow < kFloatInf - kLow; }
     static float value(float x) {

@@ -189,7 +189,7 @@ __attribute__((always_inline)) inline VD atan_lanes(VD x) {
 struct AtanD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr bool clean_mxcsr = true;  // its 53-bit arithmetic is in SSE doubles
-    static constexpr const char* name = "_xebdAtan_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebdAtan_HA";
     static bool group_path(const Arrays<double>& x, int i) {
         const VD r0 = atan_lanes(_mm_loadu_pd(x.a + i)), r1 = atan_lanes(_mm_loadu_pd(x.a + i + 2));
         _mm_storeu_pd(x.y + i, r0);
@@ -239,15 +239,15 @@ struct Atan2D : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr bool clean_mxcsr = true;  // the class products are SSE doubles
     static constexpr unsigned prefetch_arrays = frame::kPrefetchA | frame::kPrefetchB;
-    static constexpr const char* name = "_xebdAtan2_HA";
+    [[maybe_unused]] static constexpr const char* name = "_xebdAtan2_HA";
     static void by_fpatan(const Arrays<double>& x, int i) {
         x.y[i] = static_cast<double>(fpu::x87_atan2(x.a[i], x.b[i]));
     }
     static bool group_path(const Arrays<double>& x, int i) {
         const double* a = x.a + i;
         const double* b = x.b + i;
-        if (!(atan2_fast(a[0]) & atan2_fast(a[1]) & atan2_fast(a[2]) & atan2_fast(a[3]) & atan2_fast(b[0]) &
-              atan2_fast(b[1]) & atan2_fast(b[2]) & atan2_fast(b[3]))) {
+        if (!(atan2_fast(a[0]) && atan2_fast(a[1]) && atan2_fast(a[2]) && atan2_fast(a[3]) && atan2_fast(b[0]) &&
+              atan2_fast(b[1]) && atan2_fast(b[2]) && atan2_fast(b[3]))) {
             for (int k = 0; k < 4; ++k) by_fpatan(x, i + k);
             return true;
         }
