@@ -28,4 +28,7 @@ int demo_streams();
 // Reports a usage error on stderr (one line) and returns the exit code 2.
 int usage_error(const std::string& message);
 
+// Whether the arguments ask for the command's usage (--help or -h).
+bool wants_help(const Args& args);
+
 }  // namespace cli

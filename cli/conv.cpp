@@ -11,14 +11,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "npy.h"
+#include "output.h"
+#include "readers.h"
 #include "xebruk/xebruk.h"
 
 namespace cli {
@@ -27,13 +27,15 @@ namespace {
 
 const char* const kUsage =
     "usage: xebruk conv [options] X Y\n"
-    "  X, Y                  input files: .npy, raw (.raw .bin .f32 .f64) or text\n"
+    "  X, Y                  input files: .npy (C or Fortran order), raw\n"
+    "                        (.f32 float32, .f64 float64, .raw .bin as --double\n"
+    "                        or --single say) or text (one row a line)\n"
     "  --corr                correlate: z[k] = sum_i x[i] y[i + k] at lags k from\n"
     "                        1 - nx to ny - 1 (default: convolve, z[k] = sum_i x[i] y[k - i]\n"
     "                        at k from 0 to nx + ny - 2)\n"
     "  --method M            auto, direct or fft (default auto)\n"
-    "  --double, --single    element type (default single, or double when both\n"
-    "                        inputs are float64 .npy files)\n"
+    "  --double, --single    type of the work (default single, or double when\n"
+    "                        both inputs are float64 .npy or .f64 files)\n"
     "  --sums single|double  precision of the sums (default that of the data)\n"
     "  --mode full|same|valid  outputs: all defined ones; as many as x has,\n"
     "                        centred; or those where y lies wholly inside x (or\n"
@@ -51,6 +53,9 @@ const char* const kUsage =
 
 enum class Format { Text, Raw, Npy };
 
+// The most outputs one run makes (2^31 - 1, 16 GiB of doubles).
+constexpr int64_t kMaxOutputs = 2147483647;
+
 struct Options {
     bool corr = false;
     int32_t method = RUK_METHOD_AUTO;
@@ -59,13 +64,6 @@ struct Options {
     std::string mode = "full";
     std::vector<int64_t> start, count, decimation, x_shape, y_shape;
     std::string x_file, y_file, out_file, format;
-};
-
-// A signal: extents with dimension 0 first, values with dimension 0 fastest.
-struct Signal {
-    std::vector<int64_t> shape;
-    std::vector<double> values;
-    bool npy_single = false, npy_double = false;
 };
 
 bool parse_list(const std::string& s, std::vector<int64_t>& out) {
@@ -159,92 +157,27 @@ Format format_of(const std::string& path) {
     return Format::Text;
 }
 
-int64_t product(const std::vector<int64_t>& shape) {
-    int64_t n = 1;
-    for (int64_t e : shape) n *= e;
-    return n;
-}
-
-// Text: numbers separated by white space.  Lines of equal counts above 1,
-// more than one of them, make a 2-D array with one row per line.
-std::string read_text(const std::string& path, Signal& s) {
-    std::ifstream f(path);
-    if (!f) return "cannot open '" + path + "'";
-    std::string line;
-    std::size_t row = 0, rows = 0, lineno = 0;
-    bool equal_rows = true;
-    while (std::getline(f, line)) {
-        ++lineno;
-        std::istringstream in(line);
-        std::string word;
-        std::size_t here = 0;
-        while (in >> word) {
-            char* end = nullptr;
-            const double v = std::strtod(word.c_str(), &end);
-            if (*end != '\0') return path + ", line " + std::to_string(lineno) + ": '" + word + "' is not a number";
-            s.values.push_back(v);
-            ++here;
-        }
-        if (here == 0) continue;
-        if (rows == 0) row = here;
-        equal_rows = equal_rows && here == row;
-        ++rows;
-    }
-    if (s.values.empty()) return "'" + path + "' holds no numbers";
-    if (equal_rows && rows > 1 && row > 1)
-        s.shape = {static_cast<int64_t>(row), static_cast<int64_t>(rows)};
-    else
-        s.shape = {static_cast<int64_t>(s.values.size())};
-    return "";
-}
-
-std::string read_raw(const std::string& path, bool single, Signal& s) {
-    std::ifstream f(path, std::ios::binary);
-    if (!f) return "cannot open '" + path + "'";
-    const std::string data((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    const std::size_t width = single ? 4 : 8;
-    if (data.empty() || data.size() % width != 0)
-        return "'" + path + "' holds " + std::to_string(data.size()) + " bytes, not a whole number of " +
-               (single ? "floats" : "doubles");
-    s.values.resize(data.size() / width);
-    for (std::size_t i = 0; i < s.values.size(); ++i) {
-        if (single) {
-            float v;
-            std::memcpy(&v, data.data() + i * 4, 4);
-            s.values[i] = v;
-        } else {
-            std::memcpy(&s.values[i], data.data() + i * 8, 8);
-        }
-    }
-    s.shape = {static_cast<int64_t>(s.values.size())};
-    return "";
-}
-
-std::string read_signal(const std::string& path, bool single, const std::vector<int64_t>& shape, Signal& s) {
-    std::string err;
+// A file's array.  Raw files hold float32 values (.f32), float64 values
+// (.f64), or either as the options say (.raw, .bin: float64 with --double).
+std::string read_signal(const std::string& path, bool raw_double, const std::vector<int64_t>& shape, Signal& s) {
+    std::string bytes;
+    std::string err = read_file(path, bytes);
+    if (!err.empty()) return err;
     switch (format_of(path)) {
-    case Format::Npy: {
-        NpyArray a;
-        err = read_npy(path, a);
-        if (!err.empty()) return err;
-        s.shape = a.fastest_first();
-        if (s.shape.empty()) s.shape = {1};
-        s.values = std::move(a.values);
-        s.npy_single = a.single;
-        s.npy_double = !a.single;
+    case Format::Npy: err = parse_npy_signal(bytes, path, s); break;
+    case Format::Raw:
+        err = parse_raw(bytes, path, ends_with(path, ".f32") || (!ends_with(path, ".f64") && !raw_double), s);
         break;
-    }
-    case Format::Raw: err = read_raw(path, single, s); break;
-    case Format::Text: err = read_text(path, s); break;
+    case Format::Text: err = parse_text(bytes, path, s); break;
     }
     if (!err.empty()) return err;
     if (!shape.empty()) {
-        if (product(shape) != static_cast<int64_t>(s.values.size()))
+        if (checked_product(shape) != static_cast<int64_t>(s.values.size()))
             return "'" + path + "' holds " + std::to_string(s.values.size()) +
                    " values, which do not fill the shape given for it";
         s.shape = shape;
     }
-    if (product(s.shape) == 0) return "'" + path + "' is empty";
+    if (s.values.empty()) return "'" + path + "' is empty";
     if (s.shape.size() > RUK_TASK_MAX_RANK) return "'" + path + "' has more than 7 dimensions";
     for (int64_t e : s.shape)
         if (e < 1 || e > 2147483647) return "'" + path + "' has an extent out of range";
@@ -286,22 +219,17 @@ std::string explain(int32_t status) {
            (*what ? std::string(" (") + what + ")" : std::string());
 }
 
-std::string write_text(const std::string& path, const std::vector<int64_t>& shape, const std::vector<double>& z,
-                       bool single) {
-    FILE* f = path.empty() ? stdout : std::fopen(path.c_str(), "w");
-    if (f == nullptr) return "cannot write '" + path + "'";
-    // One value a line in one dimension; rows along dimension 0 in more.
+// One value a line in one dimension; rows along dimension 0 in more, a
+// blank line between planes.
+void write_text(std::FILE* f, const std::vector<int64_t>& shape, const std::vector<double>& z, bool single) {
     const int64_t row = shape.size() > 1 ? shape[0] : 1, plane = shape.size() > 1 ? row * shape[1] : row;
     for (std::size_t i = 0; i < z.size(); ++i) {
         std::fprintf(f, single ? "%.9g" : "%.17g", z[i]);
         const bool end_row = (i + 1) % static_cast<std::size_t>(row) == 0;
         std::fputc(end_row ? '\n' : ' ', f);
         if (shape.size() > 2 && (i + 1) % static_cast<std::size_t>(plane) == 0 && i + 1 < z.size())
-            std::fputc('\n', f);  // a blank line between planes
+            std::fputc('\n', f);
     }
-    const bool ok = std::ferror(f) == 0;
-    if (f != stdout) std::fclose(f);
-    return ok ? "" : "cannot write '" + path + "'";
 }
 
 std::string write_result(const Options& o, const std::vector<int64_t>& shape, const std::vector<double>& z,
@@ -310,23 +238,23 @@ std::string write_result(const Options& o, const std::vector<int64_t>& shape, co
                           : o.format == "raw" ? Format::Raw
                           : o.format == "text" || o.out_file.empty() ? Format::Text
                                                                       : format_of(o.out_file);
-    if (format == Format::Text) return write_text(o.out_file, shape, z, single);
-    if (o.out_file.empty()) return "raw and .npy output need a file (--out)";
-    if (format == Format::Npy) {
-        NpyArray a;
-        a.shape.assign(shape.rbegin(), shape.rend());  // C order: slowest first
-        a.single = single;
-        a.values = z;
-        return write_npy(o.out_file, a);
+    if (format != Format::Text && o.out_file.empty()) return "raw and .npy output need a file (--out)";
+    Output out;
+    if (std::string err = out.open(o.out_file, format != Format::Text); !err.empty()) return err;
+    if (format == Format::Text) {
+        write_text(out.file(), shape, z, single);
+        return out.commit();
     }
-    std::ofstream f(o.out_file, std::ios::binary);
-    if (!f) return "cannot write '" + o.out_file + "'";
+    if (format == Format::Npy) {
+        const std::string h = npy_header(single, std::vector<int64_t>(shape.rbegin(), shape.rend()));
+        out.write(h.data(), h.size());  // C order: slowest first
+    }
     for (double v : z) {
         const float s = static_cast<float>(v);
-        if (single) f.write(reinterpret_cast<const char*>(&s), 4);
-        else f.write(reinterpret_cast<const char*>(&v), 8);
+        if (single) out.write(&s, 4);
+        else out.write(&v, 8);
     }
-    return f ? "" : "cannot write '" + o.out_file + "'";
+    return out.commit();
 }
 
 template <class T>
@@ -345,7 +273,7 @@ int fail(const std::string& message) {
 }  // namespace
 
 int conv(const Args& args) {
-    if (args.size() == 1 && (args[0] == "--help" || args[0] == "-h")) {
+    if (wants_help(args)) {
         std::puts(kUsage);
         return 0;
     }
@@ -353,14 +281,15 @@ int conv(const Args& args) {
     if (const std::string err = parse_options(args, o); !err.empty())
         return usage_error("conv: " + err + "\n" + kUsage);
 
-    // Raw files take the element type the options give; .npy files tell theirs.
-    const bool raw_single = o.type != RUK_TYPE_DOUBLE;
+    // Files that state their element type (.npy, .f32, .f64) are read as
+    // such; --double reads .raw and .bin files as float64.
+    const bool raw_double = o.type == RUK_TYPE_DOUBLE;
     Signal x, y;
-    if (std::string err = read_signal(o.x_file, raw_single, o.x_shape, x); !err.empty()) return fail(err);
-    if (std::string err = read_signal(o.y_file, raw_single, o.y_shape, y); !err.empty()) return fail(err);
+    if (std::string err = read_signal(o.x_file, raw_double, o.x_shape, x); !err.empty()) return fail(err);
+    if (std::string err = read_signal(o.y_file, raw_double, o.y_shape, y); !err.empty()) return fail(err);
     const int32_t type = o.type != 0 ? o.type
-                         : x.npy_double && y.npy_double ? RUK_TYPE_DOUBLE
-                                                        : RUK_TYPE_SINGLE;
+                         : x.element == Element::Float64 && y.element == Element::Float64 ? RUK_TYPE_DOUBLE
+                                                                                          : RUK_TYPE_SINGLE;
     const std::size_t rank = x.shape.size();
     if (y.shape.size() != rank)
         return fail("x has " + std::to_string(rank) + " dimension(s) and y " + std::to_string(y.shape.size()) +
@@ -422,7 +351,11 @@ int conv(const Args& args) {
     rukEditTask(task, RUK_EDIT_START, start32.data());
     if (!o.decimation.empty()) rukEditTask(task, RUK_EDIT_DECIMATION, dec32.data());
 
-    std::vector<double> z(static_cast<std::size_t>(product(count)));
+    const int64_t outputs = checked_product(count);
+    if (outputs < 0 || outputs > kMaxOutputs)
+        return fail("the result of " + (outputs < 0 ? std::string("more than 2^63") : std::to_string(outputs)) +
+                    " values is too large (at most " + std::to_string(kMaxOutputs) + ")");
+    std::vector<double> z(static_cast<std::size_t>(outputs));
     // The FFT convolution kernel writes the whole result into a dense z.
     const std::size_t room = std::max<std::size_t>(z.size(), static_cast<std::size_t>(x.shape[0] + y.shape[0] - 1));
     const int32_t status = type == RUK_TYPE_SINGLE ? run_task<float>(task, x, y, z, room)

@@ -24,6 +24,11 @@ void show(const char* label, const double* v, int n) {
 }  // namespace
 
 int demo(const Args& args) {
+    if (wants_help(args)) {
+        std::puts("usage: xebruk demo\n  evaluates kernels on a few arrays, shows an event being reported and\n"
+                  "  draws from a random stream; takes no arguments");
+        return 0;
+    }
     if (!args.empty()) return usage_error("demo takes no arguments");
     std::printf("xebruk demo\n\n");
     const int n = 6;

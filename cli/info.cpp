@@ -32,14 +32,40 @@ std::string cpu_features() {
     return out.empty() ? " (none detected)" : out;
 }
 
+// The three fields of a mode word in words.
+std::string describe_mode(unsigned mode) {
+    const unsigned acc = mode & XEB_ACC_MASK, fpu = mode & XEB_FPU_MASK, rep = mode & XEB_REPORT_MASK;
+    std::string s = acc == XEB_ACC_HA ? "accuracy HA" : acc == XEB_ACC_LA ? "accuracy LA" : "accuracy field " + std::to_string(acc);
+    s += fpu == 0                    ? "; control words as the thread has them"
+         : fpu == XEB_FPU_NARROW     ? "; control words forced, x87 at 53 bits"
+         : fpu == XEB_FPU_WIDE       ? "; control words forced, x87 at 64 bits"
+         : fpu == XEB_FPU_RESTORE    ? "; control words put back"
+                                     : "; control field " + std::to_string(fpu >> 4);
+    if (rep == XEB_REPORT_NONE) return s + "; events not reported";
+    s += "; events reported to";
+    if (rep & XEB_REPORT_ERRNO) s += " errno";
+    if (rep & XEB_REPORT_STDERR) s += " stderr";
+    if (rep & XEB_REPORT_TRAP) s += " exception-flags";
+    if (rep & XEB_REPORT_CALLBACK) s += " callback";
+    return s;
+}
+
 }  // namespace
 
 int info(const Args& args) {
+    if (wants_help(args)) {
+        std::puts("usage: xebruk info\n  the version, the processor class and features, the mode word and the\n"
+                  "  vector kernels of this build; takes no arguments");
+        return 0;
+    }
     if (!args.empty()) return usage_error("info takes no arguments");
     std::printf("xebruk %s\n", XEBRUK_VERSION_STRING);
-    std::printf("processor class: %u\n", dll_cpu_version());
+    std::printf("processor class: %u  (dll_cpu_version: the class of processors this build's kernels\n"
+                "                     are made for; 1 is any x86-64 with the x87 and SSE2)\n",
+                dll_cpu_version());
     std::printf("cpu features:%s\n", cpu_features().c_str());
-    std::printf("mode word of this thread: 0x%04X\n", xebGetMode());
+    const unsigned mode = xebGetMode();
+    std::printf("mode word of this thread: 0x%04X  (%s)\n", mode, describe_mode(mode).c_str());
     std::printf("vector kernels (%zu):\n", catalogue().size());
     for (const KernelEntry& k : catalogue()) std::printf("  %-14s %s\n", k.exported, k.short_name);
     return 0;

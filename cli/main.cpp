@@ -1,6 +1,7 @@
 // xebruk: the command-line face of the library.
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "commands.h"
 
@@ -9,6 +10,12 @@ namespace cli {
 int usage_error(const std::string& message) {
     std::fprintf(stderr, "xebruk: %s\n", message.c_str());
     return 2;
+}
+
+bool wants_help(const Args& args) {
+    for (const std::string& a : args)
+        if (a == "--help" || a == "-h") return true;
+    return false;
 }
 
 namespace {
@@ -24,6 +31,7 @@ const Command kCommands[] = {
 int help() {
     std::printf("usage: xebruk <command> [arguments]\n\ncommands:\n");
     for (const Command& c : kCommands) std::printf("  %-8s %s\n", c.name, c.summary);
+    std::printf("\n'xebruk help <command>' or 'xebruk <command> --help' shows a command's usage.\n");
     return 0;
 }
 
@@ -36,10 +44,20 @@ int main(int argc, char** argv) {
         return 2;
     }
     const char* name = argv[1];
-    if (!std::strcmp(name, "help") || !std::strcmp(name, "--help") || !std::strcmp(name, "-h"))
-        return cli::help();
     cli::Args args(argv + 2, argv + argc);
-    for (const cli::Command& c : cli::kCommands)
-        if (!std::strcmp(c.name, name)) return c.run(args);
+    // `xebruk help CMD` is `xebruk CMD --help`.
+    if (!std::strcmp(name, "help") && argc == 3) {
+        name = argv[2];
+        args = {"--help"};
+    } else if (!std::strcmp(name, "help") || !std::strcmp(name, "--help") || !std::strcmp(name, "-h")) {
+        return cli::help();
+    }
+    try {
+        for (const cli::Command& c : cli::kCommands)
+            if (!std::strcmp(c.name, name)) return c.run(args);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "xebruk: %s: out of memory\n", name);
+        return 1;
+    }
     return cli::usage_error(std::string("unknown command '") + name + "' (try 'xebruk help')");
 }

@@ -1,8 +1,11 @@
 #include "npy.h"
 
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+
+#include "readers.h"
 
 namespace cli {
 
@@ -40,16 +43,13 @@ bool parse_shape(const std::string& text, std::vector<int64_t>& shape) {
     while (p < text.size() - 1) {
         while (p < text.size() - 1 && (text[p] == ' ' || text[p] == ',')) ++p;
         if (p >= text.size() - 1) break;
-        std::size_t used = 0;
-        long long v = 0;
-        try {
-            v = std::stoll(text.substr(p), &used);
-        } catch (...) {
-            return false;
-        }
-        if (v < 0) return false;
+        const char* begin = text.c_str() + p;
+        char* end = nullptr;
+        errno = 0;
+        const long long v = std::strtoll(begin, &end, 10);
+        if (end == begin || errno != 0 || v < 0) return false;
         shape.push_back(v);
-        p += used;
+        p += static_cast<std::size_t>(end - begin);
         while (p < text.size() - 1 && text[p] == 'L') ++p;  // old long suffix
     }
     return true;
@@ -67,16 +67,8 @@ void decode(const unsigned char* bytes, std::size_t n, std::vector<double>& out)
 
 }  // namespace
 
-std::vector<int64_t> NpyArray::fastest_first() const {
-    if (fortran) return shape;
-    return std::vector<int64_t>(shape.rbegin(), shape.rend());
-}
-
-std::string read_npy(const std::string& path, NpyArray& out) {
-    std::ifstream f(path, std::ios::binary);
-    if (!f) return "cannot open '" + path + "'";
-    const std::string data((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    const std::string bad = "'" + path + "' is not a readable .npy file: ";
+std::string parse_npy(const std::string& data, const std::string& name, NpyArray& out) {
+    const std::string bad = "'" + name + "' is not a readable .npy file: ";
     if (data.size() < 10 || data.compare(0, 6, kMagic, 6) != 0) return bad + "no .npy magic";
     const auto major = static_cast<unsigned char>(data[6]);
     std::size_t header_len = 0, header_start = 0;
@@ -90,7 +82,7 @@ std::string read_npy(const std::string& path, NpyArray& out) {
     } else {
         return bad + "unknown version " + std::to_string(major);
     }
-    if (data.size() < header_start + header_len) return bad + "truncated header";
+    if (data.size() - header_start < header_len) return bad + "truncated header";
     const std::string dict = data.substr(header_start, header_len);
     std::string descr, fortran, shape;
     if (!dict_value(dict, "descr", descr) || !dict_value(dict, "fortran_order", fortran) ||
@@ -100,23 +92,37 @@ std::string read_npy(const std::string& path, NpyArray& out) {
     if (fortran != "True" && fortran != "False") return bad + "bad fortran_order " + fortran;
     out.fortran = fortran == "True";
     if (descr.size() >= 2 && (descr.front() == '\'' || descr.front() == '"')) descr = descr.substr(1, descr.size() - 2);
-    std::size_t n = 1;
-    for (int64_t e : out.shape) n *= static_cast<std::size_t>(e);
-    const auto* bytes = reinterpret_cast<const unsigned char*>(data.data() + header_start + header_len);
-    const std::size_t available = data.size() - header_start - header_len;
     std::size_t width = 0;
-    if (descr == "<f4") width = 4;
-    else if (descr == "<f8") width = 8;
-    else if (descr == "<i4") width = 4;
-    else if (descr == "<i8") width = 8;
+    if (descr == "<f4" || descr == "<i4") width = 4;
+    else if (descr == "<f8" || descr == "<i8") width = 8;
     else return bad + "element type " + descr + " (float32, float64, int32 or int64 wanted)";
-    if (available < n * width) return bad + "fewer values than its shape holds";
+    // Every partial product of the extents stays within the values the
+    // data can hold, so neither the count nor its size in bytes overflows.
+    const std::size_t available = data.size() - header_start - header_len;
+    const std::size_t room = available / width;
+    std::size_t n = 1;
+    for (int64_t e : out.shape) {
+        if (e != 0 && n > room / static_cast<uint64_t>(e)) {
+            n = room + 1;
+            break;
+        }
+        n *= static_cast<std::size_t>(e);
+    }
+    if (n > room) return bad + "its shape holds more values than its " + std::to_string(available) + " bytes of data";
+    out.descr = descr;
     out.single = descr == "<f4";
+    const auto* bytes = reinterpret_cast<const unsigned char*>(data.data() + header_start + header_len);
     if (descr == "<f4") decode<float>(bytes, n, out.values);
     else if (descr == "<f8") decode<double>(bytes, n, out.values);
     else if (descr == "<i4") decode<int32_t>(bytes, n, out.values);
     else decode<int64_t>(bytes, n, out.values);
     return "";
+}
+
+std::string read_npy(const std::string& path, NpyArray& out) {
+    std::string data;
+    if (std::string err = read_file(path, data); !err.empty()) return err;
+    return parse_npy(data, path, out);
 }
 
 std::string npy_header(bool single, const std::vector<int64_t>& shape, bool fortran) {
@@ -139,21 +145,6 @@ std::string npy_header(const char* descr, const std::vector<int64_t>& shape, boo
     h += static_cast<char>(dict.size() & 0xFF);
     h += static_cast<char>(dict.size() >> 8);
     return h + dict;
-}
-
-std::string write_npy(const std::string& path, const NpyArray& a) {
-    std::ofstream f(path, std::ios::binary);
-    if (!f) return "cannot write '" + path + "'";
-    f << npy_header(a.single, a.shape, a.fortran);
-    for (double v : a.values) {
-        if (a.single) {
-            const float s = static_cast<float>(v);
-            f.write(reinterpret_cast<const char*>(&s), sizeof s);
-        } else {
-            f.write(reinterpret_cast<const char*>(&v), sizeof v);
-        }
-    }
-    return f ? "" : "cannot write '" + path + "'";
 }
 
 }  // namespace cli

@@ -1,6 +1,6 @@
 // .npy files of numbers: reading any version (1.0, 2.0, 3.0) of
 // little-endian float32, float64, int32 or int64 arrays in C or Fortran
-// order, and writing float32 or float64 arrays in version 1.0.
+// order, and the header of a version 1.0 file.
 // Shared by the subcommands that take or give arrays.
 #pragma once
 
@@ -15,16 +15,17 @@ struct NpyArray {
     // fastest in `values`, in Fortran order the first.
     std::vector<int64_t> shape;
     bool fortran = false;
+    std::string descr;    // element type as stored: '<f4', '<f8', '<i4' or '<i8'
     bool single = false;  // stored as float32 (written as '<f4')
     std::vector<double> values;  // in storage order
-
-    // The extents with the fastest-varying first.
-    std::vector<int64_t> fastest_first() const;
 };
 
-// Both return an empty string, or what was wrong (naming the file).
+// An empty string, or what was wrong (naming the file).  The values must
+// fill the shape exactly from the bytes present: every extent and their
+// product are checked against the size of the data, so no header can ask
+// for more than the file holds.
+std::string parse_npy(const std::string& bytes, const std::string& name, NpyArray& out);
 std::string read_npy(const std::string& path, NpyArray& out);
-std::string write_npy(const std::string& path, const NpyArray& a);
 
 // The version 1.0 header of an array of the given extents as the file lists
 // them: magic, version, length, then the dictionary padded with spaces and

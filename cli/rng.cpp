@@ -31,11 +31,31 @@
 
 #include "commands.h"
 #include "npy.h"
+#include "output.h"
 #include "rng_choices.h"
+#include "status_text.h"
 #include "xebruk/xebruk.h"
 
 namespace cli {
 namespace {
+
+const char* const kUsage =
+    "usage: xebruk rng [options]\n"
+    "  --law NAME            the law (default uniform; --list shows all)\n"
+    "  --params P,...        its parameters in call order (default as --list shows)\n"
+    "  --method M            the law's method number (default 0)\n"
+    "  --gen NAME            the generator (default mt19937)\n"
+    "  --seed S,...          32-bit seed words (default: the generator's own, 1 for\n"
+    "                        mt19937 and mcg31m1)\n"
+    "  --dim D               quasi-random generators: points of D components\n"
+    "  --n COUNT             values (points) to draw (default 10)\n"
+    "  --precision P         double or single (default double; discrete laws give\n"
+    "                        32-bit integers)\n"
+    "  --out FILE            output file (default standard output); written under a\n"
+    "                        temporary name and renamed when complete\n"
+    "  --format F            text, raw or npy (default by the extension of --out)\n"
+    "  --quiet               no progress and no summary on stderr\n"
+    "  --list                the generators and laws";
 
 constexpr int32_t kBlock = 1 << 16;
 constexpr int64_t kProgressFrom = int64_t{1} << 22;
@@ -56,6 +76,7 @@ struct Options {
     std::string format;
     bool quiet = false;
     bool list = false;
+    bool help = false;
 };
 
 // Running count, mean and sum of squared deviations (Welford), min, max.
@@ -106,6 +127,11 @@ bool parse_double(const std::string& s, double& out) {
 
 // Returns 0, or the exit code after a message.
 int parse(const Args& args, Options& o) {
+    if (wants_help(args)) {
+        std::puts(kUsage);
+        o.help = true;
+        return 0;
+    }
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string& a = args[i];
         if (a == "--quiet") {
@@ -237,8 +263,9 @@ bool write_block(std::FILE* f, Format format, const T* r, int32_t k, int64_t fir
 }
 
 template <class T, class Draw>
-int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* stream, std::FILE* f,
+int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* stream, Output& out,
              Format format, int64_t row) {
+    std::FILE* f = out.file();
     std::vector<T> block(static_cast<std::size_t>(std::min<int64_t>(std::max<int64_t>(o.n, 1), kBlock)));
     Summary sum;
     Progress progress(o.n, !o.quiet);
@@ -246,13 +273,13 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
         const int32_t k = static_cast<int32_t>(std::min<int64_t>(kBlock, o.n - done));
         const int32_t status = draw(o.method, stream, k, block.data(), o.params.data());
         if (status < 0) {
-            std::fprintf(stderr, "xebruk: rng: %s failed with status %d after %" PRId64 " values\n",
-                         law.name, status, done);
+            std::fprintf(stderr, "xebruk: rng: %s failed after %" PRId64 " values: %s%s\n", law.name, done,
+                         status_text(status).c_str(), o.out.empty() ? "" : "; no file written");
             return 1;
         }
         if (!write_block(f, format, block.data(), k, done, row)) {
             std::fprintf(stderr, "xebruk: rng: writing %s failed: %s\n",
-                         o.out.empty() ? "stdout" : o.out.c_str(), std::strerror(errno));
+                         o.out.empty() ? "standard output" : o.out.c_str(), std::strerror(errno));
             return 1;
         }
         for (int32_t i = 0; i < k; ++i) sum.add(static_cast<double>(block[static_cast<std::size_t>(i)]));
@@ -260,6 +287,10 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
         progress.update(done);
     }
     progress.done();
+    if (const std::string err = out.commit(); !err.empty()) {
+        std::fprintf(stderr, "xebruk: rng: %s\n", err.c_str());
+        return 1;
+    }
     if (!o.quiet) {
         const double variance = sum.count > 1 ? static_cast<double>(sum.m2 / (sum.count - 1)) : 0.0;
         std::fprintf(stderr,
@@ -277,6 +308,7 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
 int rng(const Args& args) {
     Options o;
     if (const int rc = parse(args, o)) return rc;
+    if (o.help) return 0;
     if (o.list) {
         list_choices();
         return 0;
@@ -293,6 +325,16 @@ int rng(const Args& args) {
     if (o.params.size() != law->params.size())
         return usage_error("rng: " + o.law + " takes " + std::to_string(law->params.size()) +
                            " parameters, " + std::to_string(o.params.size()) + " given");
+    for (std::size_t i = 0; i < o.params.size(); ++i) {
+        const double v = o.params[i];
+        const bool fits = law->draw_int || !o.single ? std::isfinite(v) : std::isfinite(static_cast<float>(v));
+        if (!fits)
+            return usage_error("rng: " + o.law + ": " + law->params[i] + " must be a finite " +
+                               (law->draw_int || !o.single ? "number" : "single-precision number"));
+    }
+    if (law->check)
+        if (const std::string err = law->check(o.params.data()); !err.empty())
+            return usage_error("rng: " + o.law + ": " + err);
 
     // A quasi-random generator takes its dimension as its seed and gives
     // n points of that many components.
@@ -317,40 +359,31 @@ int rng(const Args& args) {
                                           o.seeds.data());
     if (status < 0) {
         if (stream) rukDeleteStream(&stream);
-        std::fprintf(stderr, "xebruk: rng: generator %s refused the stream (status %d)\n",
-                     gen->name, status);
+        std::fprintf(stderr, "xebruk: rng: generator %s refused the stream: %s\n", gen->name,
+                     status_text(status).c_str());
         return 1;
     }
     const Format format = format_of(o);
-    std::FILE* f = stdout;
-    if (!o.out.empty()) {
-        f = std::fopen(o.out.c_str(), format == Format::Text ? "w" : "wb");
-        if (!f) {
-            rukDeleteStream(&stream);
-            std::fprintf(stderr, "xebruk: rng: cannot open '%s': %s\n", o.out.c_str(),
-                         std::strerror(errno));
-            return 1;
-        }
+    Output out;
+    if (const std::string err = out.open(o.out, format != Format::Text); !err.empty()) {
+        rukDeleteStream(&stream);
+        std::fprintf(stderr, "xebruk: rng: %s\n", err.c_str());
+        return 1;
     }
     int rc = 0;
     if (format == Format::Npy) {
         const std::string h = npy_header(law->draw_int ? "<i4" : o.single ? "<f4" : "<f8",
                                          row > 1 ? std::vector<int64_t>{o.n / row, row}
                                                  : std::vector<int64_t>{o.n});
-        if (std::fwrite(h.data(), 1, h.size(), f) != h.size()) {
+        if (!out.write(h.data(), h.size())) {
             std::fprintf(stderr, "xebruk: rng: writing '%s' failed\n", o.out.c_str());
             rc = 1;
         }
     }
     if (!rc)
-        rc = law->draw_int ? run_draw<int32_t>(o, *law, law->draw_int, stream, f, format, row)
-             : o.single    ? run_draw<float>(o, *law, law->draw_single, stream, f, format, row)
-                           : run_draw<double>(o, *law, law->draw_double, stream, f, format, row);
-    if (f != stdout && std::fclose(f) != 0 && !rc) {
-        std::fprintf(stderr, "xebruk: rng: closing '%s' failed: %s\n", o.out.c_str(),
-                     std::strerror(errno));
-        rc = 1;
-    }
+        rc = law->draw_int ? run_draw<int32_t>(o, *law, law->draw_int, stream, out, format, row)
+             : o.single    ? run_draw<float>(o, *law, law->draw_single, stream, out, format, row)
+                           : run_draw<double>(o, *law, law->draw_double, stream, out, format, row);
     rukDeleteStream(&stream);
     return rc;
 }

@@ -1,6 +1,9 @@
 // The registries behind `xebruk rng`, and the basic generators it offers.
 #include "rng_choices.h"
 
+#include <cmath>
+#include <limits>
+
 #include "xebruk/rng_stream.h"
 
 namespace cli {
@@ -23,6 +26,31 @@ RngRegistration::RngRegistration(std::vector<GeneratorChoice> rows) {
 RngRegistration::RngRegistration(std::vector<LawChoice> rows) {
     auto& all = law_choices();
     all.insert(all.end(), rows.begin(), rows.end());
+}
+
+std::string above_zero(const char* name, double v) {
+    return v > 0 && v <= std::numeric_limits<double>::max() ? "" : std::string(name) + " must be above 0";
+}
+
+std::string probability(const char* name, double v, bool zero_allowed) {
+    if (v <= 1 && (zero_allowed ? v >= 0 : v > 0)) return "";
+    return std::string(name) + (zero_allowed ? " must lie in [0, 1]" : " must be above 0 and at most 1");
+}
+
+std::string whole_number(const char* name, double v, double lo) {
+    if (std::floor(v) == v && v >= lo && v <= INT32_MAX) return "";
+    return std::string(name) + " must be a whole number from " + std::to_string(static_cast<long long>(lo)) +
+           " to 2147483647";
+}
+
+std::string below(const char* a, double va, const char* b, double vb) {
+    return va < vb ? "" : std::string(a) + " must be below " + b;
+}
+
+std::string first_of(std::initializer_list<std::string> messages) {
+    for (const std::string& m : messages)
+        if (!m.empty()) return m;
+    return "";
 }
 
 namespace {

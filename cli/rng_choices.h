@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,10 @@ using DrawSingle = int32_t (*)(int32_t method, RukStream* stream, int32_t n, flo
 using DrawInt = int32_t (*)(int32_t method, RukStream* stream, int32_t n, int32_t* r,
                             const double* p);
 
+// What is wrong with a law's parameters (naming the parameter), or an
+// empty string.  The tool asks before it draws: the library trusts them.
+using ParamCheck = std::string (*)(const double* p);
+
 struct LawChoice {
     const char* name;                // "gaussian"
     std::vector<const char*> params;  // parameter names in call order
@@ -41,7 +46,17 @@ struct LawChoice {
     DrawSingle draw_single;
     // Discrete laws: integer results, no precision; both real draws null.
     DrawInt draw_int = nullptr;
+    ParamCheck check = nullptr;
 };
+
+// Pieces of parameter checks: an empty string when the value is fit, else
+// "<name> must be ...".
+std::string above_zero(const char* name, double v);
+std::string probability(const char* name, double v, bool zero_allowed = true);
+std::string whole_number(const char* name, double v, double lo);
+std::string below(const char* a, double va, const char* b, double vb);
+// The first non-empty message.
+std::string first_of(std::initializer_list<std::string> messages);
 
 std::vector<GeneratorChoice>& generator_choices();
 std::vector<LawChoice>& law_choices();

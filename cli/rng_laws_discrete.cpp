@@ -1,9 +1,7 @@
 // The discrete laws offered by `xebruk rng`: 32-bit integer results.  The
-// library trusts its arguments; the command line does not, so each draw
-// here first checks that integer parameters are integers of 32 bits and
-// probabilities lie in [0, 1], and answers RUK_ERROR_BAD_ARGUMENT (drawing
-// nothing) otherwise.
-#include <cmath>
+// library trusts its arguments; the command line does not, so each law
+// checks its parameters (integers of 32 bits, probabilities in their
+// range) before anything is drawn.
 #include <cstdint>
 
 #include "rng_choices.h"
@@ -12,13 +10,7 @@
 namespace cli {
 namespace {
 
-bool is_int32(double x) {
-    return std::floor(x) == x && x >= INT32_MIN && x <= INT32_MAX;
-}
-bool is_probability(double p) { return p >= 0.0 && p <= 1.0; }
-
 int32_t uniform(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p) {
-    if (!is_int32(p[0]) || !is_int32(p[1]) || !(p[0] < p[1])) return RUK_ERROR_BAD_ARGUMENT;
     return rukiRngUniform(m, s, n, r, static_cast<int32_t>(p[0]), static_cast<int32_t>(p[1]));
 }
 
@@ -31,26 +23,29 @@ int32_t bits(int32_t m, RukStream* s, int32_t n, int32_t* r, const double*) {
 
 template <int32_t (*F)(int32_t, RukStream*, int32_t, int32_t*, double)>
 int32_t with_probability(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p) {
-    if (!is_probability(p[0])) return RUK_ERROR_BAD_ARGUMENT;
     return F(m, s, n, r, p[0]);
 }
 
 int32_t binomial(int32_t m, RukStream* s, int32_t n, int32_t* r, const double* p) {
-    if (!is_int32(p[0]) || p[0] < 0 || !is_probability(p[1])) return RUK_ERROR_BAD_ARGUMENT;
     return rukiRngBinomial(m, s, n, r, static_cast<int32_t>(p[0]), p[1]);
 }
 
 const RngRegistration discrete_laws(std::vector<LawChoice>{
     {"uniform_int", {"a", "b"}, {0.0, 10.0}, "floor of a uniform on [a, b): integers a to b - 1",
-     nullptr, nullptr, uniform},
+     nullptr, nullptr, uniform, [](const double* p) {
+         return first_of({whole_number("a", p[0], INT32_MIN), whole_number("b", p[1], INT32_MIN),
+                          below("a", p[0], "b", p[1])});
+     }},
     {"bits", {}, {}, "the generator's 32-bit words, read as signed integers", nullptr, nullptr,
      bits},
     {"bernoulli", {"p"}, {0.5}, "1 with probability p, else 0", nullptr, nullptr,
-     with_probability<rukiRngBernoulli>},
+     with_probability<rukiRngBernoulli>, [](const double* p) { return probability("p", p[0]); }},
     {"geometric", {"p"}, {0.5}, "failures before the first success of probability p", nullptr,
-     nullptr, with_probability<rukiRngGeometric>},
+     nullptr, with_probability<rukiRngGeometric>, [](const double* p) { return probability("p", p[0], false); }},
     {"binomial", {"trials", "p"}, {10.0, 0.5}, "successes in trials trials of probability p",
-     nullptr, nullptr, binomial},
+     nullptr, nullptr, binomial, [](const double* p) {
+         return first_of({whole_number("trials", p[0], 0), probability("p", p[1])});
+     }},
 });
 
 }  // namespace

@@ -257,7 +257,7 @@ int run_kernel(const KernelEntry& k, const Options& o, const std::vector<double>
 }  // namespace
 
 int vm(const Args& args) {
-    if (args.size() == 1 && (args[0] == "--help" || args[0] == "-h")) {
+    if (wants_help(args)) {
         std::puts(kUsage);
         return 0;
     }

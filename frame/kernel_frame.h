@@ -78,6 +78,14 @@ private:
     unsigned restore_ = 0;
 };
 
+// What the generators' real kernels and the laws compute under: the x87 at
+// 64-bit precision and both units rounding to nearest, whatever the
+// caller's thread holds (the mode's FPU field, fesetround), so that a
+// stream's numbers depend on the stream and the call alone.
+struct StreamControlWords : ControlWords {
+    StreamControlWords() : ControlWords(kX87Wide, true) {}
+};
+
 inline void error_entry(int code, int index, const Arrays<double>& x, const char* name) {
     xebdError(code, index, x.a, x.b, x.y, x.z, name);
 }

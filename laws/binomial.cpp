@@ -39,9 +39,12 @@
 // of n gives the same results as any calls whose counts add up to n.
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/truncate.h"
+#include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/rng_discrete.h"
 #include "xebruk/vm_explog.h"
@@ -56,6 +59,13 @@ constexpr int kTableTerms = 64;          // cumulative probabilities of 0..63
 constexpr int kRatioSteps = 32;          // cached ratios on each side of the mode
 constexpr int kSqueezeFrom = 20;         // |K - m| beyond which the squeeze applies
 constexpr int32_t kBuffer = 512;         // uniforms per draw
+// Trials for one result after which BTPE gives up.  A trial accepts with
+// probability above one half (at most about 1.75 trials a result, measured
+// from N pp = 30 to N = 2^31 - 1), so 10,000 failures in a row have a
+// probability below 10^-3000 on a uniform stream: they come only from a
+// stream whose numbers are not uniform (MCG31M1 with multiplier 1, a
+// constant caller's buffer, a broken registered generator).
+constexpr int32_t kTrialLimit = 10000;
 
 // The published constants of BTPE's hat.
 constexpr double kTriangleWidth = 2.195;   // p1 ~ 2.195 sqrt(npq) - 4.6 qq
@@ -305,7 +315,7 @@ int32_t sample_rejection(RukStream* stream, int32_t n, int32_t* r, const Rejecti
     const CallValues v = call_values(t, trials);
     double u[kBuffer];
     int32_t status = RUK_OK;
-    int32_t have = 0, next = 0;
+    int32_t have = 0, next = 0, failures = 0;
     for (int32_t done = 0; done < n;) {
         if (next == have) {
             // Twice the results missing: no uniform is left over at the end.
@@ -316,11 +326,45 @@ int32_t sample_rejection(RukStream* stream, int32_t n, int32_t* r, const Rejecti
             next = 0;
         }
         int32_t K;
-        if (btpe_trial(u[next], u[next + 1], t, v, K)) r[done++] = K;
+        if (btpe_trial(u[next], u[next + 1], t, v, K)) {
+            r[done++] = K;
+            failures = 0;
+        } else if (++failures == kTrialLimit) {
+            return RUK_ERROR_BAD_ARGUMENT;
+        }
         next += 2;
     }
     return status;
 }
+
+// The set-up for the key (N, p): the route by N pp, then its table.
+void build(BinomialCache& cache, double N, double p) {
+    const bool flip = !(p < 0.5);  // p = 0.5 flips
+    const double pp = flip ? 1.0 - p : p;
+    const double qq = flip ? p : 1.0 - p;
+    if (N * pp < kRejectionFrom) build_inversion(cache.inv, N, pp, qq);
+    else build_rejection(cache.rej, N, pp, qq);
+}
+
+// A loaded chunk 5.  Its key must be one the law takes (trials a whole
+// number from 0 to 2^31 - 1, p in [0, 1]) or the zeros of a fresh record,
+// whose table is zeros too.  The table is then built anew from the key: it
+// is a function of the key alone, and nothing of it is taken from the file.
+bool check_loaded_cache(void* data) {
+    const frame::StreamControlWords words;
+    auto& cache = *static_cast<BinomialCache*>(data);
+    const double N = cache.trials, p = cache.p;
+    if (N == 0.0 && p == 0.0) {
+        static const BinomialCache kFresh{};
+        return std::memcmp(&cache, &kFresh, sizeof cache) == 0;
+    }
+    if (!(N >= 0.0 && N <= 2147483647.0 && std::floor(N) == N && p >= 0.0 && p <= 1.0))
+        return false;
+    build(cache, N, p);
+    return true;
+}
+const rng::ChunkCheckRegistration kLoadCheck{RUK_CHUNK_BINOMIAL, sizeof(BinomialCache),
+                                             check_loaded_cache};
 
 int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, double p) {
     int32_t status = RUK_OK;
@@ -328,18 +372,15 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
     if (!cache) return status;
     const bool flip = !(p < 0.5);  // p = 0.5 flips
     const double pp = flip ? 1.0 - p : p;
-    const double qq = flip ? p : 1.0 - p;
     const double N = trials;
-    const bool rebuild = cache->trials != N || cache->p != p;
-    if (rebuild) {
+    if (cache->trials != N || cache->p != p) {
         cache->trials = N;
         cache->p = p;
+        build(*cache, N, p);
     }
     if (N * pp < kRejectionFrom) {
-        if (rebuild) build_inversion(cache->inv, N, pp, qq);
         status = sample_inversion(stream, n, r, cache->inv, trials);
     } else {
-        if (rebuild) build_rejection(cache->rej, N, pp, qq);
         if (!rejection_ends(cache->rej)) return RUK_ERROR_BAD_ARGUMENT;
         status = sample_rejection(stream, n, r, cache->rej, trials);
     }
@@ -356,5 +397,6 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
 
 int32_t rukiRngBinomial(int32_t, RukStream* stream, int32_t n, int32_t* r, int32_t trials,
                         double p) {
+    const xeb::frame::StreamControlWords words;
     return xeb::laws::binomial(stream, n, r, trials, p);
 }

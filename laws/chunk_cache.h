@@ -18,15 +18,20 @@
 namespace xeb::laws {
 
 // The record of identifier id on stream, or null with *status set to
-// RUK_ERROR_NO_MEMORY (no block, or no chunk node for it).
+// RUK_ERROR_NO_MEMORY (no block, or no chunk node for it).  *made, when
+// given, tells whether the record was made by this call.
 template <class Cache>
-Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status) {
+Cache* stream_cache(RukStream* stream, int32_t id, int32_t* status, bool* made = nullptr) {
     static_assert(std::is_trivially_copyable_v<Cache>, "a chunk is saved to files as bytes");
     for (RukStreamChunk* node = rng::chunk_head(stream); node; node = node->next)
         if (node->id == id) {
-            if (node->size >= sizeof(Cache) && node->data) return static_cast<Cache*>(node->data);
+            if (node->size >= sizeof(Cache) && node->data) {
+                if (made) *made = false;
+                return static_cast<Cache*>(node->data);
+            }
             break;
         }
+    if (made) *made = true;
     void* block = std::calloc(1, sizeof(Cache));
     if (!block) {
         *status = RUK_ERROR_NO_MEMORY;

@@ -15,6 +15,7 @@
 
 #include <cstdint>
 
+#include "frame/kernel_frame.h"
 #include "xebruk/rng_continuous.h"
 #include "xebruk/vm_explog.h"
 #include "xebruk/vm_pack.h"

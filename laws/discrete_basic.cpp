@@ -91,6 +91,7 @@ int32_t rukiRngBernoulli(int32_t, RukStream* stream, int32_t n, int32_t* r, doub
 // before the draw: for p = 1, ln(0) = -inf (through the logarithm's error
 // path) and c = -0, so every U in (0, 1) gives 0.
 int32_t rukiRngGeometric(int32_t, RukStream* stream, int32_t n, int32_t* r, double p) {
+    const xeb::frame::StreamControlWords words;
     double c = 1.0 - p;
     xebdLn_HA(1, &c, &c);
     c = 1.0 / c;

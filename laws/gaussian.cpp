@@ -22,12 +22,33 @@
 // in double), which moves R sin T by up to 4 ulp of 2R near a zero of the
 // sine.  Bound against the exact transform of the same uniforms: 6 ulp
 // (double) and 8 ulp (single) of the larger of |a| and sigma R.
-#include <cstdlib>
-
+#include "laws/chunk_cache.h"
 #include "laws/continuous.h"
+#include "rng/load_checks.h"
 
 namespace xeb::laws {
 namespace {
+
+// The chunk of a pending pair: its two raw uniforms, or -1 in both when no
+// pair is pending.
+template <class T>
+struct PendingPair {
+    T u[2];
+};
+
+// A loaded pair must be one of the two: raw uniforms on [0, 1], as every
+// generator's (0, 1) kernel gives them, or the empty mark.
+template <class T>
+bool valid_pair(void* data) {
+    const auto* p = static_cast<const PendingPair<T>*>(data);
+    const bool empty = p->u[0] == T(-1) && p->u[1] == T(-1);
+    const bool pending = p->u[0] >= T(0) && p->u[0] <= T(1) && p->u[1] >= T(0) && p->u[1] <= T(1);
+    return empty || pending;
+}
+const rng::ChunkCheckRegistration kDoublePairCheck{RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR,
+                                                   sizeof(PendingPair<double>), valid_pair<double>};
+const rng::ChunkCheckRegistration kSinglePairCheck{RUK_CHUNK_GAUSSIAN_SINGLE_PAIR,
+                                                   sizeof(PendingPair<float>), valid_pair<float>};
 
 template <class T>
 struct BoxMuller {
@@ -96,14 +117,13 @@ struct BoxMuller {
 
     // The pending-pair record of the stream, made empty on first use.
     static int32_t pending_record(RukStream* stream, T*& record) {
-        record = static_cast<T*>(rukSearchChunk(stream, P::kGaussianChunk));
-        if (record) return RUK_OK;
-        record = static_cast<T*>(std::malloc(2 * sizeof(T)));
-        if (!record) return RUK_ERROR_NO_MEMORY;
-        record[0] = record[1] = T(-1);
-        const int32_t status = rukAddChunk(stream, P::kGaussianChunk, record, 2 * sizeof(T));
-        if (status < 0) std::free(record);
-        return status;
+        int32_t status = RUK_OK;
+        bool made = false;
+        auto* pair = stream_cache<PendingPair<T>>(stream, P::kGaussianChunk, &status, &made);
+        if (!pair) return status;
+        if (made) pair->u[0] = pair->u[1] = T(-1);
+        record = pair->u;
+        return RUK_OK;
     }
 
     static int32_t paired(RukStream* stream, int32_t n, T* r, T a, T sigma) {
@@ -166,9 +186,11 @@ using namespace xeb::laws;
 
 int32_t rukdRngGaussian(int32_t method, RukStream* stream, int32_t n, double* r, double a,
                         double sigma) {
+    const xeb::frame::StreamControlWords words;
     return BoxMuller<double>::draw(method, stream, n, r, a, sigma);
 }
 int32_t ruksRngGaussian(int32_t method, RukStream* stream, int32_t n, float* r, float a,
                         float sigma) {
+    const xeb::frame::StreamControlWords words;
     return BoxMuller<float>::draw(method, stream, n, r, a, sigma);
 }

@@ -111,35 +111,45 @@ using namespace xeb::laws;
 
 int32_t rukdRngExponential(int32_t, RukStream* stream, int32_t n, double* r, double a,
                            double beta) {
+    const xeb::frame::StreamControlWords words;
     return exponential(stream, n, r, a, beta);
 }
 int32_t ruksRngExponential(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
+    const xeb::frame::StreamControlWords words;
     return exponential(stream, n, r, a, beta);
 }
 int32_t rukdRngCauchy(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
+    const xeb::frame::StreamControlWords words;
     return cauchy(stream, n, r, a, beta);
 }
 int32_t ruksRngCauchy(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
+    const xeb::frame::StreamControlWords words;
     return cauchy(stream, n, r, a, beta);
 }
 int32_t rukdRngRayleigh(int32_t, RukStream* stream, int32_t n, double* r, double a,
                         double beta) {
+    const xeb::frame::StreamControlWords words;
     return rayleigh(stream, n, r, a, beta);
 }
 int32_t ruksRngRayleigh(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
+    const xeb::frame::StreamControlWords words;
     return rayleigh(stream, n, r, a, beta);
 }
 int32_t rukdRngWeibull(int32_t, RukStream* stream, int32_t n, double* r, double alpha, double a,
                        double beta) {
+    const xeb::frame::StreamControlWords words;
     return weibull(stream, n, r, alpha, a, beta);
 }
 int32_t ruksRngWeibull(int32_t, RukStream* stream, int32_t n, float* r, float alpha, float a,
                        float beta) {
+    const xeb::frame::StreamControlWords words;
     return weibull(stream, n, r, alpha, a, beta);
 }
 int32_t rukdRngGumbel(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
+    const xeb::frame::StreamControlWords words;
     return gumbel(stream, n, r, a, beta);
 }
 int32_t ruksRngGumbel(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
+    const xeb::frame::StreamControlWords words;
     return gumbel(stream, n, r, a, beta);
 }

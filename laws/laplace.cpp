@@ -49,8 +49,10 @@ int32_t laplace(RukStream* stream, int32_t n, T* r, T a, T beta) {
 using namespace xeb::laws;
 
 int32_t rukdRngLaplace(int32_t, RukStream* stream, int32_t n, double* r, double a, double beta) {
+    const xeb::frame::StreamControlWords words;
     return laplace(stream, n, r, a, beta);
 }
 int32_t ruksRngLaplace(int32_t, RukStream* stream, int32_t n, float* r, float a, float beta) {
+    const xeb::frame::StreamControlWords words;
     return laplace(stream, n, r, a, beta);
 }

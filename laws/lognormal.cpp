@@ -31,9 +31,11 @@ using namespace xeb::laws;
 
 int32_t rukdRngLognormal(int32_t, RukStream* stream, int32_t n, double* r, double a,
                          double sigma, double b, double beta) {
+    const xeb::frame::StreamControlWords words;
     return lognormal(stream, n, r, a, sigma, b, beta);
 }
 int32_t ruksRngLognormal(int32_t, RukStream* stream, int32_t n, float* r, float a, float sigma,
                          float b, float beta) {
+    const xeb::frame::StreamControlWords words;
     return lognormal(stream, n, r, a, sigma, b, beta);
 }

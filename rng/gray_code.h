@@ -25,7 +25,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 
 namespace xeb::rng::gray_code {
@@ -227,6 +230,39 @@ struct Generator {
     static int32_t skip_ahead(S& s, int32_t nskip) { return gray_code::skip_ahead<Rule>(s, nskip); }
 };
 
+// x_d(t) from the direction numbers alone: XOR of V[d][i] over the bits i
+// of gray(t).
+inline uint32_t component_at(const uint32_t* v, uint32_t t) {
+    uint32_t x = 0;
+    const uint32_t g = t ^ (t >> 1);
+    for (int i = 0; i < kDirectionBits; ++i)
+        if ((g >> i) & 1) x ^= v[i];
+    return x;
+}
+
+// The check of a loaded state (rng/load_checks.h): a state that seeding
+// and moves of generator G can make.  Either the unusable state of a
+// dimension of 0 or below, as seeding leaves it; or a usable one whose
+// direction numbers are G's own for its dimension (the extra word of each
+// row 0, unused rows 0) and whose current components are x_d(counter).
+template <class G>
+bool valid_state(const unsigned char* bytes) {
+    using S = typename G::State;
+    auto s = std::make_unique<S>();
+    std::memcpy(s.get(), bytes, sizeof(S));
+    auto fresh = std::make_unique<S>();  // zeros, as a new stream block
+    const uint32_t dim = static_cast<uint32_t>(s->dimension);
+    G::seed(*fresh, 1, &dim);
+    if (s->dimension < 1) return std::memcmp(s.get(), fresh.get(), sizeof(S)) == 0;
+    if (!usable(*s) || std::memcmp(s->direction, fresh->direction, sizeof s->direction) != 0)
+        return false;
+    for (int32_t d = 0; d < S::kMaxDimension; ++d) {
+        const bool current = d < s->dimension && (s->leapDim == kAllComponents || d == s->leapDim);
+        if (current && s->point[d] != component_at(s->direction[d], s->counter)) return false;
+    }
+    return true;
+}
+
 // The three kernels over a state record S.
 template <class S>
 int32_t ikernel(RukStream* stream, int32_t n, uint32_t* r) {
@@ -239,6 +275,7 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     // c = (b - a) 2^-32 (the power of two is exact); w c and w c + a each
     // round to 64 bits, the result once more to T.  With a = 0 and b - a a
     // power of two, w c is exact.
+    const frame::StreamControlWords words;
     const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
     const long double lo = a;
     T* p = r;

@@ -16,8 +16,11 @@
 // precision: c is rounded to single, and the product and the sum each
 // round to single.
 #include <cstdint>
+#include <cstring>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
+#include "rng/load_checks.h"
 #include "rng/modular.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
@@ -60,6 +63,16 @@ struct Mcg31m1 {
 
 static_assert(sizeof(Mcg31m1::State) + kStreamHeaderBytes == 24, "MCG31M1 streamSize");
 
+// A state seeding and moves can make: x and the multiplier (a power of a)
+// both in 1 .. M - 1.  A 0 would repeat for ever, and a word of M or more
+// lies outside the field.
+bool valid_state(const unsigned char* bytes) {
+    Mcg31m1::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    return s.x >= 1 && s.x < kMersenne31 && s.multiplier >= 1 && s.multiplier < kMersenne31;
+}
+const StateCheckRegistration kLoadCheck{rukBRngMCG31M1InitStream, valid_state};
+
 // n values x, x a, x a^2, ... scaled as x * c + t, converted to T at the
 // store; x is left at the next value.
 template <class T, class Scale>
@@ -84,8 +97,9 @@ int32_t rukBRngMCG31M1InitStream(int32_t method, RukStream* stream, int32_t n,
 }
 
 int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, double b) {
-    // c in double; each result x c + a in the x87 at its present precision,
+    // c in double; each result x c + a in the x87 at 64-bit precision,
     // rounded once at the store.
+    const xeb::frame::StreamControlWords words;
     const double c = static_cast<double>((static_cast<long double>(b) - a) * kInverseModulus);
     const long double ca = c, aa = a;
     // x is below 2^31: the top-bit term of the word conversion is always 0.
@@ -96,6 +110,7 @@ int32_t rukdBRngMCG31M1(RukStream* stream, int32_t n, double* r, double a, doubl
 }
 
 int32_t ruksBRngMCG31M1(RukStream* stream, int32_t n, float* r, float a, float b) {
+    const xeb::frame::StreamControlWords words;
     // float(b - a) times the double 1/M is exact in the 64-bit significand
     // (24 + 31 bits), so c is that product correctly rounded to single.
     const float width = b - a;

@@ -35,8 +35,10 @@
 // slots k - n .. k - n + width and k - (n - m) .. k - (n - m) + width - 1,
 // all written before it as long as the width is at most n - m.
 //
-// Conversion.  Double: word * c + a with c = (b - a) 2^-32 in the 64-bit
-// significand; on (0, 1) that is word / 2^32 exactly (0 included, 1 not).
+// Conversion, under the fixed control words of the stream kernels whatever
+// the thread's mode.  Double: word * c + a with c = (b - a) 2^-32 in the
+// 64-bit significand; on (0, 1) that is word / 2^32 exactly (0 included,
+// 1 not).
 // Single: c = (b - a) 2^-32 rounded to double, word * c + a in the 64-bit
 // significand, rounded to float at the store (on (0, 1) results may round
 // up to 1.0f).
@@ -46,6 +48,7 @@
 #include <cstring>
 #include <utility>
 
+#include "frame/kernel_frame.h"
 #include "rng/generator.h"
 
 namespace xeb::rng {
@@ -246,6 +249,7 @@ struct MersenneTwister {
     }
 
     static int32_t doubles(RukStream* stream, int32_t count, double* r, double a, double b) {
+        const frame::StreamControlWords words;
         // Slot: the 64-bit integer whose low half is the word.
         const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
         const long double aa = a;
@@ -256,6 +260,7 @@ struct MersenneTwister {
     }
 
     static int32_t singles(RukStream* stream, int32_t count, float* r, float a, float b) {
+        const frame::StreamControlWords words;
         const long double c = static_cast<double>((static_cast<long double>(b) - a) * 0x1p-32L);
         const long double aa = a;
         fill_converted<uint32_t>(stream, count, r, [c, aa](uint32_t w) {

@@ -3,7 +3,9 @@
 // 15, 0xEFC60000, 18)), seeded from a key array.  The recurrence, the
 // three-pass kernels and the seeding are those of rng/mersenne_twister.h.
 #include <cstdint>
+#include <cstring>
 
+#include "rng/load_checks.h"
 #include "rng/mersenne_twister.h"
 #include "xebruk/rng_generators.h"
 
@@ -40,6 +42,14 @@ struct Mt19937 {
 static_assert(sizeof(Mt19937::State) + kStreamHeaderBytes == 2520, "MT19937 streamSize");
 
 using Engine = MersenneTwister<Mt19937>;
+
+// A loaded state must be one the kernels can go on from.
+bool valid_state(const unsigned char* bytes) {
+    Mt19937::State s;
+    std::memcpy(&s, bytes, sizeof s);
+    return Engine::can_continue(s);
+}
+const StateCheckRegistration kLoadCheck{rukBRngMT19937InitStream, valid_state};
 
 }  // namespace
 }  // namespace xeb::rng

@@ -24,6 +24,7 @@
 #include <cstdint>
 
 #include "rng/gray_code.h"
+#include "rng/load_checks.h"
 #include "rng/niederreiter.h"
 #include "xebruk/rng_generators.h"
 
@@ -52,6 +53,7 @@ struct Niederr : gray_code::Generator<NiederrState, gray_code::SkipRule::kFallsB
 };
 
 static_assert(sizeof(NiederrState) + kStreamHeaderBytes == 43280, "Niederr streamSize");
+const StateCheckRegistration kLoadCheck{rukBRngNiederrInitStream, gray_code::valid_state<Niederr>};
 
 }  // namespace
 

@@ -15,11 +15,17 @@
 //
 // Both operations run their steps around one status word; the first
 // failure stops the work, and a failed fclose overrides everything.
+//
+// A load trusts nothing the header does not fix: the state must pass its
+// generator's check and every chunk of a law's identifier must have that
+// law's size and pass its check (rng/load_checks.h); what fails is a bad
+// stream file.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "rng/load_checks.h"
 #include "rng/registry.h"
 #include "rng/stream.h"
 
@@ -113,8 +119,9 @@ int32_t read_chunk(std::FILE* f, RukStream* stream) {
     if (left >= 0 && size > static_cast<unsigned long>(left)) return RUK_ERROR_READ_FAILED;
     void* data = std::malloc(size);
     if (!data) return RUK_ERROR_NO_MEMORY;
-    int32_t status = read_item(f, data, size) ? rukAddChunk(stream, id, data, size)
+    int32_t status = read_item(f, data, size) ? check_loaded_chunk(id, data, size)
                                               : RUK_ERROR_READ_FAILED;
+    if (status >= 0) status = rukAddChunk(stream, id, data, size);
     if (status < 0) std::free(data);
     return status;
 }
@@ -130,6 +137,8 @@ int32_t read_stream(std::FILE* f, RukStream** streamOut) {
     status = rukAllocateStream(streamOut, table, id, row, sub);
     if (status < 0) return status;
     if (!read_item(f, state_bytes(*streamOut), header.state_size())) return RUK_ERROR_READ_FAILED;
+    status = check_loaded_state(table[row], state_bytes(*streamOut));
+    if (status < 0) return status;
     for (uint16_t i = 0; i < header.chunk_count(); ++i) {
         status = read_chunk(f, *streamOut);
         if (status < 0) return status;

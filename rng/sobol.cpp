@@ -18,6 +18,7 @@
 #include <cstdint>
 
 #include "rng/gray_code.h"
+#include "rng/load_checks.h"
 #include "rng/sobol.h"
 #include "xebruk/rng_generators.h"
 
@@ -52,6 +53,7 @@ struct Sobol : gray_code::Generator<SobolState, gray_code::SkipRule::kAfterParti
 };
 
 static_assert(sizeof(SobolState) + kStreamHeaderBytes == 5472, "SOBOL streamSize");
+const StateCheckRegistration kLoadCheck{rukBRngSobolInitStream, gray_code::valid_state<Sobol>};
 
 }  // namespace
 

@@ -18,15 +18,34 @@ std::size_t stream_block_bytes(const RukBrngEntry& row) {
     return std::max({own, counted, kStreamHeaderBytes});
 }
 
+namespace {
+
+// A chunk node with the count of references to it (stream heads and next
+// fields).  The public record comes first, so a node's address is the
+// block's.
+struct CountedChunk {
+    RukStreamChunk node;
+    uint32_t references;
+};
+
+CountedChunk* counted(RukStreamChunk* node) { return reinterpret_cast<CountedChunk*>(node); }
+
+}  // namespace
+
 void drop_chunks(RukStream* stream) {
     RukStreamChunk* node = chunk_head(stream);
-    while (node) {
+    // Each freed node gives up its reference to the next one.
+    while (node && --counted(node)->references == 0) {
         RukStreamChunk* next = node->next;
         std::free(node->data);
-        std::free(node);
+        std::free(counted(node));
         node = next;
     }
     stream->chunkHead = 0;
+}
+
+void share_chunks(const RukStream* stream) {
+    if (RukStreamChunk* head = chunk_head(stream)) ++counted(head)->references;
 }
 
 namespace {
@@ -85,6 +104,7 @@ int32_t rukCopyStream(RukStream** streamOut, const RukStream* source) {
     if (status < 0) return status;
     // Header included: the copy shares the source's chunk list.
     std::memcpy(*streamOut, source, stream_block_bytes(table[row]));
+    share_chunks(source);
     return RUK_OK;
 }
 
@@ -123,8 +143,12 @@ int32_t rukSkipAheadStream(RukStream* stream, int32_t nskip) {
 int32_t rukGetStreamStateBrng(const RukStream* stream) { return stream->brngId; }
 
 int32_t rukAddChunk(RukStream* stream, int32_t id, void* data, uint32_t size) {
-    auto* node = static_cast<RukStreamChunk*>(std::malloc(sizeof(RukStreamChunk)));
-    if (!node) return RUK_ERROR_NO_MEMORY;  // data stays with the caller
+    auto* block = static_cast<CountedChunk*>(std::malloc(sizeof(CountedChunk)));
+    if (!block) return RUK_ERROR_NO_MEMORY;  // data stays with the caller
+    // The head's reference passes to the new node's next; the head refers
+    // to the new node.
+    block->references = 1;
+    RukStreamChunk* node = &block->node;
     node->id = id;
     node->size = size;
     node->data = data;

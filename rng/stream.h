@@ -11,6 +11,15 @@
 // Chunks.  chunkHead holds the address of the newest chunk (sign-extended
 // where addresses are 32 bits); each node's next leads to the older ones.
 // add_chunk puts a node in front, search walks from the newest.
+//
+// Shared chunks.  rukCopyStream gives the copy the source's list itself, so
+// that both streams see (and change) the same records, and a chunk added to
+// either later is its own.  The lists are persistent: a node is reached from
+// one or more stream heads and from at most one newer node of each list
+// that grew in front of it.  Each node counts those references; deleting a
+// stream drops one reference to its head and frees nodes only while their
+// count falls to zero, so deleting both of two streams that share chunks
+// frees each node once.
 #pragma once
 
 #include <cstddef>
@@ -47,7 +56,11 @@ inline void set_chunk_head(RukStream* stream, RukStreamChunk* node) {
         static_cast<uint64_t>(static_cast<int64_t>(reinterpret_cast<intptr_t>(node)));
 }
 
-// Frees every chunk and its data; the list is empty afterwards.
+// Gives up the stream's reference to its list: frees the chunks (and their
+// data) that no other stream reaches.  The list is empty afterwards.
 void drop_chunks(RukStream* stream);
+
+// Adds a reference to the stream's list, for a copy that shares it.
+void share_chunks(const RukStream* stream);
 
 }  // namespace xeb::rng

@@ -15,6 +15,7 @@ file(WRITE ${WORK}/a.txt "1 2\n3 4\n")
 file(WRITE ${WORK}/b.txt "1 1\n1 1\n")
 file(WRITE ${WORK}/bad.txt "1 2\nthree\n")
 file(WRITE ${WORK}/fake.npy "1 2 3\n")
+file(WRITE ${WORK}/ragged.txt "1 2 3\n4 5\n")
 
 # z[k] = sum_i x[i] y[k - i], k = 0 .. 5; correlation at lags -2 .. 3.
 set(conv_full "^1\n12\n123\n1230\n2300\n3000\n$")
@@ -40,6 +41,8 @@ run(write_npy 0 "^$" "^$" "" conv x.txt y.txt -o r.npy)
 run(read_npy 0 "${conv_full}" "^$" "" conv r.npy one.txt)
 run(write_raw 0 "^$" "^$" "" conv x.txt y.txt --double -o r.f64)
 run(read_raw 0 "${conv_full}" "^$" "" conv r.f64 one.txt --double)
+# .f64 says float64: read as such without --double (it was read as float32).
+run(read_raw_f64 0 "${conv_full}" "^$" "" conv r.f64 one.txt)
 run(write_npy_2d 0 "^$" "^$" "" conv a.txt b.txt -o r2.npy --double)
 run(read_npy_2d 0 "^1 3 2\n4 10 6\n3 7 4\n$" "^$" "" conv r2.npy one.txt --y-shape 1,1)
 file(READ ${WORK}/r2.npy dict OFFSET 10 LIMIT 60)
@@ -48,6 +51,20 @@ if(NOT dict MATCHES "^{'descr': '<f8', 'fortran_order': False, 'shape': \\(3, 3\
 endif()
 
 # Bad input.
+run(ragged_rows 1 "^$" "ragged.txt, line 2: 2 numbers, but 3 on the first line" "" conv ragged.txt y.txt)
+# A full disk: a message and exit 1 (it was exit 0 with nothing written),
+# and no file left behind by a failed run.
+run(full_disk 1 "^$" "cannot write '/dev/full': No space left on device" "" conv x.txt y.txt -o /dev/full)
+run(no_partial_file 1 "^$" "ragged.txt" "" conv ragged.txt y.txt -o partial.npy)
+if(EXISTS ${WORK}/partial.npy)
+  message(SEND_ERROR "a failed run left partial.npy")
+endif()
+file(GLOB temporaries ${WORK}/*.tmp*)
+if(temporaries)
+  message(SEND_ERROR "temporary files left: ${temporaries}")
+endif()
+run(help_option 0 "^usage: xebruk conv" "^$" "" conv --help)
+run(help_command 0 "^usage: xebruk conv" "^$" "" help conv)
 run(shape_mismatch 1 "^$" "x has 2 dimension\\(s\\) and y 1" "" conv a.txt y.txt)
 run(missing_file 1 "^$" "cannot open 'none.txt'" "" conv none.txt y.txt)
 run(bad_number 1 "^$" "line 2: 'three' is not a number" "" conv bad.txt y.txt)

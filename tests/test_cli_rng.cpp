@@ -180,11 +180,23 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
         {"--gen mt19937 --dim 2", "--dim is for quasi-random generators"},
         {"--gen niederr --dim 0", "--dim wants a dimension"},
         {"--gen sobol --dim 41", "sobol has dimensions 1 to 40, not 41"},
+        // A full disk was exit 0 with nothing written.
+        {"--n 5 --out /dev/full", "cannot write '/dev/full': No space left on device"},
+        {"--n 5 > /dev/full", "cannot write 'standard output': No space left on device"},
     };
     for (const auto& [args, message] : cases) {
         const CliResult r = run_cli(args);
         EXPECT_NE(r.exit_code, 0) << args;
         EXPECT_NE(r.err.find(message), std::string::npos) << args << ": " << r.err;
+    }
+}
+
+TEST(CliRng, HelpPrintsTheUsage) {
+    for (const char* command : {" rng --help", " help rng", " rng --law gaussian -h"}) {
+        const std::string out = temp_path("help.txt");
+        const int status = std::system((std::string(XEBRUK_CLI_PATH) + command + " > " + out).c_str());
+        EXPECT_EQ(WEXITSTATUS(status), 0) << command;
+        EXPECT_EQ(take(out).rfind("usage: xebruk rng", 0), 0u) << command;
     }
 }
 

@@ -64,14 +64,31 @@ TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
     EXPECT_EQ(xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet").out, "1\n1132489760\n826537482\n");
 }
 
-TEST(CliRngDiscrete, ParametersOutsideTheLawAreRefused) {
-    for (const char* args : {"--law binomial --params 10,1.5", "--law binomial --params -1,0.5",
-                             "--law binomial --params 2.5,0.5", "--law geometric --params -0.1",
-                             "--law bernoulli --params 2", "--law uniform_int --params 5,5",
-                             "--law uniform_int --params 0,3e9"}) {
+// Parameters outside a law are refused before anything is drawn, naming
+// the parameter (before, geometric p = 0 printed -1 for every value and a
+// negative scale printed numbers).
+TEST(CliRngDiscrete, ParametersOutsideTheLawAreNamed) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"--law binomial --params 10,1.5", "binomial: p must lie in [0, 1]"},
+        {"--law binomial --params -1,0.5", "trials must be a whole number from 0"},
+        {"--law binomial --params 2.5,0.5", "trials must be a whole number from 0"},
+        {"--law geometric --params 0", "p must be above 0 and at most 1"},
+        {"--law geometric --params -0.1", "p must be above 0 and at most 1"},
+        {"--law bernoulli --params 2", "p must lie in [0, 1]"},
+        {"--law uniform_int --params 5,5", "a must be below b"},
+        {"--law uniform_int --params 0,3e9", "b must be a whole number"},
+        {"--law gaussian --params 0,-1", "gaussian: sigma must be above 0"},
+        {"--law exponential --params 0,-2", "exponential: beta must be above 0"},
+        {"--law weibull --params 0,0,1", "weibull: alpha must be above 0"},
+        {"--law lognormal --params 0,1,0,-1", "lognormal: beta must be above 0"},
+        {"--law uniform --params 2,1", "uniform: a must be below b"},
+        {"--law uniform --params 0,inf", "b must be a finite number"},
+        {"--law cauchy --params 0,1e39 --precision single", "beta must be a finite single-precision number"},
+    };
+    for (const auto& [args, message] : cases) {
         const Outcome r = xebruk_rng(std::string(args) + " --n 3");
-        EXPECT_EQ(r.exit_code, 1) << args;
-        EXPECT_NE(r.err.find("status -3"), std::string::npos) << args << ": " << r.err;
+        EXPECT_EQ(r.exit_code, 2) << args;
+        EXPECT_NE(r.err.find(message), std::string::npos) << args << ": " << r.err;
         EXPECT_EQ(r.out, "") << args;
     }
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -411,6 +412,20 @@ TEST(GaussianPaired, LognormalSharesThePairAndIgnoresItsMethod) {
     EXPECT_EQ(0, std::memcmp(x0, x1, sizeof x0));
     rukdRngGaussian(1, g.get(), 6, gs, 0.5, 0.25);
     for (int i = 0; i < 6; ++i) EXPECT_NEAR(x0[i], 1 + 2 * std::exp(gs[i]), 1e-13) << i;
+}
+
+TEST(GaussianPaired, ARecordTooShortIsPassedOver) {
+    // A pending-pair chunk of 1 byte (a caller's, or a file's before the
+    // load refused it) is not read: a full record goes in front of it.
+    StreamHandle h, fresh;
+    new_mt(h, 8);
+    new_mt(fresh, 8);
+    ASSERT_EQ(rukAddChunk(h.get(), RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, std::calloc(1, 1), 1), RUK_OK);
+    double d[3], want[3];
+    ASSERT_EQ(rukdRngGaussian(1, h.get(), 3, d, 0, 1), RUK_OK);
+    ASSERT_EQ(rukdRngGaussian(1, fresh.get(), 3, want, 0, 1), RUK_OK);
+    EXPECT_EQ(0, std::memcmp(d, want, sizeof d));
+    EXPECT_EQ(rukGetNumChunks(h.get()), 2);
 }
 
 TEST(GaussianPaired, EmptyCountsAndUnknownMethods) {

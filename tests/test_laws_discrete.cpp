@@ -364,6 +364,13 @@ TEST(Binomial, DegenerateArguments) {
     EXPECT_EQ(rukiRngBinomial(0, s.get(), 10, r.data(), 0, inf), RUK_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(rukiRngBinomial(0, s.get(), 10, r.data(), -100, inf), RUK_ERROR_BAD_ARGUMENT);
     EXPECT_TRUE(script.calls.empty());
+    // A stream whose pairs never fall under the hat (right tail past the
+    // trials, for ever) is given up after 10,000 trials for one result.
+    reset_script({0.999999, 1e-300});
+    EXPECT_EQ(rukiRngBinomial(0, s.get(), 256, r.data(), 100, 0.3), RUK_ERROR_BAD_ARGUMENT);
+    int64_t drawn = 0;
+    for (int32_t c : script.calls) drawn += c;
+    EXPECT_EQ(drawn, (2 * 10000 + 511) / 512 * 512);  // in blocks of 512
 }
 
 TEST(Binomial, ResultsDoNotDependOnHowTheCountIsSplit) {
@@ -454,7 +461,7 @@ TEST(Binomial, SetUpIsKeptOnTheStream) {
         ASSERT_EQ(rukCopyStream(&shared, h.get()), RUK_OK);
         ASSERT_EQ(rukCopyStreamState(shared, moved.get()), static_cast<int32_t>(RUK_BRNG_MT19937));
         ASSERT_EQ(rukiRngBinomial(0, shared, 1000, got.data(), c.trials, c.p), RUK_OK);
-        std::free(shared);  // the chunks stay with h
+        rukDeleteStream(&shared);  // the shared chunks stay with h
         EXPECT_EQ(got, want) << c.trials << ", " << c.p;
         EXPECT_EQ(rukGetNumChunks(h.get()), 1);
         EXPECT_EQ(binomial_record(h), record);

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <initializer_list>
@@ -104,9 +105,9 @@ TEST_F(StreamFile, RoundTripContinuesTheSequence) {
     ASSERT_EQ(rukLeapfrogStream(h.get(), 1, 3), RUK_OK);  // the multiplier travels too
     std::vector<double> before(37);
     rukdBRngMCG31M1(h.get(), 37, before.data(), 0.0, 1.0);
-    const double pending[2] = {0.25, -1.5};
+    const double pending[2] = {0.25, 0.75};
     ASSERT_EQ(rukAddChunk(h.get(), 2, malloc_copy(pending, sizeof pending), sizeof pending), RUK_OK);
-    ASSERT_EQ(rukAddChunk(h.get(), 7, malloc_copy(&seed, 4), 4), RUK_OK);
+    ASSERT_EQ(rukAddChunk(h.get(), 100, malloc_copy(&seed, 4), 4), RUK_OK);  // no law's id
 
     const std::string p = path("roundtrip");
     ASSERT_EQ(rukSaveStreamF(h.get(), p.c_str(), -1), RUK_OK);
@@ -117,7 +118,7 @@ TEST_F(StreamFile, RoundTripContinuesTheSequence) {
     EXPECT_EQ(rukGetNumChunks(back.get()), 2);
     ASSERT_NE(rukSearchChunk(back.get(), 2), nullptr);
     EXPECT_EQ(0, std::memcmp(rukSearchChunk(back.get(), 2), pending, sizeof pending));
-    EXPECT_EQ(*static_cast<uint32_t*>(rukSearchChunk(back.get(), 7)), seed);
+    EXPECT_EQ(*static_cast<uint32_t*>(rukSearchChunk(back.get(), 100)), seed);
 
     // The loaded stream goes on with elements 1, 4, 7, ... of the parent.
     std::vector<uint32_t> b(1000);
@@ -172,17 +173,134 @@ TEST_F(StreamFile, WhatTheLoadChecksAndIgnores) {
     // Failures after the stream was made: it is deleted again.
     EXPECT_EQ(load_fails(Bytes(good.begin(), good.end() - 1)), RUK_ERROR_READ_FAILED);
     Bytes chunked = mcg_file(12, 1132489760, 2);
-    put32(chunked, {3, 8, 1, 2});  // the first chunk whole
+    put32(chunked, {100, 8, 1, 2});  // the first chunk whole
     EXPECT_EQ(load_fails(chunked), RUK_ERROR_READ_FAILED);  // the second one is missing
-    put32(chunked, {4, 6, 9});  // 4 of 6 bytes
+    put32(chunked, {101, 6, 9});  // 4 of 6 bytes
     EXPECT_EQ(load_fails(chunked), RUK_ERROR_READ_FAILED);
     Bytes huge = mcg_file(12, 1132489760, 1);
-    put32(huge, {3, 0xFFFFFFF0u, 1});
+    put32(huge, {100, 0xFFFFFFF0u, 1});
     EXPECT_EQ(load_fails(huge), RUK_ERROR_READ_FAILED);
     Bytes torn = mcg_file(12, 1132489760, 1);
-    put32(torn, {3});
+    put32(torn, {100});
     torn.push_back(1);  // half a size field
     EXPECT_EQ(load_fails(torn), RUK_ERROR_READ_FAILED);
+}
+
+// The bytes of a stream file that the library wrote.
+Bytes saved(RukStream* stream, const std::string& p) {
+    EXPECT_EQ(rukSaveStreamF(stream, p.c_str(), -1), RUK_OK);
+    return read_file(p);
+}
+
+template <class T>
+void put_at(Bytes& b, std::size_t at, T v) {
+    std::memcpy(&b[at], &v, sizeof v);
+}
+
+// A file passes the header's tests but holds what draws could not use: a
+// generator state outside the generator's invariants, or a chunk of a
+// law's identifier with the wrong size or contents.  Before these checks
+// each loaded with status 0, and draws afterwards read past a chunk
+// (Gaussian pair of 1 byte) or never returned (Binomial on MCG31M1 x = 0).
+TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
+    constexpr uint32_t a = 1132489760;
+    const std::string p = path("source");
+    auto with_chunk = [&](int32_t id, std::vector<double> data, uint32_t size) {
+        Bytes b = mcg_file(12, a, 1);
+        put32(b, {static_cast<uint32_t>(id), size});
+        data.resize((size + 7) / 8);
+        const auto* bytes = reinterpret_cast<const unsigned char*>(data.data());
+        b.insert(b.end(), bytes, bytes + size);
+        return b;
+    };
+    auto stream_file = [&](int32_t id, uint32_t seed, auto edit) {
+        StreamHandle h;
+        EXPECT_EQ(rukNewStreamEx(h.out(), id, 1, &seed), RUK_OK);
+        uint32_t r[7];
+        rukiRngUniformBits(0, h.get(), 7, r);  // mid-vector for the quasi generators
+        Bytes b = saved(h.get(), p);
+        edit(b);
+        return b;
+    };
+    // Offsets in the file: the state starts at 20.  MT19937: 624 words,
+    // then the position.  Gray-code states: counter, dimension, leapDim,
+    // remaining, point[max], direction[max][33].
+    constexpr std::size_t kMtIndex = 20 + 4 * 624, kSobolDirections = 36 + 4 * 40,
+                          kNiederrDirections = 36 + 4 * 318;
+    const struct {
+        const char* what;
+        Bytes file;
+    } cases[] = {
+        {"MCG31M1 x = 0", mcg_file(0, a, 0)},
+        {"MCG31M1 x = 2^31 - 1", mcg_file(0x7FFFFFFF, a, 0)},
+        {"MCG31M1 multiplier 0xFFFFFFFF", mcg_file(12, 0xFFFFFFFF, 0)},
+        {"MCG31M1 multiplier 0", mcg_file(12, 0, 0)},
+        {"MT19937 position 625", stream_file(RUK_BRNG_MT19937, 5, [&](Bytes& b) { put_at<int32_t>(b, kMtIndex, 625); })},
+        {"MT19937 zero generation", stream_file(RUK_BRNG_MT19937, 5, [&](Bytes& b) {
+             std::fill(b.begin() + 20, b.begin() + kMtIndex, 0);
+             b[20 + 3] = 0x7F;  // low bits of word 0 do not count
+         })},
+        {"SOBOL direction word", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { b[kSobolDirections + 4 * 33 + 8] ^= 1; })},
+        {"SOBOL unused row word", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { b[kSobolDirections + 4 * 32] = 1; })},
+        {"SOBOL current point", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { b[36 + 4] ^= 0x80; })},
+        {"SOBOL component 3 of 3", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { put_at<int32_t>(b, 28, 3); })},
+        {"SOBOL dimension 41", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { put_at<int32_t>(b, 24, 41); })},
+        {"SOBOL dimension 0 with a counter", stream_file(RUK_BRNG_SOBOL, 0, [&](Bytes& b) { put_at<uint32_t>(b, 20, 9); })},
+        {"Niederr direction word", stream_file(RUK_BRNG_NIEDERR, 300, [&](Bytes& b) { b[kNiederrDirections + 4 * 33 * 299] ^= 4; })},
+        {"Gaussian double pair of 1 byte", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {}, 1)},
+        {"Gaussian single pair of 16 bytes", with_chunk(RUK_CHUNK_GAUSSIAN_SINGLE_PAIR, {}, 16)},
+        {"Gaussian pair outside [0, 1]", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {0.5, 1.5}, 16)},
+        {"Gaussian pair half empty", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {-1.0, 0.5}, 16)},
+        {"Binomial set-up of 16 bytes", with_chunk(RUK_CHUNK_BINOMIAL, {100, 0.3}, 16)},
+        {"Binomial key p = 1.5", with_chunk(RUK_CHUNK_BINOMIAL, {100, 1.5}, 680)},
+        {"Binomial key trials 2.5", with_chunk(RUK_CHUNK_BINOMIAL, {2.5, 0.3}, 680)},
+        {"Binomial key trials 2^31", with_chunk(RUK_CHUNK_BINOMIAL, {2147483648.0, 0.3}, 680)},
+        {"fresh Binomial key, table not", with_chunk(RUK_CHUNK_BINOMIAL, {0, 0, 1e300}, 680)},
+    };
+    for (const auto& c : cases) EXPECT_EQ(load_fails(c.file), RUK_ERROR_BAD_STREAM_FILE) << c.what;
+}
+
+// What the checks accept: every generator's states after seeding, draws
+// and moves, and a Binomial set-up whose table is rebuilt from its key, so
+// that a table spoilt in the file changes nothing.
+TEST_F(StreamFile, StatesOfEveryGeneratorAndRebuiltSetUpsLoad) {
+    const std::string p = path("good");
+    const struct {
+        int32_t id;
+        uint32_t seed;
+        int32_t leap;  // component or index for a leapfrog, -1 for none
+    } cases[] = {{RUK_BRNG_MCG31M1, 3, 1},  {RUK_BRNG_MT19937, 3, -1}, {RUK_BRNG_SOBOL, 5, 2},
+                 {RUK_BRNG_SOBOL, 0, -1},   {RUK_BRNG_NIEDERR, 318, 100}, {RUK_BRNG_NIEDERR, 7, -1}};
+    for (const auto& c : cases) {
+        StreamHandle h, back;
+        ASSERT_EQ(rukNewStreamEx(h.out(), c.id, 1, &c.seed), RUK_OK);
+        uint32_t r[700] = {}, s[700] = {};
+        rukiRngUniformBits(0, h.get(), 13, r);
+        if (c.leap >= 0) {
+            ASSERT_EQ(rukLeapfrogStream(h.get(), c.leap, c.id == RUK_BRNG_MCG31M1 ? 5 : 0x7FFFFFFF), RUK_OK);
+        }
+        if (c.id != RUK_BRNG_MT19937 && c.seed != 0) {
+            ASSERT_EQ(rukSkipAheadStream(h.get(), 1001), RUK_OK);
+        }
+        saved(h.get(), p);
+        ASSERT_EQ(rukLoadStreamF(back.out(), p.c_str()), RUK_OK) << c.id << " " << c.seed;
+        rukiRngUniformBits(0, h.get(), 700, r);
+        rukiRngUniformBits(0, back.get(), 700, s);
+        EXPECT_EQ(0, std::memcmp(r, s, sizeof r)) << c.id;
+    }
+
+    StreamHandle h, back;
+    const uint32_t seed = 9;
+    ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+    int32_t r[500], s[500];
+    ASSERT_EQ(rukiRngBinomial(0, h.get(), 10, r, 400, 0.2), RUK_OK);
+    Bytes b = saved(h.get(), p);
+    for (std::size_t i = b.size() - 680 + 16; i < b.size(); ++i) b[i] = 0xA5;  // the table, not the key
+    write_file(p, b);
+    ASSERT_EQ(rukLoadStreamF(back.out(), p.c_str()), RUK_OK);
+    ASSERT_EQ(rukiRngBinomial(0, h.get(), 500, r, 400, 0.2), RUK_OK);
+    ASSERT_EQ(rukiRngBinomial(0, back.get(), 500, s, 400, 0.2), RUK_OK);
+    EXPECT_EQ(0, std::memcmp(r, s, sizeof r));
 }
 
 TEST_F(StreamFile, RegisteredGeneratorLoadsOnceRegistered) {
