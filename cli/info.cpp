@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "catalogue.h"
+#include "catalogue/vector_kernels.h"
 #include "commands.h"
 #include "xebruk/xebruk.h"
 
@@ -66,8 +66,13 @@ int info(const Args& args) {
     std::printf("cpu features:%s\n", cpu_features().c_str());
     const unsigned mode = xebGetMode();
     std::printf("mode word of this thread: 0x%04X  (%s)\n", mode, describe_mode(mode).c_str());
-    std::printf("vector kernels (%zu):\n", catalogue().size());
-    for (const KernelEntry& k : catalogue()) std::printf("  %-14s %s\n", k.exported, k.short_name);
+    const auto& kernels = xeb::catalogue::vector_kernels();
+    std::printf("vector kernels (%zu; a lower form may forward to another kernel):\n", kernels.size());
+    for (const xeb::catalogue::VectorKernel& k : kernels) {
+        const xeb::catalogue::VectorKernel* target = xeb::catalogue::forward_target(k);
+        if (target) std::printf("  %-16s %-12s -> %s\n", k.name.c_str(), k.short_name().c_str(), target->name.c_str());
+        else std::printf("  %-16s %s\n", k.name.c_str(), k.short_name().c_str());
+    }
     return 0;
 }
 

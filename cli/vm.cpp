@@ -17,13 +17,16 @@
 #include <string>
 #include <vector>
 
-#include "catalogue.h"
+#include "catalogue/vector_kernels.h"
 #include "commands.h"
 #include "xebruk/xebruk.h"
 
 namespace cli {
 
 namespace {
+
+using xeb::catalogue::Shape;
+using xeb::catalogue::VectorKernel;
 
 const char* const kUsage =
     "usage: xebruk vm <kernel> [options] [file]\n"
@@ -138,10 +141,9 @@ std::string parse_options(const Args& args, Options& o) {
     return "";
 }
 
-const KernelEntry* lookup(const Options& o) {
-    for (const KernelEntry& k : catalogue())
-        if (o.kernel == k.exported) return &k;
-    return find_kernel(o.kernel, o.precision);
+const VectorKernel* lookup(const Options& o) {
+    const VectorKernel* k = xeb::catalogue::find_kernel(o.kernel);
+    return k != nullptr ? k : xeb::catalogue::find_short(o.kernel, o.precision);
 }
 
 int32_t show_event(XebErrorRecord* r) {
@@ -192,45 +194,30 @@ T narrow(double v) {
 
 template <class T>
 struct Call {
-    const KernelEntry& k;
+    const VectorKernel& k;
     std::vector<T> a, b, y, z;
 
     void run() {
-        const int n = static_cast<int>(a.size());
         y.assign(a.size(), T(0));
         z.assign(a.size(), T(0));
-        if constexpr (sizeof(T) == 8) {
-            switch (k.shape) {
-            case Shape::Unary: k.d_unary(n, a.data(), y.data()); break;
-            case Shape::Binary: k.d_binary(n, a.data(), b.data(), y.data()); break;
-            case Shape::ScalarBinary: k.d_scalar(n, a.data(), b.empty() ? 0 : b[0], y.data()); break;
-            case Shape::TwoOutputs: k.d_two(n, a.data(), y.data(), z.data()); break;
-            }
-        } else {
-            switch (k.shape) {
-            case Shape::Unary: k.s_unary(n, a.data(), y.data()); break;
-            case Shape::Binary: k.s_binary(n, a.data(), b.data(), y.data()); break;
-            case Shape::ScalarBinary: k.s_scalar(n, a.data(), b.empty() ? 0 : b[0], y.data()); break;
-            case Shape::TwoOutputs: k.s_two(n, a.data(), y.data(), z.data()); break;
-            }
-        }
+        k.run<T>(static_cast<int>(a.size()), a.data(), b.data(), y.data(), z.data());
     }
 };
 
 template <class T>
-int run_kernel(const KernelEntry& k, const Options& o, const std::vector<double>& numbers) {
+int run_kernel(const VectorKernel& k, const Options& o, const std::vector<double>& numbers) {
     Call<T> c{k, {}, {}, {}, {}};
-    if (k.shape == Shape::Binary && !o.have_range) {
+    if (k.shape == Shape::TwoInputs && !o.have_range) {
         if (numbers.size() % 2 != 0)
-            return usage_error("vm: " + std::string(k.exported) + " takes its arguments in pairs (a b)");
+            return usage_error("vm: " + k.name + " takes its arguments in pairs (a b)");
         for (std::size_t i = 0; i < numbers.size(); i += 2) {
             c.a.push_back(narrow<T>(numbers[i]));
             c.b.push_back(narrow<T>(numbers[i + 1]));
         }
     } else {
         for (double v : numbers) c.a.push_back(narrow<T>(v));
-        if (k.shape == Shape::Binary) c.b.assign(c.a.size(), narrow<T>(o.b));
-        if (k.shape == Shape::ScalarBinary) c.b.assign(1, narrow<T>(o.b));
+        if (k.shape == Shape::TwoInputs) c.b.assign(c.a.size(), narrow<T>(o.b));
+        if (k.shape == Shape::ScalarArgument) c.b.assign(1, narrow<T>(o.b));
     }
     if (c.a.size() > 0x7FFFFFFF) return usage_error("vm: too many arguments for one call");
 
@@ -264,14 +251,14 @@ int vm(const Args& args) {
     Options o;
     const std::string problem = parse_options(args, o);
     if (!problem.empty()) return usage_error("vm: " + problem + "\n" + kUsage);
-    const KernelEntry* k = lookup(o);
+    const VectorKernel* k = lookup(o);
     if (k == nullptr)
         return usage_error("vm: no " + std::string(o.precision == 'd' ? "double" : "single") +
                            " kernel named '" + o.kernel + "' (try 'xebruk info')");
-    if (k->shape == Shape::ScalarBinary && !o.have_b)
-        return usage_error("vm: " + std::string(k->exported) + " needs its scalar: --b VALUE");
-    if (k->shape == Shape::Binary && o.have_range && !o.have_b)
-        return usage_error("vm: with --range, " + std::string(k->exported) + " needs --b VALUE");
+    if (k->shape == Shape::ScalarArgument && !o.have_b)
+        return usage_error("vm: " + k->name + " needs its scalar: --b VALUE");
+    if (k->shape == Shape::TwoInputs && o.have_range && !o.have_b)
+        return usage_error("vm: with --range, " + k->name + " needs --b VALUE");
 
     std::vector<double> numbers;
     if (o.have_range) {

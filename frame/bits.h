@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/fpu.h"
+
 namespace xeb {
 
 inline uint64_t bits(double x) {
@@ -35,10 +37,6 @@ inline bool is_zero(float x) { return (bits(x) << 1) == 0; }
 
 // Bits of x rounded to a 32-bit float by the x87 store (no C++ conversion,
 // which would be undefined for values beyond the float range).
-inline uint32_t x87_float_image(long double x) {
-    float f;
-    asm("fsts %0" : "=m"(f) : "t"(x));
-    return bits(f);
-}
+inline uint32_t x87_float_image(long double x) { return bits(fpu::x87_store_float(x)); }
 
 }  // namespace xeb

@@ -1,6 +1,8 @@
-// Direct access to the x87 and SSE control and status words.  Every kernel
-// that changes a control word goes through these, so a port to another
-// unit replaces this one header.
+// The platform layer of the processor: the x87 and SSE control and status
+// words, and every x87 instruction a kernel names explicitly (its built-in
+// constants, fyl2x, fsqrt, stores that round through the unit, fninit).
+// This header holds all of the library's inline assembly, so a port to
+// another unit or compiler replaces this one header.
 #pragma once
 
 #include <cstdint>
@@ -94,5 +96,39 @@ inline void x87_square_store(double x) {
     double out;
     asm volatile("fldl %1\n\tfmul %%st(0), %%st\n\tfstpl %0" : "=m"(out) : "m"(x) : "st", "memory");
 }
+
+// ---- x87 operations the kernels name
+
+// scale * log2(x) by fyl2x, at the precision the control word sets.
+inline long double x87_scaled_log2(long double scale, long double x) {
+    long double r;
+    asm("fyl2x" : "=t"(r) : "0"(x), "u"(scale) : "st(1)");
+    return r;
+}
+
+// The x87's square root, at the precision the control word sets.
+inline long double x87_sqrt(long double v) {
+    asm("fsqrt" : "+t"(v));
+    return v;
+}
+
+// x rounded to float by the x87's own store (fsts), as its control word
+// says; no C++ conversion, which would be undefined beyond the float range.
+inline float x87_store_float(long double x) {
+    float f;
+    asm("fsts %0" : "=m"(f) : "t"(x));
+    return f;
+}
+
+// One double loaded into the x87 and stored back: a signalling NaN comes
+// out quiet (and raises the x87 invalid flag); every other value is kept.
+inline void x87_copy(const double* from, double* to) {
+    asm volatile("fldl %1\n\tfstpl %0" : "=m"(*to) : "m"(*from));
+}
+
+// fninit: the x87 back to its default state (control word 0x037F, empty
+// stack).  Out of line and outside any expression, so that nothing of the
+// caller's can be live on the x87 stack across it.
+__attribute__((noinline)) inline void x87_reinit() { asm volatile("fninit" ::: "memory"); }
 
 }  // namespace xeb::fpu

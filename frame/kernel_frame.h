@@ -36,6 +36,22 @@ enum class Trampoline {
 // Which input arrays are prefetched ahead of the group loop.
 enum PrefetchArrays : unsigned { kPrefetchA = 1, kPrefetchB = 2 };
 
+// The usual record of a kernel over elements of type Element: it leaves the
+// x87 and MXCSR as they are, runs groups of four, prefetches array a 32
+// bytes ahead and calls the dispatcher directly at an event.  A kernel
+// derives from it and states only what differs, plus its name, group_path
+// and one (see run below).
+template <class Element>
+struct KernelPolicy {
+    using T = Element;
+    static constexpr uint16_t x87 = kNoX87;
+    static constexpr bool clean_mxcsr = false;
+    static constexpr int group = 4;
+    static constexpr std::size_t prefetch_bytes = 0x20;
+    static constexpr unsigned prefetch_arrays = kPrefetchA;
+    static constexpr Trampoline trampoline = Trampoline::Direct;
+};
+
 template <class T>
 struct Arrays {
     const T* a;  // first input
@@ -137,9 +153,8 @@ inline int fast_run(const Arrays<typename K::T>& x, int i, int end) {
     return i;
 }
 
-// The group loop.  K supplies:
-//   using T; x87 (kNoX87 / kX87Wide / kX87Narrow); clean_mxcsr; group;
-//   prefetch_bytes; prefetch_arrays; trampoline; name;
+// The group loop.  K is a KernelPolicy with its changes and supplies:
+//   name (the event name);
 //   static bool group_path(const Arrays<T>&, int i)  -- false: redo one by one
 //   static void one(const Arrays<T>&, int i)
 template <class K>

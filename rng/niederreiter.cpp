@@ -57,9 +57,7 @@ const StateCheckRegistration kLoadCheck{rukBRngNiederrInitStream, gray_code::val
 
 }  // namespace
 
-const uint32_t kNiederrPolynomials[kNiederrMaxDimension] = {
 #include "rng/niederreiter_tables.inc"
-};
 
 void niederr_directions(uint32_t p, uint32_t* v) {
     const int e = degree(p);

@@ -57,9 +57,7 @@ const StateCheckRegistration kLoadCheck{rukBRngSobolInitStream, gray_code::valid
 
 }  // namespace
 
-const SobolPolynomial kSobolPolynomials[kSobolMaxDimension - 1] = {
 #include "rng/sobol_directions.inc"
-};
 
 }  // namespace xeb::rng
 

@@ -18,7 +18,7 @@
 
 #include "frame/fpu.h"
 #include "support/scale.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "xebruk/convcorr.h"
 
 namespace {

@@ -12,7 +12,7 @@
 
 #include "support/scale.h"
 #include "support/streams.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "rng/generator.h"
 #include "xebruk/xebruk.h"
 

@@ -12,7 +12,7 @@
 
 #include "support/args.h"
 #include "support/scale.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "xebruk/xebruk.h"
 
 namespace {

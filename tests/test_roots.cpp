@@ -12,7 +12,7 @@
 #include "support/control_words.h"
 #include "support/args.h"
 #include "support/events.h"
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 #include "xebruk/vm_roots.h"
 
 namespace {

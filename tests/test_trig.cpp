@@ -2,7 +2,7 @@
 // accuracy where the reduction is hardest (MPFR reference), the reduction's
 // error in every binade, events, signed zeros, bounds, fallbacks and the
 // x87 control word, block-size independence.  Sweeps over all binades are
-// rows of the accuracy table; the tables are checked by their generator.
+// rows of the kernel catalogue; the tables are checked by their generator.
 #include <gtest/gtest.h>
 #include <mpfr.h>
 
@@ -18,8 +18,8 @@
 #include "support/args.h"
 #include "support/events.h"
 #include "support/scale.h"
-#include "support/ulp.h"
-#include "vecmath/trig_tables.inc"
+#include "accuracy/ulp.h"
+#include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
 namespace {
@@ -266,7 +266,7 @@ std::vector<double> single_near_multiples() {
 }
 
 TEST_P(EachKernel, NearMultiplesOfPiOver2) {
-    if (k().has("_50") || k().has("_11")) return;  // these the accuracy table measures
+    if (k().has("_50") || k().has("_11")) return;  // their catalogue rows cover these
     static const std::vector<double> dxs = near_multiples(DBL_MAX, xt::scaled(3000));
     static const std::vector<double> sxs = single_near_multiples();
     const std::vector<double>& xs = k().is_double() ? dxs : sxs;

@@ -1,25 +1,27 @@
-// Measures every kernel of the accuracy table (tests/support/accuracy.h)
-// and writes docs/accuracy.md: maximum error in ulps, where it occurs, how
-// many arguments were tried on which intervals.  Exits 1 if a kernel is
-// over its bound.
+// Measures every row of the vector kernel catalogue and writes
+// docs/accuracy.md: maximum error in ulps, where it occurs, how many
+// arguments were tried on which intervals; a row that forwards shows the
+// kernel whose bits it gives.  Exits 1 if a kernel is over its bound.
+// --check compares a written file with the catalogue (rows, names, forms,
+// bounds, forwarding, intervals) without measuring anything.
 //
 //   accuracy_report [--count N] [--out FILE]   (defaults: 1000000, standard output)
+//   accuracy_report --check FILE
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <vector>
 
-#include "support/accuracy.h"
+#include "accuracy/measure.h"
+#include "catalogue/vector_kernels.h"
 
 namespace {
 
-// Seed from the kernel's name, so that a kernel measures the same whatever
-// rows other families add to the table.
-uint64_t seed_of(const char* name) {
-    uint64_t h = 1469598103934665603ull;
-    for (const char* p = name; *p; ++p) h = (h ^ static_cast<unsigned char>(*p)) * 1099511628211ull;
-    return h;
-}
+using xeb::catalogue::Interval;
+using xeb::catalogue::VectorKernel;
 
 std::string number(double v, char precision) {
     char buf[48];
@@ -27,17 +29,90 @@ std::string number(double v, char precision) {
     return buf;
 }
 
-std::string interval(const xt::Range& r) {
+std::string interval(const Interval& r) {
     char buf[96];
     if (r.both_signs) std::snprintf(buf, sizeof buf, "±[%.6g, %.6g]", r.lo, r.hi);
     else std::snprintf(buf, sizeof buf, "[%.6g, %.6g]", r.lo, r.hi);
     return buf;
 }
 
-std::string intervals(const std::vector<xt::Range>& ranges) {
+std::string intervals(const std::vector<Interval>& ranges) {
     std::string s;
-    for (const xt::Range& r : ranges) s += (s.empty() ? "" : ", ") + interval(r);
+    for (const Interval& r : ranges) s += (s.empty() ? "" : ", ") + interval(r);
     return s;
+}
+
+std::string bound(const VectorKernel& k) {
+    char buf[64];
+    if (k.simd_bound_ulp > 0) std::snprintf(buf, sizeof buf, "%.3g (SIMD %.3g)", k.bound_ulp, k.simd_bound_ulp);
+    else std::snprintf(buf, sizeof buf, "%.3g", k.bound_ulp);
+    return buf;
+}
+
+// The columns of a row: Kernel, Form, Bound, Max error, Worst argument,
+// Arguments, Intervals.  Those the catalogue decides are filled here; a
+// measured row leaves the three measured ones empty.
+std::vector<std::string> catalogue_columns(const VectorKernel& k) {
+    const VectorKernel* target = xeb::catalogue::forward_target(k);
+    if (target != nullptr)
+        return {"`" + k.name + "`", k.form, bound(*target), "same bits as `" + target->name + "`", "", "", ""};
+    std::string ranges = intervals(k.a);
+    if (!k.b.empty()) ranges = "a: " + ranges + "; b: " + intervals(k.b);
+    if (!k.scalars.empty()) {
+        // Each scalar b against every a interval.
+        std::string values;
+        for (double b : k.scalars) values += (values.empty() ? "" : ", ") + number(b, k.precision);
+        ranges = "a: " + ranges + "; scalar b: " + values;
+    }
+    return {"`" + k.name + "`", k.form, bound(k), "", "", "", ranges};
+}
+
+std::string line_of(const std::vector<std::string>& columns) {
+    std::string s = "|";
+    for (const std::string& c : columns) s += " " + c + " |";
+    return s + "\n";
+}
+
+std::vector<std::string> split_row(const std::string& line) {
+    std::vector<std::string> out;
+    std::size_t start = 2;  // after "| "
+    for (std::size_t bar; (bar = line.find(" |", start)) != std::string::npos; start = bar + 3)
+        out.push_back(line.substr(start, bar - start));
+    return out;
+}
+
+// The table rows of the file must be the catalogue's rows, in order, with
+// the same catalogue columns.
+int check(const char* path) {
+    std::ifstream in(path);
+    if (!in) {
+        std::fprintf(stderr, "accuracy_report: cannot read %s\n", path);
+        return 2;
+    }
+    std::vector<std::string> rows;
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("| `", 0) == 0) rows.push_back(line);
+    const auto& kernels = xeb::catalogue::vector_kernels();
+    int stale = 0;
+    for (std::size_t i = 0; i < std::max(rows.size(), kernels.size()); ++i) {
+        if (i >= rows.size() || i >= kernels.size()) {
+            std::fprintf(stderr, "%s: %zu rows, the catalogue %zu\n", path, rows.size(), kernels.size());
+            ++stale;
+            break;
+        }
+        const std::vector<std::string> want = catalogue_columns(kernels[i]);
+        const std::vector<std::string> got = split_row(rows[i]);
+        bool same = got.size() == want.size();
+        for (std::size_t c = 0; same && c < want.size(); ++c)
+            same = want[c].empty() || got[c] == want[c];
+        if (!same) {
+            std::fprintf(stderr, "%s: row %zu is\n  %s\nthe catalogue says\n  %s", path, i + 1, rows[i].c_str(),
+                         line_of(want).c_str());
+            ++stale;
+        }
+    }
+    if (stale) std::fprintf(stderr, "docs/accuracy.md is stale: rebuild the target accuracy_doc\n");
+    return stale ? 1 : 0;
 }
 
 }  // namespace
@@ -56,8 +131,10 @@ int main(int argc, char** argv) {
             count = static_cast<std::size_t>(v);
         } else if (!std::strcmp(argv[i], "--out") && i + 1 < argc) {
             out_path = argv[++i];
+        } else if (!std::strcmp(argv[i], "--check") && i + 1 < argc && argc == 3) {
+            return check(argv[++i]);
         } else {
-            std::fprintf(stderr, "usage: accuracy_report [--count N] [--out FILE]\n");
+            std::fprintf(stderr, "usage: accuracy_report [--count N] [--out FILE] | --check FILE\n");
             return 2;
         }
     }
@@ -65,7 +142,7 @@ int main(int argc, char** argv) {
     std::string text =
         "# Measured accuracy\n\n"
         "Written by `tools/accuracy_report` (build target `accuracy_doc`); do not edit.\n\n"
-        "Each kernel of the accuracy table (`tests/support/accuracy.h`) is run over " +
+        "Each kernel of the catalogue (`catalogue/vector_kernels.cpp`) with code of its own is run over " +
         std::to_string(count) +
         " arguments per interval, drawn uniformly over the bit patterns of the\n"
         "interval (so every binade gets its share) with a fixed seed. The error is\n"
@@ -73,30 +150,27 @@ int main(int argc, char** argv) {
         "reference, which is glibc's `long double` function (64-bit significand) unless\n"
         "the row says otherwise; a reference beyond the format's range counts as met by\n"
         "an infinity. ±[lo, hi] means both signs. The bound is the one the tests\n"
-        "enforce and the kernel's error budget states.\n\n"
+        "enforce and the kernel's error budget states. A kernel that forwards to another\n"
+        "gives that kernel's bits (checked by the tests) and shares its bound.\n\n"
         "| Kernel | Form | Bound | Max error (ulp) | Worst argument | Arguments | Intervals |\n"
         "|---|---|---|---|---|---|---|\n";
     int over = 0;
-    for (const xt::KernelAccuracy& k : xt::accuracy_table()) {
-        const xt::Measurement m = xt::measure(k, count, seed_of(k.name));
-        std::string worst = number(m.worst_a, k.precision);
-        if (!k.b_ranges.empty() || !k.b_scalars.empty()) worst += ", " + number(m.worst_b, k.precision);
-        std::string ranges = intervals(k.a_ranges);
-        if (!k.b_ranges.empty()) ranges = "a: " + ranges + "; b: " + intervals(k.b_ranges);
-        if (!k.b_scalars.empty()) {
-            // A kernel with a scalar second argument: each value against every a interval.
-            std::string values;
-            for (double b : k.b_scalars) values += (values.empty() ? "" : ", ") + number(b, k.precision);
-            ranges = "a: " + ranges + "; scalar b: " + values;
+    for (const VectorKernel& k : xeb::catalogue::vector_kernels()) {
+        std::vector<std::string> columns = catalogue_columns(k);
+        if (k.forwards_to == nullptr) {
+            const xt::Measurement m = xt::measure(k, count, xt::seed_of(k.name));
+            std::string worst = number(m.worst_a, k.precision);
+            if (!k.b.empty() || !k.scalars.empty()) worst += ", " + number(m.worst_b, k.precision);
+            const bool fails = !(m.max_ulp < k.bound_ulp);
+            over += fails;
+            char error[48];
+            std::snprintf(error, sizeof error, "%.3f%s", m.max_ulp, fails ? " (over)" : "");
+            columns[3] = error;
+            columns[4] = worst;
+            columns[5] = std::to_string(m.count);
+            std::fprintf(stderr, "%-14s %.3f ulp\n", k.name.c_str(), m.max_ulp);
         }
-        char line[1024];
-        const bool fails = !(m.max_ulp < k.bound_ulp);
-        over += fails;
-        std::snprintf(line, sizeof line, "| `%s` | %s | %.3g | %.3f%s | %s | %zu | %s |\n", k.name,
-                      k.form, k.bound_ulp, m.max_ulp, fails ? " (over)" : "", worst.c_str(), m.count,
-                      ranges.c_str());
-        text += line;
-        std::fprintf(stderr, "%-14s %.3f ulp\n", k.name, m.max_ulp);
+        text += line_of(columns);
     }
 
     FILE* f = out_path ? std::fopen(out_path, "w") : stdout;

@@ -1,10 +1,14 @@
 // Writes vecmath/pow_tables.inc: the tables of the power kernels, computed in
-// 113-bit arithmetic (libquadmath) and rounded once.
+// 113-bit arithmetic (libquadmath) and rounded once, and their coefficient
+// sets.  Sets that are Taylor coefficients are computed here; the fitted
+// ones are fixed inputs, fitted once, and the tool measures each one's
+// error over its interval on a fine grid and writes it beside the set.
 //
 // Usage: pow_tables --out <source dir>     writes vecmath/pow_tables.inc
 //        pow_tables --check <source dir>   exit 1 if the committed file differs
 #include <quadmath.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -92,7 +96,9 @@ void pow_50_tables() {
         int rows;
         int denominator;
     };
-    for (const Steps& s : {Steps{"powFine", 16, 16384}, Steps{"powMid", 32, 1024}, Steps{"powCoarse", 32, 32}}) {
+    // 2^(i/1024) and 2^(i/32) are the exponential's expMid and expCoarse
+    // (vecmath/exp_tables.inc), which the 50 form shares.
+    for (const Steps& s : {Steps{"powFine", 16, 16384}}) {
         char decl[64], comment[96];
         std::snprintf(decl, sizeof decl, "constexpr long double %s[%d]", s.name, s.rows);
         std::snprintf(comment, sizeof comment, "// %s: row i is 2^(i/%d) in the 64-bit significand.", s.name,
@@ -171,18 +177,102 @@ void pow_single_tables() {
     end();
 }
 
+// ---- coefficient sets
+
+// Largest error of approx against f on [lo, hi], relative to f (or to
+// `scale(x)` when given), on a grid of 2^14 steps.
+template <class Approx, class F>
+double fit_error(Approx approx, F f, quad lo, quad hi, quad (*scale)(quad) = nullptr) {
+    quad worst = 0;
+    const int steps = 1 << 14;
+    for (int i = 0; i <= steps; ++i) {
+        const quad x = lo + (hi - lo) * i / steps;
+        const quad want = f(x);
+        const quad d = scale ? scale(x) : want;
+        if (d == 0) continue;
+        const quad e = fabsq((approx(x) - want) / d);
+        if (e > worst) worst = e;
+    }
+    return static_cast<double>(worst);
+}
+
+// c[0] + c[1] x + ... in 113 bits, from the stored doubles.
+quad poly(const double* c, int count, quad x) {
+    quad acc = 0;
+    for (int k = count; k-- > 0;) acc = acc * x + c[k];
+    return acc;
+}
+
+void coefficients(const char* name, const double* c, int count, const char* comment, double error) {
+    std::fprintf(out, "\n// %s\n// Measured error 2^%.1f.\nconstexpr double %s[%d] = {", comment, std::log2(error),
+                 name, count);
+    for (int k = 0; k < count; ++k) std::fprintf(out, "%s%a", k ? ", " : "", c[k]);
+    std::fprintf(out, "};\n");
+}
+
+// The fitted sets.
+const double kLogTail[7] = {0x1.9c3a6966457eep-24, -0x1.62e4346694107p-2, 0x1.47fd462b3b816p-3,
+                            -0x1.550472a8bb463p-4, 0x1.7a334ddfc9f86p-5, -0x1.b4ea0e9419f52p-6,
+                            0x1.03950cf599c56p-6};
+const double kExp2Tail[5] = {0x1.62e42fefa39efp-1, 0x1.ebfbdff82c58ep-3, 0x1.c6b08d704a0bfp-5,
+                             0x1.3b2ab6fba4e77p-7, 0x1.5d87fe78a6731p-10};
+const double kLog50[6] = {0x1.71547652b82fep+0, -0x1.71547652b82c4p-1, 0x1.ec709dc34a930p-2,
+                          -0x1.715474e4f14c2p-2, 0x1.277402e171679p-2, -0x1.e7867dbf08784p-3};
+const double kExp2Cubic50[3] = {0x1.62e42fefa39efp-1, 0x1.ebfbdff96783ap-3, 0x1.c6b08d715031fp-5};
+const double kExp2Quadratic21[3] = {0x1.ffffffffec4d5p-1, 0x1.62e48530c4cc0p-1, 0x1.ebfc42758c920p-3};
+
+double log_series21[4];  // computed below
+
+quad r0() { return rcp_row(0); }
+
+void pow_coefficients() {
+    const quad ln2 = logq(2);
+    // Double HA: log2(1 + v/R0) - v on |v| <= 2^-9.4, relative to log2(1 + v/R0).
+    const quad v_max = exp2q(quad(-9.4));
+    coefficients("powLogTail", kLogTail, 7,
+                 "powLogTail (double HA): log2(1 + v/R0) - v ~ v (W1 + W2 v + ... + W7 v^6) on\n"
+                 "// |v| <= 2^-9.4, R0 = powRcpHi[0]; error relative to log2(1 + v/R0).",
+                 fit_error([](quad v) { return v * poly(kLogTail, 7, v); },
+                           [](quad v) { return log2q(1 + v / r0()) - v; }, -v_max, v_max,
+                           [](quad v) { return log2q(1 + v / r0()); }));
+    coefficients("powExp2Tail", kExp2Tail, 5,
+                 "powExp2Tail (double HA): 2^f - 1 ~ f (E1 + E2 f + ... + E5 f^4) on |f| <= 2^-8;\n"
+                 "// error relative to 2^f.",
+                 fit_error([](quad f) { return f * poly(kExp2Tail, 5, f); }, [](quad f) { return exp2q(f) - 1; },
+                           -quad(0x1p-8), quad(0x1p-8), [](quad f) { return exp2q(f); }));
+    coefficients("powLogSeries50", kLog50, 6,
+                 "powLogSeries50 (double 50): log2(1 + r) ~ r (Q1 + Q2 r + ... + Q6 r^5) on [0, 2^-8);\n"
+                 "// error relative to log2(1 + r).",
+                 fit_error([](quad r) { return r * poly(kLog50, 6, r); }, [](quad r) { return log2q(1 + r); },
+                           quad(0x1p-40), quad(0x1p-8)));
+    coefficients("powExp2Cubic50", kExp2Cubic50, 3,
+                 "powExp2Cubic50 (double 50): 2^f ~ 1 + f (C1 + C2 f + C3 f^2) on |f| <= 2^-15.",
+                 fit_error([](quad f) { return 1 + f * poly(kExp2Cubic50, 3, f); }, exp2q, -quad(0x1p-15), quad(0x1p-15)));
+    // Single 21: the series of log2(1 + s), (-1)^(k+1) / (k ln 2) rounded to
+    // double, for s in [-2^-9, 2^-8).
+    for (int k = 1; k <= 4; ++k) log_series21[k - 1] = static_cast<double>((k % 2 ? 1 : -1) / (k * ln2));
+    coefficients("powLog2Series21", log_series21, 4,
+                 "powLog2Series21 (single 21): log2(1 + s) ~ s (L1 + L2 s + L3 s^2 + L4 s^3), the\n"
+                 "// series rounded to double, on [-2^-9, 2^-8); error relative to log2(1 + s).",
+                 fit_error([](quad s) { return s * poly(log_series21, 4, s); }, [](quad s) { return log2q(1 + s); },
+                           -quad(0x1p-9), quad(0x1p-8)));
+    coefficients("powExp2Quadratic21", kExp2Quadratic21, 3,
+                 "powExp2Quadratic21 (single 21): 2^f ~ P0 + P1 f + P2 f^2 on |f| <= 2^-7.",
+                 fit_error([](quad f) { return poly(kExp2Quadratic21, 3, f); }, exp2q, -quad(0x1p-7), quad(0x1p-7)));
+}
+
 void generate() {
-    std::fprintf(out, "// generated by tools/pow_tables; do not edit.\n");
     pow_ha_tables();
     pow_50_tables();
     pow_single_tables();
+    pow_coefficients();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return write_or_check(argc, argv, "pow_tables", "vecmath/pow_tables.inc", [](FILE* f) {
-        out = f;
-        generate();
-    });
+    return write_or_check(argc, argv, "pow_tables", {{"vecmath/pow_tables.inc", [](FILE* f) {
+                                                         out = f;
+                                                         generate();
+                                                     }}});
 }

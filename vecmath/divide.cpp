@@ -38,11 +38,8 @@ inline bool product_in_range(long double p) {
     return (f & 0x7FFFFFFFu) != 0 && (f & 0x7F800000u) != 0x7F800000u;
 }
 
-struct DoubleFrame {
-    using T = double;
+struct DoubleFrame : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr bool clean_mxcsr = false;
-    static constexpr int group = 4;
     static constexpr std::size_t prefetch_bytes = 0x80;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
 };
@@ -68,7 +65,6 @@ inline bool reciprocal4(const double* d, Put put) {
 }
 
 struct InvD : DoubleFrame {
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr const char* name = "_xebdInv_HA";
     static bool group_path(const Arrays<double>& x, int i) {
         double* r = x.y + i;
@@ -99,13 +95,8 @@ struct DivD : DoubleFrame {
     }
 };
 
-struct SingleFrame {
-    using T = float;
-    static constexpr uint16_t x87 = frame::kNoX87;
+struct SingleFrame : frame::KernelPolicy<float> {
     static constexpr bool clean_mxcsr = true;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
 };
 
 inline bool any_zero4(__m128 d) {
@@ -114,7 +105,6 @@ inline bool any_zero4(__m128 d) {
 }
 
 struct InvS : SingleFrame {
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr const char* name = "_xebsInv_HA";
     // Tests read the input from memory after the store (see the file comment).
     static void check(const Arrays<float>& x, int i) {

@@ -114,16 +114,12 @@ inline long double scale_extended(uint32_t k) {
 // A NaN stored through the x87, which quiets a signalling one.
 inline double through_x87(double x) {
     double out;
-    asm volatile("fldl %1\n\tfstpl %0" : "=m"(out) : "m"(x));
+    fpu::x87_copy(&x, &out);
     return out;
 }
 
-struct ExpD {
-    using T = double;
+struct ExpD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr bool clean_mxcsr = false;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0;
     static constexpr unsigned prefetch_arrays = 0;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87Merge;
     static constexpr const char* name = "_xebdExp_HA";
@@ -201,13 +197,8 @@ inline bool needs_fix(uint32_t w) {
     return m >= kLargeBits && m <= kPlusInf;
 }
 
-struct ExpS {
-    using T = float;
+struct ExpS : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
-    static constexpr bool clean_mxcsr = false;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87Merge;
     static constexpr const char* name = "_xebsExp_HA";
 

@@ -47,11 +47,7 @@ using explog::CubicRow;
 using explog::LogRow;
 
 // L * log2(x) by the x87, for the arguments the tables do not take.
-inline long double fyl2x(long double scale, long double x) {
-    long double r;
-    asm("fyl2x" : "=t"(r) : "0"(x), "u"(scale) : "st(1)");
-    return r;
-}
+inline long double fyl2x(long double scale, long double x) { return fpu::x87_scaled_log2(scale, x); }
 
 // Constants of one logarithm: its base's L as the x87 loads it (fldln2,
 // fldlg2), the polynomial on [0, 1/256) and the Taylor form below 1.
@@ -119,15 +115,12 @@ inline long double log_table(double x) {
 }
 
 template <class B>
-struct LogD {
-    using T = double;
+struct LogD : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr bool clean_mxcsr = false;
     static constexpr int group = 2;
     static constexpr std::size_t prefetch_bytes = 0x40;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
-    // The dispatcher runs on the kernel's x87 state, with no image saved.
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
+    // The dispatcher runs on the kernel's x87 state, with no image saved
+    // (the policy's direct trampoline).
     static constexpr const char* name = B::double_name;
 
     static bool group_path(const Arrays<double>& x, int i) {
@@ -167,13 +160,9 @@ inline float log_cubic(float x) {
 }
 
 template <class B>
-struct LogS {
-    using T = float;
+struct LogS : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
-    static constexpr bool clean_mxcsr = false;
     static constexpr int group = 2;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
     static constexpr const char* name = B::single_name;
 

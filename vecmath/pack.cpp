@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/fpu.h"
 #include "xebruk/vm_pack.h"
 
 namespace xeb {
@@ -41,9 +42,7 @@ inline void copy_bits(const T* from, T* to) {
 }
 
 // One double through an x87 load and store.
-inline void copy_x87(const double* from, double* to) {
-    asm volatile("fldl %1\n\tfstpl %0" : "=m"(*to) : "m"(*from));
-}
+inline void copy_x87(const double* from, double* to) { fpu::x87_copy(from, to); }
 
 inline std::ptrdiff_t offset(int i, int inc) {
     return static_cast<std::ptrdiff_t>(i) * inc;

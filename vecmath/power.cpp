@@ -11,10 +11,13 @@
 // v = m * R_j - R0 with |v| < 2^-9.4, T[j] = log2(R0/R_j) as a pair, and the
 // exponent split at m = 1.5 so that both neighbours of 1 use row 0 or 512
 // with T = 0: no cancellation.  log2(1 + v/R0) - v is the degree-7
-// polynomial W (error below 2^-72 relative to log2 x).  L = L0 + Ls is
+// polynomial W (powLogTail; its measured error, relative to log2(1 + v/R0),
+// grows with |v| to 2^-64.5 at 2^-9.4, which is also its error relative to
+// log2 x next to x = 1, where T = 0).  L = L0 + Ls is
 // carried as a pair; y * L = T + Z with T = yh * Lh exact (27-bit halves).
 // T is split as k/128 + f, |f| <= 2^-8, 2^f - 1 by the degree-5 E
-// (relative error 2^-60), 2^(i/128) as a pair.
+// (powExp2Tail, relative error 2^-60.4), 2^(i/128) as a pair.  The tables
+// and coefficient sets of every form are in pow_tables.inc with their errors.
 // Error budget: log pair 2^-70 relative, times |w| < 1075: 2^-60 absolute
 // in w, 2^-60.5 relative in the result; exp2 part 2^-60; the final sum
 // hi + (lo + hi * p) rounds once: 0.5 ulp, and the roundings of lo + hi * p
@@ -26,7 +29,8 @@
 // Double 50.  64-bit significand throughout: log2 by the 256-row table
 // and the degree-6 Q series (or the x87's fyl2x for denormals and
 // |x| in [0.25, 4), where the relative error of the table path would grow),
-// then 2^w by a 2^-14 reduction, three 80-bit tables and a cubic.  The
+// then 2^w by a 2^-14 reduction, three 80-bit tables (2^(i/1024) and
+// 2^(i/32) are the exponential's expMid and expCoarse) and a cubic.  The
 // roundings of L and w at 64 bits each cost up to 2^-54 absolute in w when
 // |w| nears 1075, 0.35 ulp each: below 1.3 ulp, bound 4.
 //
@@ -43,14 +47,16 @@
 #include <immintrin.h>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/explog_tables.h"
 #include "vecmath/power.h"
 #include "xebruk/vm_power.h"
 
 namespace xeb {
 namespace {
 
-#include "pow_tables.inc"
+#include "vecmath/pow_tables.inc"
 
 using frame::Arrays;
 
@@ -183,15 +189,13 @@ inline Pair from_lanes<Pair>(const double* x) { return {_mm_set_pd(x[1], x[0])};
 template <class V>
 constexpr int lanes = sizeof(V) / sizeof(double);
 
-constexpr C kR0{0x1.715474p+0};  // powRcpHi[0]
+constexpr C kR0{powRcpHi[0]};
 constexpr C kShift{kShift45};
-// log2(1 + v/R0) - v
-constexpr C W1{0x1.9c3a6966457eep-24}, W2{-0x1.62e4346694107p-2}, W3{0x1.47fd462b3b816p-3},
-    W4{-0x1.550472a8bb463p-4}, W5{0x1.7a334ddfc9f86p-5}, W6{-0x1.b4ea0e9419f52p-6}, W7{0x1.03950cf599c56p-6},
-    W2twice{-0x1.62e4346694107p-1};
-// 2^f - 1
-constexpr C E1{0x1.62e42fefa39efp-1}, E2{0x1.ebfbdff82c58ep-3}, E3{0x1.c6b08d704a0bfp-5},
-    E4{0x1.3b2ab6fba4e77p-7}, E5{0x1.5d87fe78a6731p-10};
+// log2(1 + v/R0) - v (powLogTail)
+constexpr C W1{powLogTail[0]}, W2{powLogTail[1]}, W3{powLogTail[2]}, W4{powLogTail[3]}, W5{powLogTail[4]},
+    W6{powLogTail[5]}, W7{powLogTail[6]}, W2twice{2 * powLogTail[1]};
+// 2^f - 1 (powExp2Tail)
+constexpr C E1{powExp2Tail[0]}, E2{powExp2Tail[1]}, E3{powExp2Tail[2]}, E4{powExp2Tail[3]}, E5{powExp2Tail[4]};
 
 // log2(1 + (v + vl)/R0) - (v + vl) on |v| < 2^-9.4, vl < 2^-50 |v| the low
 // part of the argument (which enters through the derivative W1 + 2 W2 v).
@@ -337,13 +341,10 @@ long double log2_50(double x) {
     const uint32_t h = high_word(x);
     const uint32_t biased = h >> 20;
     if (biased == 0 || (biased >= 0x3FD && biased <= 0x400)) {
-        long double r;
-        const long double one = 1.0L, lx = x;
-        asm("fyl2x" : "=t"(r) : "0"(lx), "u"(one) : "st(1)");
-        return r;
+        return fpu::x87_scaled_log2(1.0L, x);
     }
-    constexpr long double Q1 = 0x1.71547652b82fep+0, Q2 = -0x1.71547652b82c4p-1, Q3 = 0x1.ec709dc34a930p-2,
-                          Q4 = -0x1.715474e4f14c2p-2, Q5 = 0x1.277402e171679p-2, Q6 = -0x1.e7867dbf08784p-3;
+    constexpr long double Q1 = powLogSeries50[0], Q2 = powLogSeries50[1], Q3 = powLogSeries50[2],
+                          Q4 = powLogSeries50[3], Q5 = powLogSeries50[4], Q6 = powLogSeries50[5];
     const unsigned i = (h >> 12) & 0xFF;
     // m' = the significand with its top eight bits cleared, so t = m - c exactly.
     const long double mp = double_from_bits((bits(x) & 0x00000FFFFFFFFFFFull) | 0x3FF0000000000000ull);
@@ -369,12 +370,14 @@ double exp2_50(long double w) {
     if (std::isnan(w)) return static_cast<double>(w + w);
     if (std::fabs(w) >= 1075) return w > 0 ? HUGE_VAL : 0.0;
     constexpr long double kShift38 = 0x1.8p+38L;  // unit 2^-14 in a double's last place
-    constexpr long double C3 = 0x1.c6b08d715031fp-5, C2 = 0x1.ebfbdff96783ap-3, C1 = 0x1.62e42fefa39efp-1;
+    constexpr long double C1 = powExp2Cubic50[0], C2 = powExp2Cubic50[1], C3 = powExp2Cubic50[2];
     const double u = static_cast<double>(w + kShift38);
     const int32_t k = static_cast<int32_t>(low_word(u));  // round(w * 16384)
     const long double f = w - (u - kShift38);
     const long double p = ((C3 * f + C2) * f + C1) * f + 1.0L;
-    const long double scaled = p * powFine[k & 15] * powMid[(k >> 4) & 31] * powCoarse[(k >> 9) & 31];
+    const long double scaled =
+        p * powFine[k & 15] * explog::extended(explog::expMid[(k >> 4) & 31]) *
+        explog::extended(explog::expCoarse[(k >> 9) & 31]);
     return static_cast<double>(scaled * power_of_two_80(k >> 14));
 }
 
@@ -396,8 +399,8 @@ float pow21_core(float x, float y, float sign) {
         // relative accuracy (the band cubic is only good to 2.6e-12 absolute,
         // which a large y would multiply).  Relative error s^4/5 <= 2^-34.
         const double s = band == 0 ? m - 1 : m * 0.5 - 1;  // exact
-        constexpr double L1 = 0x1.71547652b82fep+0, L2 = -0x1.71547652b82fep-1, L3 = 0x1.ec709dc3a03fdp-2,
-                         L4 = -0x1.71547652b82fep-2;
+        constexpr double L1 = powLog2Series21[0], L2 = powLog2Series21[1], L3 = powLog2Series21[2],
+                         L4 = powLog2Series21[3];
         l = s * (L1 + s * (L2 + s * (L3 + s * L4)));
     } else {
         const double* c = powCubic[band];
@@ -415,7 +418,7 @@ float pow21_core(float x, float y, float sign) {
     // and lose bits on denormal results.
     const double r = scale * powExp2Single[k & 63];
     const double f = t - (u - kShift17);
-    const double p = (0x1.ebfc42758c920p-3 * f + 0x1.62e48530c4cc0p-1) * f + 0x1.ffffffffec4d5p-1;
+    const double p = (powExp2Quadratic21[2] * f + powExp2Quadratic21[1]) * f + powExp2Quadratic21[0];
     return sign * static_cast<float>(p * r);
 }
 
@@ -424,18 +427,19 @@ float pow21_core(float x, float y, float sign) {
 inline bool positive_normal(double x) { return high_word(x) - 0x00100000u < 0x7FE00000u; }
 inline bool finite_nonzero(double y) { return (high_word(y) & 0x7FFFFFFFu) < 0x7FF00000u && y != 0; }
 
-// The element loop common to all forms.  F supplies T, the core and the
-// fast-domain test; Scalar says whether y comes from b[0] (Powx).
-template <class F, bool Scalar, const char* Name>
-struct PowKernel {
-    using T = typename F::T;
-    static constexpr uint16_t x87 = F::x87;
-    static constexpr int group = F::group;
-    static constexpr const char* name = Name;
+// The frame record of every form: events leave through a saved x87 image.
+template <class T>
+struct PowPolicy : frame::KernelPolicy<T> {
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
-    static constexpr bool clean_mxcsr = F::sse;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
+};
+
+// The element loop common to all forms.  F is the form's frame record and
+// supplies the core and the fast-domain test; Scalar says whether y comes
+// from b[0] (Powx).
+template <class F, bool Scalar, const char* Name>
+struct PowKernel : F {
+    using T = typename F::T;
+    static constexpr const char* name = Name;
 
     static T y_of(const Arrays<T>& x, int i) { return Scalar ? x.b[0] : x.b[i]; }
 
@@ -471,9 +475,8 @@ bool one_by_one(const T* a, const T* b, T* r) {
     return true;
 }
 
-struct DoubleHA {
-    static constexpr bool sse = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
-    using T = double;
+struct DoubleHA : PowPolicy<double> {
+    static constexpr bool clean_mxcsr = true;  // arithmetic in SSE: needs MXCSR at nearest, no flush
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 2;
     static bool fast(double a, double b) { return positive_normal(a) && finite_nonzero(b); }
@@ -483,9 +486,7 @@ struct DoubleHA {
     }
 };
 
-struct Double50 {
-    static constexpr bool sse = false;  // x87 throughout: no MXCSR step
-    using T = double;
+struct Double50 : PowPolicy<double> {  // x87 throughout: no MXCSR step
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr int group = 2;
     static bool fast(double a, double b) {
@@ -497,9 +498,8 @@ struct Double50 {
 
 // The single forms: one element at a time, arithmetic in SSE doubles.
 template <class Self>
-struct SingleForm {
-    static constexpr bool sse = true;
-    using T = float;
+struct SingleForm : PowPolicy<float> {
+    static constexpr bool clean_mxcsr = true;
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr int group = 1;
     static bool group_core(const float* a, const float* b, float* r) { return one_by_one<Self>(a, b, r); }

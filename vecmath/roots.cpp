@@ -46,6 +46,7 @@
 #include <cmath>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "xebruk/vm_roots.h"
 
@@ -55,7 +56,7 @@ namespace {
 struct BandQuadratic {
     double a, b, c;  // (a*m + b)*m + c
 };
-#include "roots_tables.inc"
+#include "vecmath/roots_tables.inc"
 
 using frame::Arrays;
 
@@ -148,11 +149,8 @@ inline double cbrt_core(double x) {
 // A double kernel of this family: F gives the fast domain on the high word,
 // the fast result, and the one-element treatment of everything else.
 template <class F>
-struct DoubleRoot {
-    using T = double;
+struct DoubleRoot : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
-    static constexpr int group = 4;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
     static constexpr frame::Trampoline trampoline = frame::Trampoline::X87Merge;
 
     static bool group_path(const Arrays<double>& x, int i) {
@@ -185,7 +183,6 @@ void root_of_negative(const Arrays<double>& x, int i) {
 
 struct SqrtD : DoubleRoot<SqrtD> {
     static constexpr bool clean_mxcsr = true;
-    static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr const char* name = "_xebdSqrt_HA";
     static bool fast(uint32_t h) { return positive_normal(h); }
     static long double core(double v) { return v * inv_sqrt_core(v); }
@@ -200,7 +197,6 @@ struct SqrtD : DoubleRoot<SqrtD> {
 
 struct InvSqrtD : DoubleRoot<InvSqrtD> {
     static constexpr bool clean_mxcsr = true;
-    static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr const char* name = "_xebdInvSqrt_HA";
     static bool fast(uint32_t h) { return positive_normal(h); }
     static long double core(double v) { return inv_sqrt_core(v); }
@@ -223,7 +219,6 @@ struct InvSqrtD : DoubleRoot<InvSqrtD> {
 
 struct CbrtD : DoubleRoot<CbrtD> {
     static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
-    static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr const char* name = "_xebdCbrt_HA";
     static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
     static double core(double v) { return cbrt_core(v); }
@@ -236,8 +231,6 @@ struct CbrtD : DoubleRoot<CbrtD> {
 };
 
 struct InvCbrtD : DoubleRoot<InvCbrtD> {
-    static constexpr bool clean_mxcsr = false;
-    static constexpr std::size_t prefetch_bytes = 0x20;
     static constexpr const char* name = "_xebdInvCbrt_HA";
     static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
     static long double core(double v) { return inv_cbrt_core<true>(v); }
@@ -314,14 +307,9 @@ inline __m128 inv_sqrt_lanes(__m128 x, int& flagged) {
 
 inline float lane0(__m128 v) { return _mm_cvtss_f32(v); }
 
-struct SingleSse {
-    using T = float;
-    static constexpr uint16_t x87 = frame::kNoX87;
+struct SingleSse : frame::KernelPolicy<float> {
     static constexpr bool clean_mxcsr = true;
     static constexpr int group = 8;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
 };
 
 // x * 1.0 as the processor computes it: quiets a signalling NaN.
@@ -363,9 +351,7 @@ struct SqrtS : SingleSse {
 // 1 / sqrt(x) by the x87's square root and division, at the caller's
 // precision: the rescue for everything outside the normal positive range.
 inline float x87_inv_sqrt(float x) {
-    long double v = x;
-    asm("fsqrt" : "+t"(v));
-    return static_cast<float>(1.0L / v);
+    return static_cast<float>(1.0L / fpu::x87_sqrt(x));
 }
 
 struct InvSqrtS : SingleSse {
@@ -426,13 +412,10 @@ inline double cbrt_float_core(double x, const double rows[3]) {
 inline bool normal_float(float x) { return (bits(x) & 0x7FFFFFFFu) - 0x00800000u < 0x7F000000u; }
 
 template <class F>
-struct SingleCubeRoot {
-    using T = float;
+struct SingleCubeRoot : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = frame::kX87Narrow;
     static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
     static constexpr int group = 2;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
 
     static bool group_path(const Arrays<float>& x, int i) {
         const float v0 = x.a[i], v1 = x.a[i + 1];
@@ -465,7 +448,6 @@ struct CbrtS : SingleCubeRoot<CbrtS> {
 };
 
 struct InvCbrtS : SingleCubeRoot<InvCbrtS> {
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
     static constexpr const char* name = "_xebsInvCbrt_HA";
     static constexpr const double* rows = invCbrtRows;
     static constexpr const double* denormal_rows = invCbrtRowsDenormal;

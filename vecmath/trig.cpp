@@ -8,7 +8,7 @@
 // the x87 with fninit, leaving its control word at the default (64 bits,
 // nearest, all exceptions masked) for the rest of the call.
 //
-// Error budgets (the accuracy table enforces the totals):
+// Error budgets (the catalogue rows enforce the totals):
 //  double Sin, Cos (x87, 64-bit significand): pi in four parts, the first
 //   three short enough that m*part is exact for |x| < 128000 (|m| < 2^16);
 //   the last part's truncation costs m * 2^-124 <= 2^-108 absolute, against
@@ -34,8 +34,9 @@
 #include <cstring>
 
 #include "frame/bits.h"
+#include "frame/fpu.h"
 #include "frame/kernel_frame.h"
-#include "vecmath/trig_tables.inc"
+#include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
 namespace xeb {
@@ -60,37 +61,19 @@ constexpr double kPio2Split[3] = {0x1.921fb544p+0, 0x1p-34, 0x1.68c234c4c6629p-3
 constexpr double kSinBandScale = 0x1.436720cee34f2p+5;                       // 127/pi
 constexpr double kSinCosBandScale = 0x1.6eb167b830193p+7;                    // 576/pi
 
-// Rational tangent on [-pi/4, pi/4]: tan t = N/D.
-constexpr double kTanN[3] = {-0x1.06b97bf03648ap-3, 0x1.6fc6fe2982a7bp-9, -0x1.f637dea7c0b2cp-18};
-constexpr double kTanD[3] = {-0x1.d8b2134d70767p-2, 0x1.7e7b68d9a55f3p-6, -0x1.b525b10d0a168p-13};
-
-// Single HA: sin t / t on [-pi/2, pi/2], c0..c4 in s = t^2.
-constexpr double kSinS[5] = {0x1.000000089705fp+0, -0x1.55554ae8ba1bdp-3, 0x1.110ee64cd0933p-7,
-                             -0x1.9f75e2c166f94p-13, 0x1.5e0a329a17541p-19};
-// Single HA tangent, N = t (1 + s n1), D = 1 + s (d1 + s d2).
-constexpr double kTanSN = -0x1.8867706ed6612p-4;
-constexpr double kTanSD[2] = {-0x1.b76f5e7f08c11p-2, 0x1.3e66ea6aa37f2p-7};
-// Single SinCos on [-pi/4, pi/4]: sin t - t = t s (a1 + s (a2 + s a3)),
-// cos t = 1 - s/2 + s^2 (b1 + s (b2 + s b3)).
-constexpr double kSinCosA[3] = {-0x1.55554527af34p-3, 0x1.11073afce563fp-7, -0x1.9943e0fbea90ap-13};
-constexpr double kSinCosB[3] = {0x1.55554a115b568p-5, -0x1.6c0c33a81bd97p-10, 0x1.99eb9c49f772ep-16};
+// The coefficient sets of the fast paths (kTanN, kTanD; kSinS, kTanSN,
+// kTanSD, kSinCosA, kSinCosB and their float roundings kSinF, kTanNF,
+// kTanDF, kSinCosAF, kSinCosBF) come with their measured errors from
+// trig_tables.inc.
 
 // Float constants of the _21 kernels.
 constexpr float kInvPiF = 0x1.45f306p-2f, kInvPio2F = 0x1.45f306p-1f, kPio2F = 0x1.921fb6p+0f;
 constexpr float kPio4F = 0x1.921fb6p-1f;
-constexpr float kSinF[4] = {-0x1.55554ap-3f, 0x1.110ee6p-7f, -0x1.9f75e2p-13f, 0x1.5e0a32p-19f};
-constexpr float kTanNF = -0x1.88677p-4f;
-constexpr float kTanDF[2] = {-0x1.b76f5ep-2f, 0x1.3e66eap-7f};
-constexpr float kSinCosAF[3] = {-0x1.555546p-3f, 0x1.11073ap-7f, -0x1.9943ep-13f};
-constexpr float kSinCosBF[3] = {0x1.55554ap-5f, -0x1.6c0c34p-10f, 0x1.99eb9cp-16f};
 
 // Bounds: high word of |x| for double, bits of |x| for single.
 constexpr uint32_t kBoundD = 0x40FF4000;  // 128000.0
 constexpr uint32_t kBound500k = 0x48F42400, kBound1M = 0x49742400;
 constexpr uint32_t kBound128k = 0x47FA0000, kBound10048 = 0x461D0000;
-
-// fninit, outside any expression: at a call the x87 stack is empty.
-__attribute__((noinline)) void reset_x87() { asm volatile("fninit" ::: "memory"); }
 
 // Nearest integer of v (|v| < 2^62) in the x87's 64-bit format, and its
 // low bits as an integer, read from the significand of v + 1.5*2^63.
@@ -131,27 +114,18 @@ inline uint32_t abs_bits(float x) { return bits(x) & 0x7FFFFFFFu; }
 
 // Shared frame of the double kernels: 64-bit x87, clean MXCSR, groups of
 // four, no prefetch, events only from the scalar forms.
-struct DoubleTrig {
-    using T = double;
+struct DoubleTrig : frame::KernelPolicy<double> {
     static constexpr uint16_t x87 = frame::kX87Wide;
     static constexpr bool clean_mxcsr = true;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0;
     static constexpr unsigned prefetch_arrays = 0;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
     static constexpr bool reset = true;
     static bool beyond(double x) { return abs_high(x) >= kBoundD; }
 };
 
 template <uint32_t Bound, uint16_t X87>
-struct SingleTrig {
-    using T = float;
+struct SingleTrig : frame::KernelPolicy<float> {
     static constexpr uint16_t x87 = X87;
     static constexpr bool clean_mxcsr = true;
-    static constexpr int group = 4;
-    static constexpr std::size_t prefetch_bytes = 0x20;
-    static constexpr unsigned prefetch_arrays = frame::kPrefetchA;
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::Direct;
     static constexpr bool reset = false;
     static bool beyond(float x) { return abs_bits(x) > Bound; }
 };
@@ -162,7 +136,7 @@ struct SingleTrig {
 template <class K>
 struct Trig : K {
     static void fall_back(const Arrays<typename K::T>& x, int i, int count) {
-        if (K::reset) reset_x87();
+        if (K::reset) fpu::x87_reinit();
         for (int k = 0; k < count; ++k) K::scalar(x, i + k);
     }
     static bool group_path(const Arrays<typename K::T>& x, int i) {

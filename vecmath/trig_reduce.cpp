@@ -24,7 +24,7 @@
 
 #include "frame/bits.h"
 #include "vecmath/trig_core.h"
-#include "vecmath/trig_tables.inc"
+#include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
 namespace xeb::trig {

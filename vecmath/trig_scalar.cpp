@@ -34,7 +34,7 @@
 #include "frame/bits.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/trig_core.h"
-#include "vecmath/trig_tables.inc"
+#include "vecmath/trig_tables.h"
 #include "xebruk/frame.h"
 #include "xebruk/vm_trig.h"
 

@@ -4,35 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "frame/bits.h"
-
 namespace xt {
-
-namespace {
-
-template <class T, class U>
-std::vector<T> sample_bits(const Range& r, std::size_t count, std::mt19937_64& rng) {
-    const U lo = xeb::bits(static_cast<T>(r.lo));
-    const U hi = xeb::bits(static_cast<T>(r.hi));
-    std::uniform_int_distribution<U> pick(lo, hi);
-    std::vector<T> out(count);
-    for (auto& v : out) {
-        U u = pick(rng);
-        if (r.both_signs && (rng() & 1)) u |= U(1) << (sizeof(U) * 8 - 1);
-        std::memcpy(&v, &u, sizeof v);
-    }
-    return out;
-}
-
-}  // namespace
-
-std::vector<double> sample(const Range& r, std::size_t count, std::mt19937_64& rng) {
-    return sample_bits<double, uint64_t>(r, count, rng);
-}
-
-std::vector<float> sample_float(const Range& r, std::size_t count, std::mt19937_64& rng) {
-    return sample_bits<float, uint32_t>(r, count, rng);
-}
 
 std::vector<double> special_doubles() {
     const double inf = std::numeric_limits<double>::infinity();
@@ -55,7 +27,5 @@ std::vector<float> special_floats() {
     for (std::size_t i = 0; i < n; ++i) v.push_back(-v[i]);
     return v;
 }
-
-std::mt19937_64 seeded(uint64_t salt) { return std::mt19937_64(0x5EB0C0FFEEull ^ (salt * 0x9E3779B97F4A7C15ull)); }
 
 }  // namespace xt

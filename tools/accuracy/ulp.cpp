@@ -1,4 +1,4 @@
-#include "support/ulp.h"
+#include "accuracy/ulp.h"
 
 #include <cfloat>
 #include <cmath>
