@@ -4,6 +4,7 @@
 //              [--seed S,...] [--n COUNT] [--precision double|single]
 //              [--out FILE] [--format text|raw|npy] [--quiet] [--list]
 //              [--dim D]   (quasi-random generators: n points of D components)
+//              [--id K]    (generators with several parameter sets: set K)
 //
 // The draw goes in blocks of 65,536 (an even count, so that a paired
 // method carries nothing from one block to the next), each written as it
@@ -71,6 +72,7 @@ struct Options {
     int32_t method = 0;
     int64_t n = 10;
     int64_t dim = 0;  // quasi-random generators only
+    int64_t id = -1;  // parameter set; generators with several only
     bool single = false;
     std::string out;
     std::string format;
@@ -156,6 +158,9 @@ int parse(const Args& args, Options& o) {
         } else if (a == "--dim") {
             if (!parse_int(v, 1, std::numeric_limits<int32_t>::max(), o.dim))
                 return usage_error("rng: --dim wants a dimension of 1 or more, not '" + v + "'");
+        } else if (a == "--id") {
+            if (!parse_int(v, 0, std::numeric_limits<int32_t>::max(), o.id))
+                return usage_error("rng: --id wants a parameter set of 0 or more, not '" + v + "'");
         } else if (a == "--method") {
             if (!parse_int(v, 0, 1000, k)) return usage_error("rng: bad --method '" + v + "'");
             o.method = static_cast<int32_t>(k);
@@ -354,9 +359,15 @@ int rng(const Args& args) {
         return usage_error(std::string("rng: --dim is for quasi-random generators, not ") + gen->name);
     }
 
+    if (o.id >= 0 && gen->sub_ids <= 1)
+        return usage_error(std::string("rng: ") + gen->name + " has one parameter set; --id is not for it");
+    if (o.id >= gen->sub_ids)
+        return usage_error(std::string("rng: ") + gen->name + " has parameter sets 0 to " +
+                           std::to_string(gen->sub_ids - 1) + ", not " + std::to_string(o.id));
+
     RukStream* stream = nullptr;
-    const int32_t status = rukNewStreamEx(&stream, gen->id, static_cast<int32_t>(o.seeds.size()),
-                                          o.seeds.data());
+    const int32_t status = rukNewStreamEx(&stream, gen->id + static_cast<int32_t>(std::max<int64_t>(o.id, 0)),
+                                          static_cast<int32_t>(o.seeds.size()), o.seeds.data());
     if (status < 0) {
         if (stream) rukDeleteStream(&stream);
         std::fprintf(stderr, "xebruk: rng: generator %s refused the stream: %s\n", gen->name,

@@ -22,6 +22,9 @@ struct GeneratorChoice {
     // dimension would silently become 1 in the library, so the tool
     // refuses it.
     int32_t max_dim = 0;
+    // Generators with several parameter sets: how many (ids id + 0 ..
+    // id + sub_ids - 1, chosen with --id).
+    int32_t sub_ids = 1;
 };
 
 // A law's draw of n values in one precision; p holds the law's parameters

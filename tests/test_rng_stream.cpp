@@ -182,7 +182,7 @@ TEST(Streams, NewStreamHeaderAndRefusals) {
     // A generator whose code is not in this build: the stream is made, its
     // initStream refuses, and the stream stays with the caller.
     StreamHandle later;
-    EXPECT_EQ(rukNewStreamEx(later.out(), RUK_BRNG_MT2203, 0, nullptr), RUK_ERROR_UNKNOWN_BRNG);
+    EXPECT_EQ(rukNewStreamEx(later.out(), RUK_BRNG_R250, 0, nullptr), RUK_ERROR_UNKNOWN_BRNG);
     ASSERT_NE(later.get(), nullptr);
     EXPECT_EQ(rukSkipAheadStream(later.get(), 1), RUK_ERROR_UNKNOWN_BRNG);
 
