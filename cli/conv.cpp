@@ -157,20 +157,9 @@ Format format_of(const std::string& path) {
     return Format::Text;
 }
 
-// A file's array.  Raw files hold float32 values (.f32), float64 values
-// (.f64), or either as the options say (.raw, .bin: float64 with --double).
+// A file's array (read_array), in the shape given for it.
 std::string read_signal(const std::string& path, bool raw_double, const std::vector<int64_t>& shape, Signal& s) {
-    std::string bytes;
-    std::string err = read_file(path, bytes);
-    if (!err.empty()) return err;
-    switch (format_of(path)) {
-    case Format::Npy: err = parse_npy_signal(bytes, path, s); break;
-    case Format::Raw:
-        err = parse_raw(bytes, path, ends_with(path, ".f32") || (!ends_with(path, ".f64") && !raw_double), s);
-        break;
-    case Format::Text: err = parse_text(bytes, path, s); break;
-    }
-    if (!err.empty()) return err;
+    if (std::string err = read_array(path, raw_double, s); !err.empty()) return err;
     if (!shape.empty()) {
         if (checked_product(shape) != static_cast<int64_t>(s.values.size()))
             return "'" + path + "' holds " + std::to_string(s.values.size()) +

@@ -20,6 +20,19 @@ std::string read_file(const std::string& path, std::string& bytes) {
     return failed ? "cannot read '" + path + "'" : "";
 }
 
+std::string read_array(const std::string& path, bool raw_double, Signal& s) {
+    std::string bytes;
+    if (std::string err = read_file(path, bytes); !err.empty()) return err;
+    auto ends_with = [&](const char* tail) {
+        const std::size_t n = std::strlen(tail);
+        return path.size() >= n && path.compare(path.size() - n, n, tail) == 0;
+    };
+    if (ends_with(".npy")) return parse_npy_signal(bytes, path, s);
+    if (ends_with(".f32") || ends_with(".f64") || ends_with(".raw") || ends_with(".bin"))
+        return parse_raw(bytes, path, ends_with(".f32") || (!ends_with(".f64") && !raw_double), s);
+    return parse_text(bytes, path, s);
+}
+
 int64_t checked_product(const std::vector<int64_t>& shape) {
     for (int64_t e : shape)
         if (e <= 0) return e < 0 ? -1 : 0;  // a zero extent makes 0, whatever the others

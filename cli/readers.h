@@ -38,6 +38,10 @@ std::string parse_raw(const std::string& bytes, const std::string& name, bool si
 // one row a line, and every row must hold as many as the first.
 std::string parse_text(const std::string& bytes, const std::string& name, Signal& s);
 
+// A file's array by its name: .npy; raw float32 (.f32), float64 (.f64),
+// or either as raw_double says (.raw, .bin); text otherwise.
+std::string read_array(const std::string& path, bool raw_double, Signal& s);
+
 // The product of extents: 0 when one is 0, whatever the others; -1 when an
 // extent is negative or the product overflows 63 bits.
 int64_t checked_product(const std::vector<int64_t>& shape);

@@ -5,6 +5,7 @@
 //              [--out FILE] [--format text|raw|npy] [--quiet] [--list]
 //              [--dim D]   (quasi-random generators: n points of D components)
 //              [--id K]    (generators with several parameter sets: set K)
+//              [--factor FILE] [--mean FILE] [--storage S]  (gaussianmv)
 //
 // The draw goes in blocks of 65,536 (an even count, so that a paired
 // method carries nothing from one block to the next), each written as it
@@ -13,8 +14,8 @@
 // raw, the values in the machine's byte order; npy, the same bytes behind
 // a version 1.0 .npy header (little-endian '<f8' or '<f4', or '<i4' for the
 // discrete laws, whose results are 32-bit integers; shape (n,), or (n, D)
-// for n points of a quasi-random generator of dimension D, which text
-// output writes as one point a line).
+// for n points of a quasi-random generator of dimension D or n vectors of
+// a law of vectors, which text output writes as one point a line).
 // Progress (for n of 4M and more) and a summary go to stderr.
 #include <unistd.h>
 
@@ -49,7 +50,12 @@ const char* const kUsage =
     "  --seed S,...          32-bit seed words (default: the generator's own, 1 for\n"
     "                        mt19937 and mcg31m1)\n"
     "  --dim D               quasi-random generators: points of D components\n"
-    "  --n COUNT             values (points) to draw (default 10)\n"
+    "  --factor FILE         gaussianmv: the lower triangular Cholesky factor T of\n"
+    "                        the covariance (.npy, raw .f64/.f32, or text rows)\n"
+    "  --mean FILE           gaussianmv: the mean a (default zeros)\n"
+    "  --storage S           gaussianmv: full (d rows of d), packed (the lower\n"
+    "                        triangle column after column) or diagonal; default full\n"
+    "  --n COUNT             values (points, vectors) to draw (default 10)\n"
     "  --precision P         double or single (default double; discrete laws give\n"
     "                        32-bit integers)\n"
     "  --out FILE            output file (default standard output); written under a\n"
@@ -76,6 +82,7 @@ struct Options {
     bool single = false;
     std::string out;
     std::string format;
+    VectorInputs vector;  // laws of vectors
     bool quiet = false;
     bool list = false;
     bool help = false;
@@ -183,6 +190,12 @@ int parse(const Args& args, Options& o) {
                 if (!parse_double(s, x)) return usage_error("rng: parameter '" + s + "' is not a number");
                 o.params.push_back(x);
             }
+        } else if (a == "--factor") {
+            o.vector.factor = v;
+        } else if (a == "--mean") {
+            o.vector.mean = v;
+        } else if (a == "--storage") {
+            o.vector.storage = v;
         } else if (a == "--out") {
             o.out = v;
         } else if (a == "--format") {
@@ -199,7 +212,7 @@ int parse(const Args& args, Options& o) {
 void list_choices() {
     std::printf("generators (--gen):\n");
     for (const GeneratorChoice& g : generator_choices())
-        std::printf("  %-12s %s\n", g.name, g.summary);
+        std::printf("  %-14s %s\n", g.name, g.summary);
     std::printf("laws (--law, --params in this order):\n");
     for (const LawChoice& l : law_choices()) {
         std::string p;
@@ -208,7 +221,7 @@ void list_choices() {
             std::snprintf(buf, sizeof buf, "%s%s=%g", i ? "," : "", l.params[i], l.defaults[i]);
             p += buf;
         }
-        std::printf("  %-12s %-26s %s\n", l.name, p.c_str(), l.summary);
+        std::printf("  %-14s %-26s %s\n", l.name, p.c_str(), l.summary);
     }
 }
 
@@ -267,16 +280,20 @@ bool write_block(std::FILE* f, Format format, const T* r, int32_t k, int64_t fir
     return true;
 }
 
+// A law of vectors counts its draws in vectors of `row` values; the block
+// then holds an even count of whole vectors.
 template <class T, class Draw>
 int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* stream, Output& out,
              Format format, int64_t row) {
     std::FILE* f = out.file();
-    std::vector<T> block(static_cast<std::size_t>(std::min<int64_t>(std::max<int64_t>(o.n, 1), kBlock)));
+    const int64_t unit = law.vector_setup ? row : 1;
+    const int64_t block_values = std::max<int64_t>(2, kBlock / unit / 2 * 2) * unit;
+    std::vector<T> block(static_cast<std::size_t>(std::min<int64_t>(std::max<int64_t>(o.n, 1), block_values)));
     Summary sum;
     Progress progress(o.n, !o.quiet);
     for (int64_t done = 0; done < o.n;) {
-        const int32_t k = static_cast<int32_t>(std::min<int64_t>(kBlock, o.n - done));
-        const int32_t status = draw(o.method, stream, k, block.data(), o.params.data());
+        const int32_t k = static_cast<int32_t>(std::min<int64_t>(block_values, o.n - done));
+        const int32_t status = draw(o.method, stream, static_cast<int32_t>(k / unit), block.data(), o.params.data());
         if (status < 0) {
             std::fprintf(stderr, "xebruk: rng: %s failed after %" PRId64 " values: %s%s\n", law.name, done,
                          status_text(status).c_str(), o.out.empty() ? "" : "; no file written");
@@ -308,6 +325,41 @@ int run_draw(const Options& o, const LawChoice& law, Draw draw, RukStream* strea
     return 0;
 }
 
+// The law's parameters: --params checked against the law, or the files of
+// a law of vectors, whose vectors are `row` values long (and --n counts
+// vectors).  0, or the exit code after a message.
+int law_parameters(Options& o, const LawChoice& law, const GeneratorChoice& gen, int64_t& row) {
+    if (law.vector_setup) {
+        if (o.params_given) return usage_error("rng: " + o.law + " takes --factor and --mean, not --params");
+        if (gen.max_dim > 0)
+            return usage_error("rng: " + o.law + " draws from a pseudo-random generator, not " + gen.name);
+        o.vector.single = o.single;
+        if (const std::string err = law.vector_setup(o.vector, o.params, row); !err.empty())
+            return usage_error("rng: " + o.law + ": " + err);
+        if (o.n > std::numeric_limits<int64_t>::max() / row)
+            return usage_error("rng: --n times the dimension is too large");
+        o.n *= row;
+        return 0;
+    }
+    if (!o.vector.factor.empty() || !o.vector.mean.empty() || !o.vector.storage.empty())
+        return usage_error("rng: --factor, --mean and --storage are for gaussianmv, not " + o.law);
+    if (!o.params_given) o.params = law.defaults;
+    if (o.params.size() != law.params.size())
+        return usage_error("rng: " + o.law + " takes " + std::to_string(law.params.size()) +
+                           " parameters, " + std::to_string(o.params.size()) + " given");
+    for (std::size_t i = 0; i < o.params.size(); ++i) {
+        const double v = o.params[i];
+        const bool fits = law.draw_int || !o.single ? std::isfinite(v) : std::isfinite(static_cast<float>(v));
+        if (!fits)
+            return usage_error("rng: " + o.law + ": " + law.params[i] + " must be a finite " +
+                               (law.draw_int || !o.single ? "number" : "single-precision number"));
+    }
+    if (law.check)
+        if (const std::string err = law.check(o.params.data()); !err.empty())
+            return usage_error("rng: " + o.law + ": " + err);
+    return 0;
+}
+
 }  // namespace
 
 int rng(const Args& args) {
@@ -326,24 +378,11 @@ int rng(const Args& args) {
     for (const LawChoice& l : law_choices())
         if (o.law == l.name) law = &l;
     if (!law) return usage_error("rng: unknown law '" + o.law + "' (try --list)");
-    if (!o.params_given) o.params = law->defaults;
-    if (o.params.size() != law->params.size())
-        return usage_error("rng: " + o.law + " takes " + std::to_string(law->params.size()) +
-                           " parameters, " + std::to_string(o.params.size()) + " given");
-    for (std::size_t i = 0; i < o.params.size(); ++i) {
-        const double v = o.params[i];
-        const bool fits = law->draw_int || !o.single ? std::isfinite(v) : std::isfinite(static_cast<float>(v));
-        if (!fits)
-            return usage_error("rng: " + o.law + ": " + law->params[i] + " must be a finite " +
-                               (law->draw_int || !o.single ? "number" : "single-precision number"));
-    }
-    if (law->check)
-        if (const std::string err = law->check(o.params.data()); !err.empty())
-            return usage_error("rng: " + o.law + ": " + err);
+    int64_t row = 1;
+    if (const int rc = law_parameters(o, *law, *gen, row)) return rc;
 
     // A quasi-random generator takes its dimension as its seed and gives
     // n points of that many components.
-    int64_t row = 1;
     if (gen->max_dim > 0) {
         if (o.dim == 0) return usage_error(std::string("rng: ") + gen->name + " needs --dim D");
         if (o.dim > gen->max_dim)

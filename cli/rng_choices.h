@@ -40,6 +40,17 @@ using DrawInt = int32_t (*)(int32_t method, RukStream* stream, int32_t n, int32_
 // empty string.  The tool asks before it draws: the library trusts them.
 using ParamCheck = std::string (*)(const double* p);
 
+// Laws of vectors (gaussianmv) take no --params: they read their
+// parameters from the files of --factor and --mean, as --storage says,
+// check them, and pack them into the parameter array their draws receive;
+// `dim` is the length of one vector, and a draw's count is of vectors.
+// The answer is what was wrong, or an empty string.
+struct VectorInputs {
+    std::string factor, mean, storage;
+    bool single;
+};
+using VectorSetup = std::string (*)(const VectorInputs& in, std::vector<double>& params, int64_t& dim);
+
 struct LawChoice {
     const char* name;                // "gaussian"
     std::vector<const char*> params;  // parameter names in call order
@@ -50,6 +61,7 @@ struct LawChoice {
     // Discrete laws: integer results, no precision; both real draws null.
     DrawInt draw_int = nullptr;
     ParamCheck check = nullptr;
+    VectorSetup vector_setup = nullptr;
 };
 
 // Pieces of parameter checks: an empty string when the value is fit, else

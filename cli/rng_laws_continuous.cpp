@@ -33,6 +33,14 @@ const RngRegistration continuous_laws(std::vector<LawChoice>{
      "b + beta exp(Gaussian(a, sigma))", law4<double, rukdRngLognormal>,
      law4<float, ruksRngLognormal>, nullptr,
      [](const double* p) { return first_of({above_zero("sigma", p[1]), above_zero("beta", p[3])}); }},
+    {"gamma", {"alpha", "a", "beta"}, {1.0, 0.0, 1.0}, "a + beta G, G of density x^(alpha-1) e^-x / Gamma(alpha)",
+     law3<double, rukdRngGamma>, law3<float, ruksRngGamma>, nullptr,
+     [](const double* p) { return first_of({above_zero("alpha", p[0]), above_zero("beta", p[2])}); }},
+    {"beta", {"p", "q", "a", "beta"}, {2.0, 3.0, 0.0, 1.0}, "a + beta X, X of density x^(p-1) (1-x)^(q-1)",
+     law4<double, rukdRngBeta>, law4<float, ruksRngBeta>, nullptr,
+     [](const double* p) {
+         return first_of({above_zero("p", p[0]), above_zero("q", p[1]), above_zero("beta", p[3])});
+     }},
 });
 
 }  // namespace

@@ -43,6 +43,7 @@
 
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
+#include "laws/trial_loop.h"
 #include "laws/truncate.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_continuous.h"
@@ -142,24 +143,6 @@ int32_t beyond_table(double u, const InversionTable& t, int32_t trials) {
         sum += term;
         if (u < sum) return k;
     }
-}
-
-int32_t sample_inversion(RukStream* stream, int32_t n, int32_t* r, const InversionTable& t,
-                         int32_t trials) {
-    double u[kBuffer];
-    int32_t status = RUK_OK;
-    for (int32_t done = 0; done < n;) {
-        const int32_t count = n - done < kBuffer ? n - done : kBuffer;
-        status = rukdRngUniform(0, stream, count, u, 0.0, 1.0);
-        if (status < 0) return status;
-        for (int32_t i = 0; i < count; ++i) {
-            int32_t k = 0;
-            while (k < kTableTerms && !(u[i] < t.cum[k])) ++k;
-            r[done + i] = k < kTableTerms ? k : beyond_table(u[i], t, trials);
-        }
-        done += count;
-    }
-    return status;
 }
 
 // ---------------------------------------------------------------------------
@@ -379,7 +362,8 @@ int32_t binomial(RukStream* stream, int32_t n, int32_t* r, int32_t trials, doubl
         build(*cache, N, p);
     }
     if (N * pp < kRejectionFrom) {
-        status = sample_inversion(stream, n, r, cache->inv, trials);
+        const InversionTable& t = cache->inv;
+        status = run_table<kBuffer>(stream, n, r, t.cum, kTableTerms, [&](double u) { return beyond_table(u, t, trials); });
     } else {
         if (!rejection_ends(cache->rej)) return RUK_ERROR_BAD_ARGUMENT;
         status = sample_rejection(stream, n, r, cache->rej, trials);

@@ -34,7 +34,8 @@ inline const RukBrngEntry& row_of(const RukStream* stream) {
 
 // Per precision: the type of intermediate arithmetic, the uniform draw,
 // the vector kernels the laws call (high accuracy throughout, but for the
-// tangent of Cauchy and the trigonometric steps of the single Gaussian),
+// tangent of Cauchy, the trigonometric steps of the single Gaussian and
+// Beta's power of one trial),
 // and the constants, as exact bits.
 template <class T>
 struct Precision;
@@ -48,10 +49,16 @@ struct Precision<double> {
     static int32_t uniform(RukStream* s, int32_t n, double* r, double a, double b) {
         return rukdRngUniform(0, s, n, r, a, b);
     }
+    static int32_t gaussian(int32_t m, RukStream* s, int32_t n, double* r, double a, double sd) {
+        return rukdRngGaussian(m, s, n, r, a, sd);
+    }
     static void ln(int n, double* r) { xebdLn_HA(n, r, r); }
     static void exp(int n, double* r) { xebdExp_HA(n, r, r); }
     static void sqrt(int n, double* r) { xebdSqrt_HA(n, r, r); }
     static void powx(int n, double* r, double b) { xebdPowx_HA(n, r, b, r); }
+    static void pow_low(int n, const double* a, const double* b, double* r) {
+        xebdPow_50(n, a, b, r);
+    }
     static void tan(int n, double* r) { xebdTan_50(n, r, r); }
     static void sin(int n, const double* a, double* r) { xebdSin_HA(n, a, r); }
     static void cos(int n, double* r) { xebdCos_HA(n, r, r); }
@@ -70,10 +77,14 @@ struct Precision<float> {
     static int32_t uniform(RukStream* s, int32_t n, float* r, float a, float b) {
         return ruksRngUniform(0, s, n, r, a, b);
     }
+    static int32_t gaussian(int32_t m, RukStream* s, int32_t n, float* r, float a, float sd) {
+        return ruksRngGaussian(m, s, n, r, a, sd);
+    }
     static void ln(int n, float* r) { xebsLn_HA(n, r, r); }
     static void exp(int n, float* r) { xebsExp_HA(n, r, r); }
     static void sqrt(int n, float* r) { xebsSqrt_HA(n, r, r); }
     static void powx(int n, float* r, float b) { xebsPowx_HA(n, r, b, r); }
+    static void pow_low(int n, const float* a, const float* b, float* r) { xebsPow_21(n, a, b, r); }
     static void tan(int n, float* r) { xebsTan_21(n, r, r); }
     static void sin(int n, const float* a, float* r) { xebsSin_21(n, a, r); }
     static void cos(int n, float* r) { xebsCos_21(n, r, r); }

@@ -25,12 +25,6 @@
 namespace xeb::laws {
 namespace {
 
-inline float float_at(const int32_t* r, int32_t i) {
-    float f;
-    std::memcpy(&f, r + i, sizeof f);
-    return f;
-}
-
 // floor of the k doubles at d into k integers at r.  r may start at d
 // itself: element i is written at byte 4i after double i was read from
 // byte 8i, so no write overtakes a read.

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "frame/bits.h"
 
@@ -43,6 +44,15 @@ inline int32_t floor_to_int32(double x) {
     double t = truncate_to_int32(x);
     if (t != x && x < 0) t -= 1.0;
     return truncate_to_int32(t);
+}
+
+// The float at place i of an integer array that a law drew floats into (a
+// float and a 32-bit integer have the same size), read through memcpy: the
+// element changes type under the same address.
+inline float float_at(const int32_t* r, int32_t i) {
+    float f;
+    std::memcpy(&f, r + i, sizeof f);
+    return f;
 }
 
 }  // namespace xeb::laws

@@ -2,6 +2,7 @@
 // generators.
 #include "rng/registry.h"
 
+#include "xebruk/rng_abstract.h"
 #include "xebruk/rng_generators.h"
 
 namespace xeb::rng {
@@ -30,9 +31,16 @@ constexpr RukBrngEntry kMt19937 =
 constexpr RukBrngEntry kMt2203 =
     generator_row({312, 70, 1, 4, 32}, rukBRngMT2203InitStream, ruksBRngMT2203, rukdBRngMT2203,
                   ikernel_entry<uint32_t, rukiBRngMT2203>);
-constexpr RukBrngEntry kIAbstract = unbuilt_row({40, 0, 1, 4, 32});
-constexpr RukBrngEntry kDAbstract = unbuilt_row({56, 0, 1, 4, 32});
-constexpr RukBrngEntry kSAbstract = unbuilt_row({48, 0, 1, 4, 32});
+// The abstract rows: one working kernel each, the refusals in the other slots.
+constexpr RukBrngEntry kIAbstract =
+    generator_row({40, 0, 1, 4, 32}, rukBRngiAbstractInitStream, ruksBRngiAbstract,
+                  rukdBRngiAbstract, ikernel_entry<uint32_t, rukiBRngiAbstract>);
+constexpr RukBrngEntry kDAbstract =
+    generator_row({56, 0, 1, 4, 32}, rukBRngdAbstractInitStream, ruksBRngdAbstract,
+                  rukdBRngdAbstract, ikernel_entry<uint32_t, rukiBRngdAbstract>);
+constexpr RukBrngEntry kSAbstract =
+    generator_row({48, 0, 1, 4, 32}, rukBRngsAbstractInitStream, ruksBRngsAbstract,
+                  rukdBRngsAbstract, ikernel_entry<uint32_t, rukiBRngsAbstract>);
 
 // Rows of __RegBrngsNew in use, and each row's count of sub-ids.
 int32_t new_table_rows = kBuiltinNewRows;

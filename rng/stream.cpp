@@ -7,12 +7,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "rng/abstract.h"
 #include "rng/registry.h"
 
 namespace xeb::rng {
 
 std::size_t stream_block_bytes(const RukBrngEntry& row) {
-    const std::size_t own = row.streamSize > 0 ? static_cast<std::size_t>(row.streamSize) : 0;
+    // An abstract stream's trailer lies right behind its streamSize bytes.
+    const std::size_t own = (row.streamSize > 0 ? static_cast<std::size_t>(row.streamSize) : 0) +
+                            abstract_link_bytes(row);
     const std::size_t counted = kStreamHeaderBytes + static_cast<std::size_t>(row.seedCount) *
                                                          static_cast<std::size_t>(row.wordSize);
     return std::max({own, counted, kStreamHeaderBytes});

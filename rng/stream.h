@@ -6,7 +6,9 @@
 // row's streamSize bytes, and at least 16 + seedCount * wordSize bytes, so
 // that rukCopyStreamState, which moves seedCount * wordSize bytes, stays
 // inside the block for every row (the WH row counts 64 bytes of state in a
-// 48-byte stream).  Bytes beyond the generator's own state are zero.
+// 48-byte stream).  Bytes beyond the generator's own state are zero.  The
+// abstract rows add the addresses of the caller's buffer and callback
+// behind streamSize (rng/abstract.h).
 //
 // Chunks.  chunkHead holds the address of the newest chunk (sign-extended
 // where addresses are 32 bits); each node's next leads to the older ones.

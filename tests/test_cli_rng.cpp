@@ -205,6 +205,91 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
     }
 }
 
+// Multivariate normal vectors: the (n, d) array of the library's draw, the
+// same for each storage of one factor, and every file a user can get wrong.
+TEST(CliRng, GaussianMVVectorsFromAFactorFile) {
+    const std::string full = temp_path("full.txt"), packed = temp_path("packed.f64"), diag = temp_path("diag.txt"),
+                      mean = temp_path("mean.txt");
+    std::ofstream(full) << "2 0 0\n0.5 1 0\n-0.25 0.125 3\n";
+    const double columns[6] = {2, 0.5, -0.25, 1, 0.125, 3};
+    std::ofstream(packed, std::ios::binary).write(reinterpret_cast<const char*>(columns), sizeof columns);
+    std::ofstream(diag) << "2 1 3\n";
+    std::ofstream(mean) << "1\n-1\n10\n";
+    const std::string common = std::string(kKeyArg) + " --law gaussianmv --n 20001 --quiet --mean " + mean;
+    const std::string a = temp_path("a.npy"), b = temp_path("b.npy"), c = temp_path("c.npy");
+    ASSERT_EQ(run_cli(common + " --factor " + full + " --out " + a).exit_code, 0);
+    ASSERT_EQ(run_cli(common + " --factor " + packed + " --storage packed --out " + b).exit_code, 0);
+    ASSERT_EQ(run_cli(common + " --factor " + diag + " --storage diagonal --precision single --out " + c).exit_code, 0);
+    const std::string full_bytes = take(a), packed_bytes = take(b), diag_bytes = take(c);
+    EXPECT_EQ(full_bytes, packed_bytes);
+    EXPECT_NE(npy_dict(full_bytes).find("'shape': (20001, 3)"), std::string::npos);
+
+    xt::StreamHandle h, hs;
+    const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
+    ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
+    ASSERT_EQ(rukNewStreamEx(hs.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
+    const double t[9] = {2, 0, 0, 0.5, 1, 0, -0.25, 0.125, 3}, m[3] = {1, -1, 10};
+    const float ts[3] = {2, 1, 3}, ms[3] = {1, -1, 10};
+    std::vector<double> want(60003);
+    std::vector<float> want_single(60003);
+    ASSERT_EQ(rukdRngGaussianMV(0, h.get(), 20001, want.data(), 3, RUK_FACTOR_SQUARE, m, t), RUK_OK);
+    ASSERT_EQ(ruksRngGaussianMV(0, hs.get(), 20001, want_single.data(), 3, RUK_FACTOR_DIAGONAL, ms, ts), RUK_OK);
+    ASSERT_GE(full_bytes.size(), sizeof(double) * want.size());
+    EXPECT_EQ(0, std::memcmp(full_bytes.data() + full_bytes.size() - sizeof(double) * want.size(), want.data(),
+                             sizeof(double) * want.size()));
+    ASSERT_GE(diag_bytes.size(), sizeof(float) * want_single.size());
+    EXPECT_EQ(0, std::memcmp(diag_bytes.data() + diag_bytes.size() - sizeof(float) * want.size(),
+                             want_single.data(), sizeof(float) * want.size()));
+
+    const std::string upper = temp_path("upper.txt"), wide = temp_path("wide.txt"), nan = temp_path("nan.txt"),
+                      five = temp_path("five.txt");
+    std::ofstream(five) << "1 2 3 4 5\n";
+    std::ofstream(upper) << "2 0.5\n0.5 1\n";
+    std::ofstream(wide) << "1 0 0\n1 1 0\n";
+    std::ofstream(nan) << "1 0\nnan 1\n";
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "needs --factor FILE"},
+        {"--factor " + upper, "must be lower triangular, but row 0 holds 0.5 in column 1"},
+        {"--factor " + wide, "must hold a square array"},
+        {"--factor " + full + " --storage packed", "must hold one row or column"},
+        {"--factor " + five + " --storage packed", "holds 5 values; a packed factor"},
+        {"--factor " + full + " --storage lower", "--storage is full, packed or diagonal"},
+        {"--factor " + nan, "holds nan, not a finite number"},
+        {"--factor " + full + " --mean " + diag + "x", "cannot open"},
+        {"--factor " + diag + " --storage diagonal --mean " + full, "must hold the 3 values of the mean"},
+        {"--factor " + full + " --params 1,2", "not --params"},
+        {"--factor " + full + " --gen sobol --dim 3", "not sobol"},
+    };
+    for (const auto& [args, message] : cases) {
+        const std::string out = temp_path("refused.npy");
+        std::remove(out.c_str());
+        const CliResult r = run_cli("--law gaussianmv " + args + " --out " + out);
+        EXPECT_EQ(r.exit_code, 2) << args;
+        EXPECT_NE(r.err.find(message), std::string::npos) << args << ": " << r.err;
+        EXPECT_FALSE(std::ifstream(out).good()) << args;
+    }
+    for (const std::string& f : {full, packed, diag, mean, upper, wide, nan, five}) std::remove(f.c_str());
+}
+
+TEST(CliRng, BetaShapesAndScaleAreChecked) {
+    const std::string out = temp_path("beta.bin");
+    ASSERT_EQ(run_cli(std::string(kKeyArg) + " --law beta --params 0.5,2,-1,4 --n 999 --quiet --out " + out).exit_code, 0);
+    const std::string bytes = take(out);
+    xt::StreamHandle h;
+    const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
+    ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
+    std::vector<double> want(999);
+    ASSERT_EQ(rukdRngBeta(0, h.get(), 999, want.data(), 0.5, 2, -1, 4), RUK_OK);
+    ASSERT_EQ(bytes.size(), sizeof(double) * want.size());
+    EXPECT_EQ(0, std::memcmp(bytes.data(), want.data(), bytes.size()));
+    for (const auto& [params, message] : {std::pair{"0,2,0,1", "p must be above 0"}, {"1,-2,0,1", "q must be above 0"},
+                                          {"1,2,0,0", "beta must be above 0"}, {"1,inf,0,1", "q must be a finite"}}) {
+        const CliResult r = run_cli(std::string("--law beta --params ") + params);
+        EXPECT_EQ(r.exit_code, 2) << params;
+        EXPECT_NE(r.err.find(message), std::string::npos) << params << ": " << r.err;
+    }
+}
+
 TEST(CliRng, HelpPrintsTheUsage) {
     for (const char* command : {" rng --help", " help rng", " rng --law gaussian -h"}) {
         const std::string out = temp_path("help.txt");

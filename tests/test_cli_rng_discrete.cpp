@@ -8,9 +8,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/streams.h"
@@ -60,6 +62,22 @@ TEST(CliRngDiscrete, TextAndNpyHoldTheLibrarysIntegers) {
     ASSERT_EQ(npy.out.size(), 10 + header + 4 * want.size());
     EXPECT_EQ(std::memcmp(npy.out.data() + 10 + header, want.data(), 4 * want.size()), 0);
 
+    // The urn and count laws take their parameters in the listed order, and
+    // Poisson its method.
+    const std::pair<std::string, std::function<int32_t(RukStream*, int32_t*)>> laws[] = {
+        {"hypergeometric --params 1000,100,600", [](RukStream* s, int32_t* r) { return rukiRngHypergeometric(0, s, 50, r, 1000, 100, 600); }},
+        {"negbinomial --params 2.5,0.25", [](RukStream* s, int32_t* r) { return rukiRngNegbinomial(0, s, 50, r, 2.5, 0.25); }},
+        {"poisson --params 40 --method 1", [](RukStream* s, int32_t* r) { return rukiRngPoisson(1, s, 50, r, 40.0); }}};
+    for (const auto& [law, call] : laws) {
+        xt::StreamHandle fresh;
+        ASSERT_EQ(rukNewStreamEx(fresh.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+        ASSERT_EQ(call(fresh.get(), want.data()), RUK_OK);
+        std::string lines;
+        for (int i = 0; i < 50; ++i) lines += std::to_string(want[i]) + "\n";
+        EXPECT_EQ(xebruk_rng("--seed 77 --n 50 --quiet --law " + law).out, lines) << law;
+        EXPECT_NE(xebruk_rng("--list").out.find(law.substr(0, law.find(' '))), std::string::npos) << law;
+    }
+
     // The generator's words, read as signed integers.
     EXPECT_EQ(xebruk_rng("--gen mcg31m1 --seed 1 --law bits --n 3 --quiet").out, "1\n1132489760\n826537482\n");
 }
@@ -77,6 +95,10 @@ TEST(CliRngDiscrete, ParametersOutsideTheLawAreNamed) {
         {"--law bernoulli --params 2", "p must lie in [0, 1]"},
         {"--law uniform_int --params 5,5", "a must be below b"},
         {"--law uniform_int --params 0,3e9", "b must be a whole number"},
+        {"--law hypergeometric --params 10,11,3", "hypergeometric: sample must be at most lot"},
+        {"--law hypergeometric --params 10,3,2.5", "marked must be a whole number from 0"},
+        {"--law negbinomial --params 0,0.5", "negbinomial: a must be above 0"},
+        {"--law negbinomial --params 2,1.5", "p must be above 0 and at most 1"},
         {"--law gaussian --params 0,-1", "gaussian: sigma must be above 0"},
         {"--law exponential --params 0,-2", "exponential: beta must be above 0"},
         {"--law weibull --params 0,0,1", "weibull: alpha must be above 0"},
@@ -84,6 +106,11 @@ TEST(CliRngDiscrete, ParametersOutsideTheLawAreNamed) {
         {"--law uniform --params 2,1", "uniform: a must be below b"},
         {"--law uniform --params 0,inf", "b must be a finite number"},
         {"--law cauchy --params 0,1e39 --precision single", "beta must be a finite single-precision number"},
+        {"--law gamma --params 0,0,1", "gamma: alpha must be above 0"},
+        {"--law gamma --params 2,0,-1", "gamma: beta must be above 0"},
+        {"--law poisson --params -1", "poisson: lambda must lie in [0, 2143289344]"},
+        {"--law poisson --params 3e9 --method 1", "lambda must lie in"},
+        {"--law poissonv --params nan", "poissonv: lambda must be a finite number"},
     };
     for (const auto& [args, message] : cases) {
         const Outcome r = xebruk_rng(std::string(args) + " --n 3");

@@ -16,8 +16,10 @@
 #include <string>
 #include <vector>
 
+#include <gsl/gsl_sf_gamma.h>
+
 #include "support/scale.h"
-#include "support/streams.h"
+#include "support/law_draws.h"
 #include "xebruk/xebruk.h"
 
 namespace {
@@ -25,31 +27,12 @@ namespace {
 using xt::StreamHandle;
 using Calls = std::vector<int32_t>;
 
-// A registered generator that hands out a script: the uniforms on (0, 1) to
-// return (scaled to the interval asked for, used cyclically) and the status
-// of each call (missing ones are 0); it logs the count of every call.
-struct Script {
-    std::vector<double> values;
-    Calls statuses, calls;
-    std::size_t next = 0;
-} script;
-void reset_script(std::vector<double> v, Calls s = {}) { script = Script{std::move(v), std::move(s), {}, 0}; }
-template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T a, T b) {
-    const std::size_t call = script.calls.size();
-    script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i)
-        r[i] = static_cast<T>(a + (b - a) * script.values[script.next++ % script.values.size()]);
-    return call < script.statuses.size() ? script.statuses[call] : 0;
-}
-int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
-int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
-void new_script_stream(StreamHandle& h) {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
-        return rukRegisterBrng(&row);
-    }();
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
+// The scripted generator of tests/support, its numbers taken as uniforms
+// on (0, 1) and scaled to the interval of each call.
+using xt::new_script_stream;
+using xt::script;
+void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
+    xt::reset_script(std::move(values), std::move(statuses), true);
 }
 
 void new_mt(StreamHandle& h, uint32_t seed) { ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK); }
@@ -157,6 +140,22 @@ std::vector<Law> laws() {
                      const LD e = 2 * std::exp(a + sigma * box_muller(u, i, false).x);
                      return Value{-1 + e, std::max(e, 1.0L)};
                  }, 10, 12});
+    // Gamma: each of the four generators, on both sides of their bounds
+    // (0.6, 1), and a shape where the normal approximation is close.  At
+    // shape 1 the values are the Exponential's.  a = 0 (but at 10) keeps
+    // the tiny values of small shapes apart from a.
+    const std::pair<double, const char*> shapes[] = {{0.1, "gamma 0.1"}, {0.5, "gamma 0.5"}, {0.6, "gamma 0.6"},
+                                                     {0.9, "gamma 0.9"}, {1, "gamma 1"},     {1.5, "gamma 1.5"},
+                                                     {10, "gamma 10"},   {1e4, "gamma 1e4"}};
+    for (const auto& shape : shapes) {
+        const double alpha = shape.first, a = alpha == 10 ? 3 : 0, beta = alpha == 10 ? 0.5 : 2;
+        Formula exponential = nullptr;
+        if (alpha == 1)
+            exponential = [](const LD* u, std::size_t i, bool) { return Value{-2 * std::log(u[i]), -2 * std::log(u[i])}; };
+        v.push_back({shape.second, forms(rukdRngGamma, ruksRngGamma, 0, alpha, a, beta),
+                     [=](LD x) { return x <= a ? 0 : gsl_sf_gamma_inc_P(alpha, static_cast<double>((x - a) / beta)); },
+                     alpha == 1 ? 1 : 2, exponential, 2, 3});
+    }
     return v;
 }
 

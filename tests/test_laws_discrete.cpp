@@ -23,64 +23,23 @@
 #include "support/args.h"
 #include "support/chi_square.h"
 #include "support/events.h"
+#include "support/law_draws.h"
 #include "support/scale.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
 
 namespace {
 
+using xt::draw;
+using xt::expect_passes;
+using xt::Ints;
+using xt::new_script_stream;
+using xt::new_stream;
+using xt::reset_script;
+using xt::script;
 using xt::StreamHandle;
-using Ints = std::vector<int32_t>;
 const int32_t kGens[] = {RUK_BRNG_MT19937, RUK_BRNG_MCG31M1};
 const std::size_t kSample = xt::scaled(1000000, 20000);
-
-void new_stream(StreamHandle& h, int32_t id, uint32_t seed) {
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 1, &seed), RUK_OK);
-}
-
-// n values of a law (method 0) drawn on a fresh stream.
-template <class... P, class... A>
-Ints draw(int32_t id, uint32_t seed, std::size_t n, int32_t (*law)(int32_t, RukStream*, int32_t, int32_t*, P...),
-          A... args) {
-    StreamHandle h;
-    new_stream(h, id, seed);
-    Ints r(n);
-    EXPECT_EQ(law(0, h.get(), static_cast<int32_t>(n), r.data(), args...), RUK_OK);
-    return r;
-}
-
-// A generator that hands out given numbers as they stand (whatever the
-// interval), records the count of every call and answers given statuses.
-struct Script {
-    std::vector<double> values;  // used cyclically
-    std::vector<int32_t> statuses, calls;
-    std::size_t next = 0;
-} script;
-void reset_script(std::vector<double> values, std::vector<int32_t> statuses = {}) {
-    script = Script{std::move(values), std::move(statuses), {}, 0};
-}
-template <class T>
-int32_t script_fill(RukStream*, int32_t n, T* r, T, T) {
-    const std::size_t call = script.calls.size();
-    script.calls.push_back(n);
-    for (int32_t i = 0; i < n; ++i) r[i] = static_cast<T>(script.values[script.next++ % script.values.size()]);
-    return call < script.statuses.size() ? script.statuses[call] : RUK_OK;
-}
-int32_t script_init(int32_t, RukStream*, int32_t, const uint32_t*) { return RUK_OK; }
-int32_t script_i(RukStream*, int32_t, void*) { return RUK_OK; }
-void new_script_stream(StreamHandle& h) {
-    static const int32_t id = [] {
-        const RukBrngEntry row{24, 1, 1, 4, 32, script_init, script_fill<float>, script_fill<double>, script_i};
-        return rukRegisterBrng(&row);
-    }();
-    ASSERT_EQ(rukNewStreamEx(h.out(), id, 0, nullptr), RUK_OK);
-}
-
-// Fails with the law's name unless the sample passes.
-void expect_passes(const xt::ChiSquare& res, const std::string& what) {
-    EXPECT_TRUE(res.passes()) << what << ": chi2 " << res.statistic << " of " << res.critical << " over "
-                              << res.cells << " cells, " << res.outside << " outside";
-}
 
 TEST(Truncation, MatchesTheConversionTowardZeroBelowTwoTo31) {
     auto rng = xt::seeded(9);

@@ -2,6 +2,7 @@
 // and every way a load can fail.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <algorithm>
@@ -197,6 +198,15 @@ void put_at(Bytes& b, std::size_t at, T v) {
     std::memcpy(&b[at], &v, sizeof v);
 }
 
+// A Poisson set-up (84 doubles) with only its keys: PTPE's mean first,
+// the table's at double 51.
+std::vector<double> poisson_keys(double large, double small) {
+    std::vector<double> d(84, 0.0);
+    d[0] = large;
+    d[51] = small;
+    return d;
+}
+
 // A file passes the header's tests but holds what draws could not use: a
 // generator state outside the generator's invariants, or a chunk of a
 // law's identifier with the wrong size or contents.  Before these checks
@@ -256,6 +266,25 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
         {"Binomial key trials 2.5", with_chunk(RUK_CHUNK_BINOMIAL, {2.5, 0.3}, 680)},
         {"Binomial key trials 2^31", with_chunk(RUK_CHUNK_BINOMIAL, {2147483648.0, 0.3}, 680)},
         {"fresh Binomial key, table not", with_chunk(RUK_CHUNK_BINOMIAL, {0, 0, 1e300}, 680)},
+        {"Gamma double record of 8 bytes", with_chunk(RUK_CHUNK_GAMMA_DOUBLE_PAIR, {}, 8)},
+        {"Gamma single record of 16 bytes", with_chunk(RUK_CHUNK_GAMMA_SINGLE_PAIR, {}, 16)},
+        {"Gamma uniform outside [0, 1]", with_chunk(RUK_CHUNK_GAMMA_DOUBLE_PAIR, {1.5, 0.0}, 16)},
+        {"Gamma normal infinite", with_chunk(RUK_CHUNK_GAMMA_DOUBLE_PAIR, {0.5, HUGE_VAL}, 16)},
+        {"Gamma record half empty", with_chunk(RUK_CHUNK_GAMMA_DOUBLE_PAIR, {-1.0, 0.5}, 16)},
+        {"Poisson set-up of 16 bytes", with_chunk(RUK_CHUNK_POISSON, {}, 16)},
+        {"Poisson table key 27", with_chunk(RUK_CHUNK_POISSON, poisson_keys(0, 27), 672)},
+        {"Poisson table key -1", with_chunk(RUK_CHUNK_POISSON, poisson_keys(0, -1), 672)},
+        {"Poisson table key NaN", with_chunk(RUK_CHUNK_POISSON, poisson_keys(0, std::nan("")), 672)},
+        {"Poisson PTPE key 26", with_chunk(RUK_CHUNK_POISSON, poisson_keys(26, 0), 672)},
+        {"Poisson PTPE key 3e9", with_chunk(RUK_CHUNK_POISSON, poisson_keys(3e9, 0), 672)},
+        {"Hypergeometric set-up of 24 bytes", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {1000, 400, 100}, 24)},
+        {"Hypergeometric key sample above lot", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {10, 5, 11}, 648)},
+        {"Hypergeometric key lot 2.5", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {2.5, 1, 1}, 648)},
+        {"fresh Hypergeometric key, table not", with_chunk(RUK_CHUNK_HYPERGEOMETRIC, {0, 0, 0, 1}, 648)},
+        {"Negbinomial key a = 0", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0.5}, 1304)},
+        {"Negbinomial key p = 1.5", with_chunk(RUK_CHUNK_NEGBINOMIAL, {3, 1.5}, 1304)},
+        {"Negbinomial key beyond 32 bits", with_chunk(RUK_CHUNK_NEGBINOMIAL, {1, 1e-10}, 1304)},
+        {"fresh Negbinomial key, table not", with_chunk(RUK_CHUNK_NEGBINOMIAL, {0, 0, 1e300}, 1304)},
     };
     for (const auto& c : cases) EXPECT_EQ(load_fails(c.file), RUK_ERROR_BAD_STREAM_FILE) << c.what;
 }
@@ -301,6 +330,23 @@ TEST_F(StreamFile, StatesOfEveryGeneratorAndRebuiltSetUpsLoad) {
     ASSERT_EQ(rukiRngBinomial(0, h.get(), 500, r, 400, 0.2), RUK_OK);
     ASSERT_EQ(rukiRngBinomial(0, back.get(), 500, s, 400, 0.2), RUK_OK);
     EXPECT_EQ(0, std::memcmp(r, s, sizeof r));
+
+    // The same for both halves of a Poisson set-up (all but the keys).
+    StreamHandle ph, pback;
+    ASSERT_EQ(rukNewStreamEx(ph.out(), RUK_BRNG_MT19937, 1, &seed), RUK_OK);
+    ASSERT_EQ(rukiRngPoisson(0, ph.get(), 10, r, 12.5), RUK_OK);
+    ASSERT_EQ(rukiRngPoisson(0, ph.get(), 10, r, 400), RUK_OK);
+    b = saved(ph.get(), p);
+    const std::size_t record = b.size() - 672;
+    for (std::size_t i = record + 8; i < b.size(); ++i)
+        if (i < record + 8 * 51 || i >= record + 8 * 52) b[i] = 0xA5;
+    write_file(p, b);
+    ASSERT_EQ(rukLoadStreamF(pback.out(), p.c_str()), RUK_OK);
+    for (const double mean : {12.5, 400.0}) {
+        ASSERT_EQ(rukiRngPoisson(0, ph.get(), 500, r, mean), RUK_OK);
+        ASSERT_EQ(rukiRngPoisson(0, pback.get(), 500, s, mean), RUK_OK);
+        EXPECT_EQ(0, std::memcmp(r, s, sizeof r)) << mean;
+    }
 }
 
 TEST_F(StreamFile, RegisteredGeneratorLoadsOnceRegistered) {

@@ -73,6 +73,56 @@ XEBRUK_API int32_t rukdRngLognormal(int32_t method, RukStream *stream, int32_t n
 XEBRUK_API int32_t ruksRngLognormal(int32_t method, RukStream *stream, int32_t n, float *r,
                                     float a, float sigma, float b, float beta);
 
+/* Gamma(alpha) shifted by a and scaled by beta: a + beta G, with G of
+ * density x^(alpha-1) e^(-x) / Gamma(alpha).  The shape picks the
+ * generator: Marsaglia and Tsang's squeeze above 1, the Exponential at 1,
+ * rejection from a Weibull law from 0.6 to 1 and a two-part rejection
+ * below 0.6.  Above 1 an unused candidate stays in the stream (chunk 7 in
+ * double, 8 in single), so that calls of any split continue one sequence.
+ * A negative or NaN alpha or beta: RUK_ERROR_BAD_ARGUMENT, nothing drawn or
+ * written; also RUK_ERROR_NO_MEMORY when the record cannot be made.
+ * method is ignored. */
+#define RUK_CHUNK_GAMMA_DOUBLE_PAIR  7
+#define RUK_CHUNK_GAMMA_SINGLE_PAIR  8
+XEBRUK_API int32_t rukdRngGamma(int32_t method, RukStream *stream, int32_t n, double *r,
+                                double alpha, double a, double beta);
+XEBRUK_API int32_t ruksRngGamma(int32_t method, RukStream *stream, int32_t n, float *r,
+                                float alpha, float a, float beta);
+
+/* Beta(p, q) shifted by a and scaled by beta: a + beta X, X of density
+ * x^(p-1) (1-x)^(q-1) / B(p, q).  The shapes pick the generator: Johnk's
+ * or a switching rejection (Atkinson and Whittaker) when one is below 1,
+ * Cheng's BB when both are above 1, a power of one uniform when one is 1.
+ * A shape of 0 or below, or both shapes so small that Johnk's powers
+ * underflow in 99% of trials (p + q below 1.5e-5 in double, 1e-4 in
+ * single): RUK_ERROR_BAD_ARGUMENT, nothing drawn or written.  A NaN shape
+ * draws uniforms on the interval from a to a + beta.  10,000 rejected
+ * trials in a row (a stream that is not uniform) also give
+ * RUK_ERROR_BAD_ARGUMENT, with the results made so far in r.  method is
+ * ignored. */
+XEBRUK_API int32_t rukdRngBeta(int32_t method, RukStream *stream, int32_t n, double *r, double p,
+                               double q, double a, double beta);
+XEBRUK_API int32_t ruksRngBeta(int32_t method, RukStream *stream, int32_t n, float *r, float p,
+                               float q, float a, float beta);
+
+/* n vectors of dimension d of the normal law of mean a and covariance
+ * T T': r[v d + j] = (T z + a)[j] for z standard normal (drawn by the
+ * Gaussian method `method`).  T is lower triangular, stored as storage
+ * says: RUK_FACTOR_SQUARE t[j d + k] (the upper triangle is not read),
+ * RUK_FACTOR_PACKED the lower triangle column after column, or
+ * RUK_FACTOR_DIAGONAL the diagonal alone; another storage gives the
+ * standard normals.  d = 1: Gaussian(a[0], t[0]).  A dimension below 1 or
+ * n d beyond 2^31 - 1: RUK_ERROR_BAD_ARGUMENT, nothing drawn or written. */
+#define RUK_FACTOR_SQUARE    0
+#define RUK_FACTOR_PACKED    1
+#define RUK_FACTOR_DIAGONAL  2
+XEBRUK_API int32_t rukdRngGaussianMV(int32_t method, RukStream *stream, int32_t n, double *r,
+                                     int32_t dimension, int32_t storage, const double *a,
+                                     const double *t);
+XEBRUK_API int32_t ruksRngGaussianMV(int32_t method, RukStream *stream, int32_t n, float *r,
+                                     int32_t dimension, int32_t storage, const float *a,
+                                     const float *t);
+
 XEBRUK_EXTERN_C_END
 
 #endif

@@ -11,6 +11,7 @@
 #include "rng_stream.h"
 #include "rng_modular.h"
 #include "rng_generators.h"
+#include "rng_abstract.h"
 #include "rng_continuous.h"
 #include "rng_discrete.h"
 #include "vm_explog.h"

@@ -25,7 +25,7 @@ struct Generator {
 };
 
 // The chunks a stream carries when it is saved.
-enum class Chunks { None, GaussianPairs, Btpe, Inversion };
+enum class Chunks { None, GaussianPairs, Btpe, Inversion, GammaPoisson };
 
 bool write_stream_seed(const std::string& dir, const Generator& g, Chunks chunks, const char* tag) {
     RukStream* s = nullptr;
@@ -41,6 +41,12 @@ bool write_stream_seed(const std::string& dir, const Generator& g, Chunks chunks
     }
     if (chunks == Chunks::Btpe) rukiRngBinomial(0, s, 5, k, 100, 0.3);
     if (chunks == Chunks::Inversion) rukiRngBinomial(0, s, 5, k, 20, 0.4);
+    if (chunks == Chunks::GammaPoisson) {
+        rukdRngGamma(0, s, 1, d, 2.5, 0.0, 1.0);
+        ruksRngGamma(0, s, 1, f, 2.5f, 0.0f, 1.0f);
+        rukiRngPoisson(0, s, 5, k, 12.5);
+        rukiRngPoisson(0, s, 5, k, 400.0);
+    }
     const std::string path = dir + "/" + g.name + "_" + tag + ".rng";
     const int32_t saved = rukSaveStreamF(s, path.c_str(), -1);
     rukDeleteStream(&s);
@@ -101,7 +107,7 @@ int main(int argc, char** argv) {
                                     {"niederr", RUK_BRNG_NIEDERR, 5}};
     const std::pair<Chunks, const char*> variants[] = {
         {Chunks::None, "plain"}, {Chunks::GaussianPairs, "pairs"}, {Chunks::Btpe, "btpe"},
-        {Chunks::Inversion, "inversion_pairs"}};
+        {Chunks::Inversion, "inversion_pairs"}, {Chunks::GammaPoisson, "gamma_poisson"}};
     bool ok = true;
     for (const Generator& g : generators)
         for (const auto& [chunks, tag] : variants) ok = write_stream_seed(argv[1], g, chunks, tag) && ok;

@@ -1,7 +1,7 @@
 // Fuzz target: rukLoadStreamF on arbitrary bytes.  A file that loads is
 // then used as a program would use it: a few draws of every law that reads
-// a chunk (the Gaussian pending pairs, Binomial's set-up under the keys
-// the seed files carry), the generator's own words and numbers, a copy that
+// a chunk (the Gaussian pending pairs, Gamma's kept candidates, Binomial's
+// and Poisson's set-ups under the keys the seed files carry), the generator's own words and numbers, a copy that
 // shares the chunks, a save, and the deletes.  What a load accepts must
 // never make these read out of bounds, leak, or hang.
 #include <cstddef>
@@ -28,6 +28,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The keys of the seed files' set-ups: BTPE and inversion.
     rukiRngBinomial(0, stream, 5, k, 100, 0.3);
     rukiRngBinomial(0, stream, 5, k, 20, 0.4);
+    // Gamma's kept candidates; Poisson's set-up under the seed files' keys.
+    rukdRngGamma(0, stream, 3, d, 2.5, 0.0, 1.0);
+    ruksRngGamma(0, stream, 3, f, 2.5f, 0.0f, 1.0f);
+    rukiRngPoisson(0, stream, 5, k, 12.5);
+    rukiRngPoisson(0, stream, 5, k, 400.0);
     RukStream* copy = nullptr;
     if (rukCopyStream(&copy, stream) >= 0) {
         rukiRngBinomial(0, copy, 3, k, 100, 0.3);

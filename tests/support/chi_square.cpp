@@ -77,4 +77,27 @@ long double geometric_pmf(long double p, int64_t k) {
     return p * std::exp(static_cast<long double>(k) * std::log1p(-p));
 }
 
+long double poisson_pmf(long double mean, int64_t k) {
+    if (k < 0) return 0;
+    if (mean == 0) return k == 0 ? 1 : 0;
+    return std::exp(static_cast<long double>(k) * std::log(mean) - mean - std::lgamma(static_cast<long double>(k) + 1));
+}
+
+long double hypergeometric_pmf(int64_t l, int64_t s, int64_t m, int64_t k) {
+    if (k < 0 || k > s || k > m || s - k > l - m) return 0;
+    const auto ln_choose = [](int64_t n, int64_t r) {
+        const long double nn = static_cast<long double>(n), rr = static_cast<long double>(r);
+        return std::lgamma(nn + 1) - std::lgamma(rr + 1) - std::lgamma(nn - rr + 1);
+    };
+    return std::exp(ln_choose(m, k) + ln_choose(l - m, s - k) - ln_choose(l, s));
+}
+
+long double negbinomial_pmf(long double a, long double p, int64_t k) {
+    if (k < 0) return 0;
+    if (p == 1) return k == 0 ? 1 : 0;
+    const long double x = static_cast<long double>(k);
+    return std::exp(std::lgamma(a + x) - std::lgamma(a) - std::lgamma(x + 1) + a * std::log(p) +
+                    x * std::log1p(-p));
+}
+
 }  // namespace xt

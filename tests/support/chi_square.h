@@ -31,5 +31,10 @@ ChiSquare chi_square(const std::vector<int32_t>& sample, int64_t lo, int64_t hi,
 // Probability mass functions evaluated in long double.
 long double binomial_pmf(int64_t trials, long double p, int64_t k);
 long double geometric_pmf(long double p, int64_t k);  // failures before the first success
+long double poisson_pmf(long double mean, int64_t k);
+// Marked items in a sample of s from a lot of l with m marked.
+long double hypergeometric_pmf(int64_t l, int64_t s, int64_t m, int64_t k);
+// Failures before the a-th success of probability p, for real a > 0.
+long double negbinomial_pmf(long double a, long double p, int64_t k);
 
 }  // namespace xt
