@@ -65,6 +65,11 @@ struct VectorKernel {
     // The entry without the form ("xebdExp"), which reads the accuracy from
     // the mode word.
     std::string front_end() const { return "xeb" + std::string(1, precision) + family; }
+    // That entry (include/xebruk/vm.h), of the same type as this row's
+    // function, looked up among the program's dynamic symbols (the shared
+    // library's exports, or a static program's built with ENABLE_EXPORTS);
+    // null when there is none.
+    void (*front_end_function() const)();
     // What the CLI accepts besides the export: "exp_ha".
     std::string short_name() const;
     double bound_for(bool simd_class) const {

@@ -35,7 +35,10 @@ std::string cpu_features() {
 // The three fields of a mode word in words.
 std::string describe_mode(unsigned mode) {
     const unsigned acc = mode & XEB_ACC_MASK, fpu = mode & XEB_FPU_MASK, rep = mode & XEB_REPORT_MASK;
-    std::string s = acc == XEB_ACC_HA ? "accuracy HA" : acc == XEB_ACC_LA ? "accuracy LA" : "accuracy field " + std::to_string(acc);
+    std::string s = acc == XEB_ACC_HA   ? "accuracy HA"
+                    : acc == XEB_ACC_LA ? "accuracy LA"
+                    : acc == XEB_ACC_EP ? "accuracy EP"
+                                        : "accuracy field " + std::to_string(acc);
     s += fpu == 0                    ? "; control words as the thread has them"
          : fpu == XEB_FPU_NARROW     ? "; control words forced, x87 at 53 bits"
          : fpu == XEB_FPU_WIDE       ? "; control words forced, x87 at 64 bits"
@@ -54,8 +57,8 @@ std::string describe_mode(unsigned mode) {
 
 int info(const Args& args) {
     if (wants_help(args)) {
-        std::puts("usage: xebruk info\n  the version, the processor class and features, the mode word and the\n"
-                  "  vector kernels of this build; takes no arguments");
+        std::puts("usage: xebruk info\n  the version, the processor class and features, the kernel class in use,\n"
+                  "  the mode word and the vector kernels of this build; takes no arguments");
         return 0;
     }
     if (!args.empty()) return usage_error("info takes no arguments");
@@ -63,6 +66,11 @@ int info(const Args& args) {
     std::printf("processor class: %u  (dll_cpu_version: the class of processors this build's kernels\n"
                 "                     are made for; 1 is any x86-64 with the x87 and SSE2)\n",
                 dll_cpu_version());
+    static const char* const classes[] = {"baseline", "avx2", "avx512"};
+    const int32_t in_use = xebGetKernelClass();
+    std::printf("kernel class: %s  (the instruction set of the vector kernels in use; "
+                "XEBRUK_KERNEL_CLASS forces a narrower one)\n",
+                in_use >= 0 && in_use <= 2 ? classes[in_use] : "unknown");
     std::printf("cpu features:%s\n", cpu_features().c_str());
     const unsigned mode = xebGetMode();
     std::printf("mode word of this thread: 0x%04X  (%s)\n", mode, describe_mode(mode).c_str());

@@ -57,6 +57,11 @@ namespace {
 
 const RngRegistration basic_generators({
     {"mcg31m1", RUK_BRNG_MCG31M1, "x <- 1132489760 x mod (2^31 - 1); one seed word"},
+    {"mcg59", RUK_BRNG_MCG59, "x <- 13^13 x mod 2^59; seed words: low and high half of x"},
+    {"r250", RUK_BRNG_R250, "x[n] = x[n-250] ^ x[n-147]; one seed word, or 250 for the ring"},
+    {"mrg32k3a", RUK_BRNG_MRG32K3A, "L'Ecuyer's combined recursive generator; up to six seed words"},
+    {"wh", RUK_BRNG_WH, "four-component Wichmann-Hill, parameter set 0 to 272 (--id); four seeds", 0,
+     273},
     {"mt19937", RUK_BRNG_MT19937, "Mersenne Twister, period 2^19937 - 1; seeded from a key array"},
 });
 

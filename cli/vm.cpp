@@ -1,6 +1,7 @@
-// xebruk vm: applies one vector kernel of the catalogue to numbers read
-// from a file or standard input, or to a generated range, and prints the
-// results, one element a line.  Events go where the thread's mode sends
+// xebruk vm: applies one vector kernel of the catalogue, or the checked
+// entry of a function (xebdExp: the form the accuracy field picks), to
+// numbers read from a file or standard input, or to a generated range, and
+// prints the results, one element a line.  Events go where the thread's mode sends
 // them; with the callback bit set (as by default) each one is shown on
 // stderr as it happens.
 #include <cctype>
@@ -29,9 +30,13 @@ using xeb::catalogue::Shape;
 using xeb::catalogue::VectorKernel;
 
 const char* const kUsage =
-    "usage: xebruk vm <kernel> [options] [file]\n"
-    "  <kernel>          a short name (exp_ha, ln_ha, div_50, ...) or an exported\n"
-    "                    name (xebsLn_21); 'xebruk info' lists them\n"
+    "usage: xebruk vm <function> [options] [file]\n"
+    "  <function>        a function (exp, ln, sincos, ...: the checked entry, whose\n"
+    "                    form --accuracy picks), a kernel of one form (exp_ha,\n"
+    "                    div_50, ...) or an exported name (xebdExp, xebsLn_21);\n"
+    "                    'xebruk info' lists the kernels\n"
+    "  --accuracy ACC    ha (default), la or ep: the accuracy field of the mode\n"
+    "                    word, set after --mode, for a function named without a form\n"
     "  -s, --single      the single-precision kernel of a short name (default double)\n"
     "  --range LO HI N   N arguments evenly spaced from LO to HI, instead of input\n"
     "  --b VALUE         the second argument of every element: the scalar of\n"
@@ -54,6 +59,8 @@ struct Options {
     double b = 0;
     bool have_mode = false;
     uint32_t mode = 0;
+    bool have_accuracy = false;
+    uint32_t accuracy = XEB_ACC_HA;
     bool hex = false;
     std::string file;  // empty: standard input
 };
@@ -120,6 +127,21 @@ std::string parse_options(const Args& args, Options& o) {
             const std::string* v = value();
             if (v == nullptr || !parse_double(*v, o.b)) return "--b needs a number";
             o.have_b = true;
+        } else if (a == "--accuracy") {
+            static const struct {
+                const char* name;
+                uint32_t field;
+            } kAccuracies[] = {{"ha", XEB_ACC_HA}, {"la", XEB_ACC_LA}, {"ep", XEB_ACC_EP}};
+            const std::string* v = value();
+            o.have_accuracy = false;
+            for (const auto& acc : kAccuracies)
+                if (v != nullptr && *v == acc.name) {
+                    o.accuracy = acc.field;
+                    o.have_accuracy = true;
+                }
+            if (!o.have_accuracy)
+                return "--accuracy needs ha, la or ep" +
+                       (v != nullptr ? ", not '" + *v + "'" : std::string());
         } else if (a == "--mode") {
             const std::string* v = value();
             if (v == nullptr || !parse_mode(*v, o.mode))
@@ -144,6 +166,25 @@ std::string parse_options(const Args& args, Options& o) {
 const VectorKernel* lookup(const Options& o) {
     const VectorKernel* k = xeb::catalogue::find_kernel(o.kernel);
     return k != nullptr ? k : xeb::catalogue::find_short(o.kernel, o.precision);
+}
+
+// The checked entry of a function named without a form ("exp" in the
+// precision asked for, or the export "xebdExp") as a row of its own: the
+// _HA row with the entry's name and function and no form.  False when the
+// name is no function's, or the library lacks its entry.
+bool lookup_entry(const Options& o, VectorKernel& entry) {
+    for (const VectorKernel& k : xeb::catalogue::vector_kernels()) {
+        if (k.form != "HA") continue;
+        const std::string short_name = k.short_name().substr(0, k.family.size());
+        const bool named = k.front_end() == o.kernel || (k.precision == o.precision && short_name == o.kernel);
+        if (!named) continue;
+        entry = k;
+        entry.name = k.front_end();
+        entry.form.clear();
+        entry.function = k.front_end_function();
+        return entry.function != nullptr;
+    }
+    return false;
 }
 
 int32_t show_event(XebErrorRecord* r) {
@@ -225,6 +266,7 @@ int run_kernel(const VectorKernel& k, const Options& o, const std::vector<double
     // afterwards decides whether it stays.
     XebErrorCallBack old = xebSetErrorCallBack(show_event);
     if (o.have_mode) xebSetMode(o.mode);
+    if (k.form.empty()) xebSetMode(o.accuracy);  // a checked entry: the form it calls
     xebClearErrStatus();
     c.run();
     const int32_t status = xebGetErrStatus();
@@ -252,9 +294,15 @@ int vm(const Args& args) {
     const std::string problem = parse_options(args, o);
     if (!problem.empty()) return usage_error("vm: " + problem + "\n" + kUsage);
     const VectorKernel* k = lookup(o);
+    VectorKernel entry = xeb::catalogue::vector_kernels().front();
+    if (k == nullptr && lookup_entry(o, entry)) k = &entry;
     if (k == nullptr)
         return usage_error("vm: no " + std::string(o.precision == 'd' ? "double" : "single") +
-                           " kernel named '" + o.kernel + "' (try 'xebruk info')");
+                           " function or kernel named '" + o.kernel + "' (try 'xebruk info')");
+    if (o.have_accuracy && !k->form.empty())
+        return usage_error("vm: " + k->name + " is the " + k->form + " form itself; --accuracy picks " +
+                           "the form of a function named without one ('" +
+                           k->short_name().substr(0, k->family.size()) + "' or '" + k->front_end() + "')");
     if (k->shape == Shape::ScalarArgument && !o.have_b)
         return usage_error("vm: " + k->name + " needs its scalar: --b VALUE");
     if (k->shape == Shape::TwoInputs && o.have_range && !o.have_b)

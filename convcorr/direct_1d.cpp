@@ -29,6 +29,7 @@
 #include <type_traits>
 
 #include "convcorr/direct.h"
+#include "convcorr/direct_table.h"
 
 namespace xeb::convcorr {
 namespace {
@@ -177,6 +178,25 @@ int32_t direct_1d(const typename Pair::Data* x, int32_t xStride, const typename 
     const Data* xb = x + logical_offset(0, nx, xStride);
     const Data* yb = y + logical_offset(0, ny, yStride);
     Data* zb = z + logical_offset(0, nz, zStride);
+    // The class in use, where it may: conv sums over y ascending (y is the
+    // first operand), corr over x.
+    BoxSum<Data> box{};
+    box.rank = 1;
+    box.job = J;
+    box.from_zero = true;
+    box.first = J == Job::Conv ? yb : xb;
+    box.second = J == Job::Conv ? xb : yb;
+    box.nf[0] = J == Job::Conv ? ny : nx;
+    box.ns[0] = J == Job::Conv ? nx : ny;
+    box.sf[0] = J == Job::Conv ? yStride : xStride;
+    box.ss[0] = J == Job::Conv ? xStride : yStride;
+    box.z = zb;
+    box.nz[0] = nz;
+    box.sz[0] = zStride;
+    box.start[0] = start;
+    box.dec[0] = step;
+    if (run_in_class<Pair>(box)) return RUK_OK;
+
     const Steps sy(yStride);
     // Convolution walks x against y, correlation with it.
     const Steps sx(J == Job::Conv ? -std::ptrdiff_t{xStride} : std::ptrdiff_t{xStride});

@@ -24,6 +24,7 @@
 //       single: below 0.5 + m 2^-29 ulp.
 //   SS: as in one dimension, below (m+1) ulp for terms of one sign.
 #include "convcorr/direct.h"
+#include "convcorr/direct_table.h"
 
 namespace xeb::convcorr {
 namespace {
@@ -62,6 +63,28 @@ int32_t direct_all(int32_t rank, const typename Pair::Data* x, const int32_t* xS
     using Cell = typename Pair::Cell;
     const int32_t status = check_all<J>(rank, xShape, yShape, zShape, zStride, start, decimation);
     if (status != RUK_OK) return status;
+
+    // The class in use, where it may: x is the operand the box runs over.
+    BoxSum<Data> box{};
+    box.rank = rank;
+    box.job = J;
+    box.from_zero = false;
+    box.first = x;
+    box.second = y;
+    box.z = z;
+    for (int d = 0; d < rank; ++d) {
+        box.first += logical_offset(0, xShape[d], xStride[d]);
+        box.second += logical_offset(0, yShape[d], yStride[d]);
+        box.nf[d] = xShape[d];
+        box.ns[d] = yShape[d];
+        box.nz[d] = zShape[d];
+        box.sf[d] = xStride[d];
+        box.ss[d] = yStride[d];
+        box.sz[d] = zStride[d];
+        box.start[d] = start[d];
+        box.dec[d] = decimation[d];
+    }
+    if (run_in_class<Pair>(box)) return RUK_OK;
 
     // y moves against x in convolution, with it in correlation.
     std::ptrdiff_t yStep[kMaxRank];

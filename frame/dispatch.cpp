@@ -57,14 +57,13 @@ void dispatch(int32_t code, int32_t index, const T* a, const T* b, T* y, T* z, c
 
 int build_name(const char* prefix, const char* name, const char* suffix, char* buf) {
     int n = 0;
+    // At most 63 characters in all: the record's name field holds 64 bytes.
     auto copy = [&](const char* src, int limit) {
-        for (int k = 0; src != nullptr && k < limit && src[k] != '\0'; ++k) buf[n++] = src[k];
+        for (int k = 0; src != nullptr && k < limit && src[k] != '\0' && n < 63; ++k) buf[n++] = src[k];
     };
     copy(prefix, 8);
     copy(name, 64);
     copy(suffix, 8);
-    // Names are shorter than 64 characters; never write past the buffer.
-    if (n > 63) n = 63;
     buf[n] = '\0';
     return n;
 }

@@ -106,6 +106,14 @@ inline long double x87_scaled_log2(long double scale, long double x) {
     return r;
 }
 
+// The angle of the point (x, y) by fpatan, at the precision the control
+// word sets; zeros, infinities and NaNs as C99's atan2.
+inline long double x87_atan2(long double y, long double x) {
+    long double r;
+    asm("fpatan" : "=t"(r) : "0"(x), "u"(y) : "st(1)");
+    return r;
+}
+
 // The x87's square root, at the precision the control word sets.
 inline long double x87_sqrt(long double v) {
     asm("fsqrt" : "+t"(v));
@@ -130,5 +138,13 @@ inline void x87_copy(const double* from, double* to) {
 // stack).  Out of line and outside any expression, so that nothing of the
 // caller's can be live on the x87 stack across it.
 __attribute__((noinline)) inline void x87_reinit() { asm volatile("fninit" ::: "memory"); }
+
+// The register state the operating system saves (XCR0), for deciding
+// which vector registers may be used; only valid when CPUID says OSXSAVE.
+inline uint64_t xgetbv0() {
+    uint32_t lo, hi;
+    asm volatile("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
+    return (static_cast<uint64_t>(hi) << 32) | lo;
+}
 
 }  // namespace xeb::fpu

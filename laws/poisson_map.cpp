@@ -47,6 +47,7 @@
 #include "laws/poisson.h"
 #include "laws/truncate.h"
 #include "xebruk/rng_continuous.h"
+#include "xebruk/vm_erf.h"
 #include "xebruk/vm_roots.h"
 
 namespace xeb::laws {
@@ -75,10 +76,12 @@ constexpr double kVarW1 = -0.000975814817, kVarW2 = -0.005534854444, kVarW3 = 0.
 
 // x / sqrt(2) and the error function, for the vector form's small means.
 constexpr double kSqrtHalf = 0.7071067811865476;
-// erf in single precision: computed in double and rounded once, within
-// half an ulp of float but for ties.  It stands in for the library's own
-// single error function until the vector kernels have it.
-float erf_single(float x) { return static_cast<float>(std::erf(static_cast<double>(x))); }
+// erf in single precision: the library's kernel, on one element.
+float erf_single(float x) {
+    float r;
+    xebsErf_HA(1, &x, &r);
+    return r;
+}
 
 // S(0) = 1, S(k) = S(k-1) + lambda^k / k!, the sum kept in double and
 // each S(k) rounded to float.

@@ -16,8 +16,11 @@
 // numbers as any run of calls whose counts add up to n.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
+#include <limits>
 
+#include "frame/kernel_frame.h"
 #include "rng/stream.h"
 
 namespace xeb::rng {
@@ -43,6 +46,62 @@ int32_t init_stream(int32_t method, RukStream* stream, int32_t n, const uint32_t
 inline long double word_value(uint32_t w) {
     static constexpr double kTopBitTerm[2] = {0.0, 4294967296.0};
     return static_cast<long double>(static_cast<int32_t>(w)) + kTopBitTerm[w >> 31];
+}
+
+// Jumps of a multiplicative congruential generator x <- a x (mod m) that
+// keeps x and a: k steps ahead is x a^k, and every s-th element is the
+// generator with multiplier a^s (both powers of the old a).  pow(a, e) and
+// mul(x, y) work modulo m.  A negative count has no power: it is refused
+// before anything changes.
+template <class Word, class Pow, class Mul>
+int32_t mcg_leapfrog(Word& x, Word& a, int32_t k, int32_t nstreams, Pow pow, Mul mul) {
+    if (k < 0 || nstreams < 0) return RUK_ERROR_NO_LEAPFROG;
+    const Word a0 = a;
+    x = mul(x, pow(a0, k));
+    a = pow(a0, nstreams);
+    return RUK_OK;
+}
+template <class Word, class Pow, class Mul>
+int32_t mcg_skip_ahead(Word& x, Word a, int32_t nskip, Pow pow, Mul mul) {
+    if (nskip < 0) return RUK_ERROR_NO_SKIP;
+    x = mul(x, pow(a, nskip));
+    return RUK_OK;
+}
+
+// Real kernel of a generator of words below 2^63: r[i] = w c + a with
+// c = (b - a) unit, formed in the 64-bit significand and rounded once at
+// the store (a and b of either precision), under the stream control words
+// (x87 at 64 bits, both units rounding to nearest).  words(k, w) writes the next k
+// words to w and advances the state; they come a stack block at a time, so
+// that the integer pass runs at full speed and the conversion has a loop
+// of its own.
+//
+// When a is 0 and c a power of two (the interval (0, 1) of the generators
+// with a power-of-two scale), w c is w converted to T with its one
+// rounding, then scaled exactly: the same numbers, without the x87, as
+// long as no w c leaves the normal range of T (checked on c).
+template <class Word, class T, class Words>
+int32_t real_from_words(int32_t n, T* r, T a, T b, long double unit, Words words) {
+    const frame::StreamControlWords control_words;
+    constexpr int32_t kBlock = 4096;
+    const long double c = (static_cast<long double>(b) - a) * unit, lo = a;
+    int exponent = 0;
+    const long double mantissa = std::frexp(c, &exponent);
+    const bool exact_scale = a == 0 && (mantissa == 0.5L || mantissa == -0.5L) &&
+                             std::fabs(c) >= std::numeric_limits<T>::min() &&
+                             std::fabs(c) <= std::numeric_limits<T>::max() * 0x1p-64L;
+    const T scale = static_cast<T>(c);
+    Word w[kBlock];
+    for (int32_t done = 0; done < n; done += kBlock) {
+        const int32_t k = n - done < kBlock ? n - done : kBlock;
+        words(k, w);
+        if (exact_scale)
+            for (int32_t i = 0; i < k; ++i) r[done + i] = static_cast<T>(static_cast<int64_t>(w[i])) * scale;
+        else
+            for (int32_t i = 0; i < k; ++i)
+                r[done + i] = static_cast<T>(static_cast<long double>(static_cast<int64_t>(w[i])) * c + lo);
+    }
+    return RUK_OK;
 }
 
 }  // namespace xeb::rng

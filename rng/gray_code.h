@@ -24,6 +24,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -84,11 +85,59 @@ void start(S& s) {
     s.leapDim = kAllComponents;
 }
 
-// Hands n numbers to out(word) in sequence order and leaves the state at
-// the next one.  Returns RUK_ERROR_BAD_ARGUMENT, handing out nothing, for
-// a count of 1 or more on a state that is not usable.
-template <class S, class Out>
-int32_t draw(S& s, int32_t count, Out out) {
+// Emits q whole vectors to dst from the start of the current one (remaining
+// 0, all components).  The walk is one pass per vector over the changed
+// bit's direction numbers of every component at once: out = point, then
+// point ^= V[.][lowzero(counter)], four lanes at a time across the
+// components.  V is stored row per component; for the walk it is copied
+// into rows per bit, padded with zeros to a multiple of four lanes (only
+// the bits the q steps can change: step c changes bit lowzero(c) =
+// ctz(c + 1) <= log2(counter + q)).  The padding lanes are written past
+// the last vector: dst has room for kDrawSlack more words.  A state too
+// large for the copy walks V in place.
+constexpr int kLanes = 4;
+constexpr int kDrawSlack = kLanes - 1;
+constexpr int kWalkMaxDimension = 40;
+constexpr int kBitRowWords = kWalkMaxDimension * kRowWords;
+
+template <class S>
+uint32_t* whole_vectors(S& s, int64_t q, uint32_t* dst) {
+    const int32_t dim = s.dimension;
+    const uint64_t last = uint64_t{s.counter} + static_cast<uint64_t>(q);
+    const int bits = std::min(kRowWords, 64 - __builtin_clzll(last));
+    const int32_t lanes = (dim + kLanes - 1) / kLanes * kLanes;
+    if (lanes <= kWalkMaxDimension) {
+        uint32_t by_bit[kBitRowWords];
+        uint32_t point[kWalkMaxDimension] = {};
+        for (int k = 0; k < bits; ++k)
+            for (int32_t d = 0; d < lanes; ++d) by_bit[k * lanes + d] = d < dim ? s.direction[d][k] : 0;
+        std::copy(s.point, s.point + dim, point);
+        for (int64_t j = 0; j < q; ++j, dst += dim) {
+            const uint32_t* v = by_bit + lowzero(s.counter++) * lanes;
+            for (int32_t d = 0; d < lanes; d += kLanes)
+                for (int l = 0; l < kLanes; ++l) {
+                    dst[d + l] = point[d + l];
+                    point[d + l] ^= v[d + l];
+                }
+        }
+        std::copy(point, point + dim, s.point);
+        return dst;
+    }
+    for (int64_t j = 0; j < q; ++j) {
+        const int c = lowzero(s.counter++);
+        for (int32_t d = 0; d < dim; ++d) {
+            *dst++ = s.point[d];
+            s.point[d] ^= s.direction[d][c];
+        }
+    }
+    return dst;
+}
+
+// Writes the next count numbers to dst in sequence order and leaves the
+// state at the one after; dst has room for count + kDrawSlack words.  Returns RUK_ERROR_BAD_ARGUMENT, writing
+// nothing, for a count of 1 or more on a state that is not usable.
+template <class S>
+int32_t draw(S& s, int32_t count, uint32_t* dst) {
     if (!usable(s)) return count >= 1 ? RUK_ERROR_BAD_ARGUMENT : RUK_OK;
     const int32_t dim = s.dimension;
     if (s.leapDim != kAllComponents) {
@@ -96,7 +145,7 @@ int32_t draw(S& s, int32_t count, Out out) {
         uint32_t x = s.point[k];
         for (int32_t i = 0; i < count; ++i) {
             const int c = lowzero(s.counter++);
-            out(x);
+            *dst++ = x;
             x ^= s.direction[k][c];
         }
         s.point[k] = x;
@@ -106,12 +155,12 @@ int32_t draw(S& s, int32_t count, Out out) {
     if (const int32_t r = s.remaining; r > 0) {
         if (r <= n) {
             // Finish the current vector, then step every component.
-            for (int32_t d = dim - r; d < dim; ++d) out(s.point[d]);
+            for (int32_t d = dim - r; d < dim; ++d) *dst++ = s.point[d];
             const int c = lowzero(s.counter++);
             for (int32_t d = 0; d < dim; ++d) s.point[d] ^= s.direction[d][c];
             s.remaining = 0;
         } else {
-            for (int32_t d = dim - r; d < dim - r + n; ++d) out(s.point[d]);
+            for (int32_t d = dim - r; d < dim - r + n; ++d) *dst++ = s.point[d];
             // A negative count moves the position back within the current
             // vector, never before its first component.
             s.remaining = static_cast<int32_t>(std::min<int64_t>(r - n, dim));
@@ -119,15 +168,9 @@ int32_t draw(S& s, int32_t count, Out out) {
         n -= r;
     }
     if (n < 1) return RUK_OK;
-    for (int64_t q = n / dim; q > 0; --q) {
-        const int c = lowzero(s.counter++);
-        for (int32_t d = 0; d < dim; ++d) {
-            out(s.point[d]);
-            s.point[d] ^= s.direction[d][c];
-        }
-    }
+    dst = whole_vectors(s, n / dim, dst);
     if (const int32_t t = static_cast<int32_t>(n % dim); t >= 1) {
-        for (int32_t d = 0; d < t; ++d) out(s.point[d]);
+        for (int32_t d = 0; d < t; ++d) *dst++ = s.point[d];
         s.remaining = dim - t;
     }
     return RUK_OK;
@@ -263,24 +306,97 @@ bool valid_state(const unsigned char* bytes) {
     return true;
 }
 
-// The three kernels over a state record S.
+// The three kernels over a state record S.  Words are drawn a block at a
+// time into a buffer with the walk's slack, then handed to
+// store(words, count, offset) to be stored or scaled: draws split at any
+// point give the same sequence.
+template <class S, class Store>
+int32_t by_blocks(RukStream* stream, int32_t n, Store store) {
+    constexpr int32_t kBlock = 2048;
+    S& s = state_of<S>(stream);
+    if (n < 1) return draw(s, n, nullptr);
+    uint32_t w[kBlock + kDrawSlack];
+    for (int32_t done = 0; done < n;) {
+        const int32_t m = std::min(kBlock, n - done);
+        if (const int32_t status = draw(s, m, w); status != RUK_OK) return status;
+        store(w, m, done);
+        done += m;
+    }
+    return RUK_OK;
+}
+
 template <class S>
 int32_t ikernel(RukStream* stream, int32_t n, uint32_t* r) {
-    uint32_t* p = r;
-    return draw(state_of<S>(stream), n, [&p](uint32_t w) { *p++ = w; });
+    return by_blocks<S>(stream, n, [r](const uint32_t* w, int32_t m, int32_t at) {
+        std::memcpy(r + at, w, sizeof(uint32_t) * static_cast<std::size_t>(m));
+    });
+}
+
+// w c + a in double, when that gives the general path's result.  c =
+// (b - a) 2^-32 must be a double power of two 2^e: the 64-bit product w c
+// is exact, and the double one is that value rounded once (an underflow
+// or overflow in double gives 0 or infinity after the rounding to T in
+// both paths).  Then either a = 0, or a is normal with its lowest set bit
+// at 2^l and w c + a, a multiple of 2^min(e, l) below
+// 2^(max(e + 32, ilogb(a) + 1) + 1) in magnitude, fits 53 bits: the sum
+// is exact in both paths, and both round the same value once to T.
+struct ExactScale {
+    bool exact = false;
+    double c = 0, a = 0;
+};
+
+inline ExactScale exact_scale(long double c, double a) {
+    ExactScale x;
+    const double cd = static_cast<double>(c);
+    int e2 = 0;
+    if (!(cd == c) || !std::isfinite(cd) || cd == 0 || std::fabs(std::frexp(cd, &e2)) != 0.5)
+        return x;
+    const int e = e2 - 1;
+    if (a != 0) {
+        if (!std::isnormal(a)) return x;
+        uint64_t bits;
+        std::memcpy(&bits, &a, sizeof bits);
+        const uint64_t significand = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+        const int top = std::ilogb(a), low = top - 52 + __builtin_ctzll(significand);
+        if (std::max(e + 32, top + 1) + 1 - std::min(e, low) > 53) return x;
+    }
+    x.exact = true;
+    x.c = cd;
+    x.a = a;
+    return x;
+}
+
+// Words to reals, lane by lane: w exactly as (w - 2^31 as int32) + 2^31.
+// Four lanes at a time, and the last n mod 4 one by one.
+template <class T>
+void scale_exact(const uint32_t* __restrict w, int32_t n, T* __restrict r, double c, double a) {
+    const auto one = [c, a](uint32_t word) {
+        const double x = static_cast<double>(static_cast<int32_t>(word ^ 0x80000000u)) + 0x1p31;
+        return static_cast<T>(x * c + a);
+    };
+    int32_t i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+        for (int l = 0; l < kLanes; ++l) r[i + l] = one(w[i + l]);
+    for (; i < n; ++i) r[i] = one(w[i]);
 }
 
 template <class S, class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     // c = (b - a) 2^-32 (the power of two is exact); w c and w c + a each
     // round to 64 bits, the result once more to T.  With a = 0 and b - a a
-    // power of two, w c is exact.
+    // power of two, w c is exact.  Where exact_scale allows, the same bits
+    // come from double arithmetic, four lanes at a time.
     const frame::StreamControlWords words;
     const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
     const long double lo = a;
-    T* p = r;
-    return draw(state_of<S>(stream), n,
-                [&p, c, lo](uint32_t w) { *p++ = static_cast<T>(word_value(w) * c + lo); });
+    const ExactScale exact = exact_scale(c, a);
+    return by_blocks<S>(stream, n, [&](const uint32_t* w, int32_t m, int32_t at) {
+        T* out = r + at;
+        if (exact.exact)
+            scale_exact(w, m, out, exact.c, exact.a);
+        else
+            for (int32_t i = 0; i < m; ++i) out[i] = static_cast<T>(word_value(w[i]) * c + lo);
+    });
 }
 
 }  // namespace xeb::rng::gray_code

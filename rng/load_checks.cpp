@@ -8,7 +8,8 @@ namespace {
 
 struct StateRule {
     RukInitStreamFn generator;
-    StateCheck check;
+    StateCheck check;          // one of the two
+    SetStateCheck set_check;
 };
 struct ChunkRule {
     int32_t id;
@@ -30,16 +31,21 @@ std::vector<ChunkRule>& chunk_rules() {
 }  // namespace
 
 StateCheckRegistration::StateCheckRegistration(RukInitStreamFn generator, StateCheck check) {
-    state_rules().push_back({generator, check});
+    state_rules().push_back({generator, check, nullptr});
+}
+
+StateCheckRegistration::StateCheckRegistration(RukInitStreamFn generator, SetStateCheck check) {
+    state_rules().push_back({generator, nullptr, check});
 }
 
 ChunkCheckRegistration::ChunkCheckRegistration(int32_t id, uint32_t size, ChunkCheck check) {
     chunk_rules().push_back({id, size, check});
 }
 
-int32_t check_loaded_state(const RukBrngEntry& row, const unsigned char* state) {
+int32_t check_loaded_state(const RukBrngEntry& row, int32_t sub, const unsigned char* state) {
     for (const StateRule& r : state_rules())
-        if (r.generator == row.initStream && !r.check(state)) return RUK_ERROR_BAD_STREAM_FILE;
+        if (r.generator == row.initStream && !(r.check ? r.check(state) : r.set_check(state, sub)))
+            return RUK_ERROR_BAD_STREAM_FILE;
     return RUK_OK;
 }
 

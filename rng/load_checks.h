@@ -27,17 +27,21 @@
 namespace xeb::rng {
 
 using StateCheck = bool (*)(const unsigned char* state);
+// For generators with several parameter sets (sub-ids), whose invariants
+// depend on the set: the check also sees the stream's sub-id.
+using SetStateCheck = bool (*)(const unsigned char* state, int32_t sub);
 using ChunkCheck = bool (*)(void* data);
 
 struct StateCheckRegistration {
     StateCheckRegistration(RukInitStreamFn generator, StateCheck check);
+    StateCheckRegistration(RukInitStreamFn generator, SetStateCheck check);
 };
 struct ChunkCheckRegistration {
     ChunkCheckRegistration(int32_t id, uint32_t size, ChunkCheck check);
 };
 
 // RUK_OK, or RUK_ERROR_BAD_STREAM_FILE when the generator's check refuses.
-int32_t check_loaded_state(const RukBrngEntry& row, const unsigned char* state);
+int32_t check_loaded_state(const RukBrngEntry& row, int32_t sub, const unsigned char* state);
 // RUK_OK, or RUK_ERROR_BAD_STREAM_FILE for a chunk of a known id whose size
 // differs from its law's record or whose contents the law refuses.
 int32_t check_loaded_chunk(int32_t id, void* data, uint32_t size);

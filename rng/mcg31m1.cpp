@@ -44,20 +44,11 @@ struct Mcg31m1 {
         return RUK_OK;
     }
 
-    // x <- x a^k, a <- a^nstreams (both from the old a).  A negative index
-    // or stride has no power; such a leapfrog is refused.
     static int32_t leapfrog(State& s, int32_t k, int32_t nstreams) {
-        if (k < 0 || nstreams < 0) return RUK_ERROR_NO_LEAPFROG;
-        const uint32_t a = s.multiplier;
-        s.x = mul_mod_mersenne31(s.x, rukiPowMod2P31M1(a, k));
-        s.multiplier = rukiPowMod2P31M1(a, nstreams);
-        return RUK_OK;
+        return mcg_leapfrog(s.x, s.multiplier, k, nstreams, rukiPowMod2P31M1, mul_mod_mersenne31);
     }
-
     static int32_t skip_ahead(State& s, int32_t nskip) {
-        if (nskip < 0) return RUK_ERROR_NO_SKIP;
-        s.x = mul_mod_mersenne31(s.x, rukiPowMod2P31M1(s.multiplier, nskip));
-        return RUK_OK;
+        return mcg_skip_ahead(s.x, s.multiplier, nskip, rukiPowMod2P31M1, mul_mod_mersenne31);
     }
 };
 

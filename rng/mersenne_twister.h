@@ -49,23 +49,20 @@
 #include <utility>
 
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "rng/generator.h"
 
 namespace xeb::rng {
 
-// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words.  Loads and
-// stores go through memcpy: slots live in the caller's float or double
-// array, and no alignment beyond the element's is assumed.
+// Four 32-bit lanes, or two 64-bit lanes holding 32-bit words, in one SSE
+// register.  Loads and stores are unaligned: slots live in the caller's
+// float or double array, and no alignment beyond the element's is assumed.
 template <class Slot>
 struct Lanes {
-    typedef Slot Vec __attribute__((vector_size(16)));
+    using Vec = simd::Vec<Slot, 16 / sizeof(Slot)>;
     static constexpr int kWidth = 16 / sizeof(Slot);
-    static Vec load(const Slot* p) {
-        Vec v;
-        std::memcpy(&v, p, sizeof v);
-        return v;
-    }
-    static void store(Slot* p, Vec v) { std::memcpy(p, &v, sizeof v); }
+    static Vec load(const Slot* p) { return simd::load<Vec>(p); }
+    static void store(Slot* p, Vec v) { simd::store(p, v); }
     static Slot get(const Slot* p) {
         Slot v;
         std::memcpy(&v, p, sizeof v);
@@ -137,13 +134,13 @@ struct MersenneTwister {
     // twist(u, v, w): lane by lane on scalars and vectors alike; with words
     // in the low halves of 64-bit lanes every term stays below 2^32.
     template <class T>
-    static T twist(T u, T v, T w, const Constants& k) {
+    static T twist(T u, T v, T w, Constants k) {
         const T y = (u & kUpper) | (v & kLower);
         return (y >> 1) ^ w ^ (-(v & 1u) & k.twist);
     }
 
     template <class T>
-    static T temper(T y, const Constants& k) {
+    static T temper(T y, Constants k) {
         y ^= y >> G::kTemperShift;
         y ^= (y << 7) & k.temper_b;
         y ^= (y << 15) & k.temper_c;
@@ -155,7 +152,7 @@ struct MersenneTwister {
     // elements (already written) or anywhere ahead (not yet written).
     template <class Slot>
     static void twist_run(Slot* dst, const Slot* u, const Slot* w, int32_t count,
-                          const Constants& k) {
+                          Constants k) {
         using L = Lanes<Slot>;
         int32_t j = 0;
         for (; j + L::kWidth <= count; j += L::kWidth)
@@ -167,7 +164,7 @@ struct MersenneTwister {
     // The first m words of the next generation, computed in place (m <= n).
     // Words 0..kLag-1 read the old words kM ahead; words kLag..n-2 the new
     // words kLag behind; word n-1 wraps round to the new word 0.
-    static void regenerate(uint32_t* mt, int m, const Constants& k) {
+    static void regenerate(uint32_t* mt, int m, Constants k) {
         const int first = m < kLag ? m : kLag;
         twist_run(mt, mt, mt + kM, first, k);
         if (m > kLag) {
@@ -188,7 +185,7 @@ struct MersenneTwister {
     // negative counts or a state written from outside) is taken as its
     // nearest end at the next draw.
     template <class Slot>
-    static void raw_words(State& s, int32_t count, Slot* slot, const Constants& k) {
+    static void raw_words(State& s, int32_t count, Slot* slot, Constants k) {
         uint32_t* mt = s.mt;
         const int p = s.index < 0 ? 0 : s.index > kN ? kN : s.index;
         if (count <= 0) {

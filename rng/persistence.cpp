@@ -137,7 +137,7 @@ int32_t read_stream(std::FILE* f, RukStream** streamOut) {
     status = rukAllocateStream(streamOut, table, id, row, sub);
     if (status < 0) return status;
     if (!read_item(f, state_bytes(*streamOut), header.state_size())) return RUK_ERROR_READ_FAILED;
-    status = check_loaded_state(table[row], state_bytes(*streamOut));
+    status = check_loaded_state(table[row], sub, state_bytes(*streamOut));
     if (status < 0) return status;
     for (uint16_t i = 0; i < header.chunk_count(); ++i) {
         status = read_chunk(f, *streamOut);

@@ -15,10 +15,17 @@ namespace {
 constexpr RukBrngEntry kMcg31m1 =
     generator_row({24, 1, 0, 4, 31}, rukBRngMCG31M1InitStream, ruksBRngMCG31M1, rukdBRngMCG31M1,
                   ikernel_entry<uint32_t, rukiBRngMCG31M1>);
-constexpr RukBrngEntry kR250 = unbuilt_row({1024, 252, 1, 4, 32});
-constexpr RukBrngEntry kMrg32k3a = unbuilt_row({40, 6, 1, 4, 32});
-constexpr RukBrngEntry kMcg59 = unbuilt_row({32, 1, 0, 8, 59});
-constexpr RukBrngEntry kWh = unbuilt_row({48, 4, 1, 16, 24});
+constexpr RukBrngEntry kR250 =
+    generator_row({1024, 252, 1, 4, 32}, rukBRngR250InitStream, ruksBRngR250, rukdBRngR250,
+                  ikernel_entry<uint32_t, rukiBRngR250>);
+constexpr RukBrngEntry kMrg32k3a =
+    generator_row({40, 6, 1, 4, 32}, rukBRngMRG32K3AInitStream, ruksBRngMRG32K3A,
+                  rukdBRngMRG32K3A, ikernel_entry<uint32_t, rukiBRngMRG32K3A>);
+constexpr RukBrngEntry kMcg59 =
+    generator_row({32, 1, 0, 8, 59}, rukBRngMCG59InitStream, ruksBRngMCG59, rukdBRngMCG59,
+                  ikernel_entry<uint64_t, rukiBRngMCG59>);
+constexpr RukBrngEntry kWh = generator_row({48, 4, 1, 16, 24}, rukBRngWHInitStream, ruksBRngWH,
+                                           rukdBRngWH, ikernel_entry<uint32_t, rukiBRngWH>);
 constexpr RukBrngEntry kSobol =
     generator_row({5472, 1324, 0, 4, 32}, rukBRngSobolInitStream, ruksBRngSobol, rukdBRngSobol,
                   ikernel_entry<uint32_t, rukiBRngSobol>);

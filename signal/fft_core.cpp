@@ -380,12 +380,15 @@ void column_scatter(float* data, int64_t row_floats, int32_t rows, int64_t cb, c
 // subsequence of index rev_f(r) (the whole array was bit-reversed), so its
 // transform needs no reordering, and reading rows in natural order hands
 // each column its input in bit-reversed order.  The gather factors
-// w_(2^k)^(c rev_f(r)) join the two.
-template <bool Inv>
-void blocked(const sigFftPlan* p, float* data, int32_t k, int32_t level, float* work) {
+// w_(2^k)^(c rev_f(r)) join the two.  The level is a template argument
+// bounded by kBlockingLevels, which fft_plan.cpp proves enough for every
+// order, so the per-level tables are never indexed past their end.
+template <bool Inv, int32_t Level>
+void blocked(const sigFftPlan* p, float* data, int32_t k, float* work) {
+    static_assert(Level < kBlockingLevels);
     const int32_t f = sigFftBlocking(k);
     if (f == 0) {
-        halving<Inv>(p, data, k, p->halvingTwiddles, work, level == 0);
+        halving<Inv>(p, data, k, p->halvingTwiddles, work, Level == 0);
         return;
     }
     const int32_t r = k - f;
@@ -396,18 +399,18 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, int32_t level, float* 
         float* row = data + q * row_floats;
         if (r <= kCoreMaxOrder)
             leaf<Inv>(p, row, static_cast<int32_t>(cols), work, false);
-        else if (sigFftBlocking(r) != 0)
-            blocked<Inv>(p, row, r, level + 1, work);
-        else
+        else if (sigFftBlocking(r) != 0) {
+            if constexpr (Level + 1 < kBlockingLevels) blocked<Inv, Level + 1>(p, row, r, work);
+        } else
             halving<Inv>(p, row, r, p->halvingTwiddles, work, false);
     }
-    const float* col_tw = p->columnTwiddles[level];
+    const float* col_tw = p->columnTwiddles[Level];
     for (int64_t cb = 0; cb < cols / 4; ++cb) {
-        column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[level], work);
+        column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[Level], work);
         // The four columns lie one after the other in aligned work: one run
         // of the passes transforms them all.
         core_passes<Inv>(PairSource{work, 0, 0}, work, 4 * int64_t{rows}, f, col_tw);
-        column_scatter(data, row_floats, rows, cb, work, level == 0);
+        column_scatter(data, row_floats, rows, cb, work, Level == 0);
     }
 }
 
@@ -508,10 +511,10 @@ void sigCplxIfftReorderCore(const float* src, float* dst, int32_t n, const float
 }
 
 void sigFftBlockedForward(const sigFftPlan* plan, float* data, int32_t k, float* work) {
-    blocked<false>(plan, data, k, 0, work);
+    blocked<false, 0>(plan, data, k, work);
 }
 void sigFftBlockedInverse(const sigFftPlan* plan, float* data, int32_t k, float* work) {
-    blocked<true>(plan, data, k, 0, work);
+    blocked<true, 0>(plan, data, k, work);
 }
 
 void sigBitReverseInPlace(float* data, int64_t n, const int32_t* table) {

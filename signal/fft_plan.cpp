@@ -94,7 +94,22 @@ void fill_halving(float* out, int32_t k, const SineTable& st) {
     }
 }
 
-int32_t blocking(int32_t k) { return k >= 0 && k <= 30 ? kBlocking[k] : 0; }
+constexpr int32_t blocking(int32_t k) { return k >= 0 && k <= 30 ? kBlocking[k] : 0; }
+
+// Levels that index the per-level tables for 2^k points: rows of more than
+// 2^10 points that split again nest one level deeper.
+constexpr int32_t blocking_depth(int32_t k) {
+    const int32_t f = blocking(k);
+    if (f == 0) return 0;
+    return 1 + (k - f > 10 ? blocking_depth(k - f) : 0);
+}
+constexpr int32_t deepest_blocking() {
+    int32_t deepest = 0;
+    for (int32_t k = 0; k < static_cast<int32_t>(sizeof kBlocking); ++k)
+        if (blocking_depth(k) > deepest) deepest = blocking_depth(k);
+    return deepest;
+}
+static_assert(deepest_blocking() <= kBlockingLevels, "the plan's per-level tables are too few");
 
 // Block, temporary and work bytes of the complex part of 2^k points, k >= 11.
 sigFftPlanSizes sizes_for(int32_t k) {

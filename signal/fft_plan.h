@@ -21,6 +21,9 @@ namespace xeb::sig {
 
 constexpr int32_t SIG_PLAN_ID = 6;
 constexpr int32_t kMaxOrder = 30;
+// Blocking levels a plan can nest (order 30: 2^19 by 2^10, then 2^9 by
+// 2^10); fft_plan.cpp checks the blocking table against it at compile time.
+constexpr int32_t kBlockingLevels = 2;
 
 // Scaling flags of a plan.
 constexpr int32_t SIG_SCALE_FORWARD = 1;    // forward by 1/N
@@ -42,8 +45,8 @@ struct sigFftPlan {
     float* halvingTwiddles;  // stages above 2^10 points, largest first
     float* realForward;
     float* realInverse;
-    float* columnTwiddles[3];  // per blocking level
-    float* gatherTwiddles[3];  // per blocking level
+    float* columnTwiddles[kBlockingLevels];  // per blocking level
+    float* gatherTwiddles[kBlockingLevels];  // per blocking level
 };
 
 int32_t sigFftPlanInit(sigFftPlan** plan, int32_t order, int32_t flag, int32_t hint);

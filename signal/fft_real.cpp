@@ -21,8 +21,6 @@
 namespace xeb::sig {
 namespace {
 
-inline bool aligned16(const void* p) { return (reinterpret_cast<std::uintptr_t>(p) & 15) == 0; }
-
 // Four complex numbers from pairs, lanes in order or reversed.
 inline void load_pairs(const float* p, __m128& re, __m128& im) {
     const __m128 lo = _mm_loadu_ps(p), hi = _mm_loadu_ps(p + 4);

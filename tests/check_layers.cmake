@@ -3,6 +3,7 @@
 # of P's object library, exactly when P may use Q (the table in the
 # top-level CMakeLists.txt).  A forbidden include fails like this:
 #   rng/x.cpp:1:10: fatal error: vecmath/power.h: No such file or directory
+# (g++; clang says 'vecmath/power.h' file not found).
 #
 #   -DCXX=<compiler> -DSOURCE=<source dir> -DWORK=<scratch dir> -DPARTS=<parts>
 #   -DUSES_<part>=<parts it may use> -DINCLUDES_<part>=<its include paths>
@@ -30,7 +31,7 @@ foreach(part IN LISTS PARTS)
       if(NOT rc EQUAL 0)
         message(SEND_ERROR "${part} may use ${other}, but including ${header} fails:\n${err}")
       endif()
-    elseif(rc EQUAL 0 OR NOT err MATCHES "${header}: No such file")
+    elseif(rc EQUAL 0 OR NOT err MATCHES "${header}: No such file|'${header}' file not found")
       message(SEND_ERROR "${part} may not use ${other}, but including ${header} does not fail as it should:\n${err}")
     endif()
   endforeach()

@@ -11,6 +11,8 @@ file(MAKE_DIRECTORY ${WORK})
 file(WRITE ${WORK}/x.txt "1 2 3\n")
 file(WRITE ${WORK}/y.txt "1\n10\n100\n1000\n")
 file(WRITE ${WORK}/one.txt "1\n")
+file(WRITE ${WORK}/x5.txt "1 2 3 4 5\n")
+file(WRITE ${WORK}/y2.txt "1 10\n")
 file(WRITE ${WORK}/a.txt "1 2\n3 4\n")
 file(WRITE ${WORK}/b.txt "1 1\n1 1\n")
 file(WRITE ${WORK}/bad.txt "1 2\nthree\n")
@@ -25,6 +27,12 @@ run(corr_full 0 "^3\n32\n321\n3210\n2100\n1000\n$" "^$" "" conv --corr x.txt y.t
 run(conv_same 0 "^12\n123\n1230\n$" "^$" "" conv x.txt y.txt --mode same)
 run(conv_valid 0 "^123\n1230\n$" "^$" "" conv x.txt y.txt --mode valid)
 run(corr_valid 0 "^321\n3210\n$" "^$" "" conv --corr x.txt y.txt --mode valid)
+run(corr_same 0 "^32\n321\n3210\n$" "^$" "" conv --corr x.txt y.txt --mode same)
+# x longer than y: 1 12 23 34 45 50 in full; lags -4 .. 1 are 5 54 43 32 21 10.
+run(conv_same_long_x 0 "^1\n12\n23\n34\n45\n$" "^$" "" conv x5.txt y2.txt --mode same)
+run(conv_valid_long_x 0 "^12\n23\n34\n45\n$" "^$" "" conv x5.txt y2.txt --mode valid)
+run(corr_same_long_x 0 "^5\n54\n43\n32\n21\n$" "^$" "" conv --corr x5.txt y2.txt --mode same)
+run(corr_valid_long_x 0 "^54\n43\n32\n21\n$" "^$" "" conv --corr x5.txt y2.txt --mode valid)
 run(conv_decimated 0 "^1\n123\n2300\n$" "^$" "" conv x.txt y.txt --decimation 2)
 # Every fifth output: the last step passes the end by more than the
 # one-dimensional kernels let through, so the tool runs it as two dimensions.

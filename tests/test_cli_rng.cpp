@@ -2,6 +2,7 @@
 // values and against the library drawing in one call, its summary, its
 // progress and its refusals.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <sys/wait.h>
 
@@ -22,8 +23,9 @@ namespace {
 
 // Per test, as ctest runs the tests of this suite side by side.
 std::string temp_path(const std::string& name) {
-    return ::testing::TempDir() + "cli_rng_" + ::testing::UnitTest::GetInstance()->current_test_info()->name() +
-           "_" + name;
+    // The process id too: other builds' suites may run at the same time.
+    return ::testing::TempDir() + "cli_rng_" + std::to_string(::getpid()) + "_" +
+           ::testing::UnitTest::GetInstance()->current_test_info()->name() + "_" + name;
 }
 
 // The file's bytes; the file is removed.
@@ -174,6 +176,36 @@ TEST(CliRng, QuasiRandomPointsAsRows) {
     EXPECT_EQ(0, std::memcmp(bytes.data() + bytes.size() - sizeof want, want, sizeof want));
 }
 
+// A law on each linear generator (WH with a parameter set) holds what the
+// library draws from a stream of the same id and seeds.
+TEST(CliRng, LawsOnTheLinearGenerators) {
+    struct Case {
+        const char* args;
+        int32_t id;
+        std::vector<uint32_t> seed;
+    };
+    const Case cases[] = {
+        {"--gen mrg32k3a --seed 1,2,3,4,5,6", RUK_BRNG_MRG32K3A, {1, 2, 3, 4, 5, 6}},
+        {"--gen mcg59 --seed 7,8", RUK_BRNG_MCG59, {7, 8}},
+        {"--gen r250 --seed 9", RUK_BRNG_R250, {9}},
+        {"--gen wh --id 200 --seed 10,11,12,13", RUK_BRNG_WH + 200, {10, 11, 12, 13}},
+    };
+    const int n = 1001;
+    for (const Case& c : cases) {
+        const std::string raw = temp_path("law.bin");
+        const CliResult r = run_cli(std::string(c.args) + " --law gaussian --params 1,2 --quiet --format raw --n " +
+                                    std::to_string(n) + " --out " + raw);
+        ASSERT_EQ(r.exit_code, 0) << c.args << ": " << r.err;
+        xt::StreamHandle h;
+        ASSERT_EQ(rukNewStreamEx(h.out(), c.id, static_cast<int32_t>(c.seed.size()), c.seed.data()), RUK_OK);
+        std::vector<double> want(n);
+        ASSERT_EQ(rukdRngGaussian(0, h.get(), n, want.data(), 1, 2), RUK_OK);
+        const std::string bytes = take(raw);
+        ASSERT_EQ(bytes.size(), sizeof(double) * n) << c.args;
+        EXPECT_EQ(0, std::memcmp(bytes.data(), want.data(), bytes.size())) << c.args;
+    }
+}
+
 TEST(CliRng, BadInputIsRefusedWithAMessage) {
     const std::pair<const char*, const char*> cases[] = {
         {"--law nosuch", "unknown law 'nosuch'"},
@@ -193,6 +225,9 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
         {"--gen mt19937 --dim 2", "--dim is for quasi-random generators"},
         {"--gen niederr --dim 0", "--dim wants a dimension"},
         {"--gen sobol --dim 41", "sobol has dimensions 1 to 40, not 41"},
+        {"--gen wh --id 273", "wh has parameter sets 0 to 272, not 273"},
+        {"--gen mcg59 --id 1", "mcg59 has one parameter set"},
+        {"--gen wh --id -1", "--id wants a parameter set"},
         // A full disk was exit 0 with nothing written.
         {"--n 5 --out /dev/full", "cannot write '/dev/full': No space left on device"},
         {"--n 5 > /dev/full", "cannot write 'standard output': No space left on device"},

@@ -1,10 +1,10 @@
 // Direct kernels against a plain reference written here: for every output
 // the defining sum as a loop over y (one dimension) or over all of x in
 // dimension-0-fastest order (any rank), in the precision each kernel
-// documents.  Summation order is part of each kernel's result, so results
-// must agree bit for bit.  Then the statuses of every member in their
-// order, in-place work, decimation 0, the x87 precision taken from the
-// caller, and the accuracy of the sums in ulps against 113-bit sums.
+// documents.  Summation order and precision are part of each kernel's
+// result, so results must agree bit for bit.  Then the statuses of every
+// member in their order, in-place work, decimation 0, and the x87
+// precision taken from the caller.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,13 +12,15 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "frame/fpu.h"
+#include "frame/kernel_class.h"
+#include "vecmath/kernel_table.h"
 #include "support/scale.h"
-#include "accuracy/ulp.h"
 #include "xebruk/convcorr.h"
 
 namespace {
@@ -236,26 +238,6 @@ TEST(Direct1D, AgreesWithReference) {
     random_cases_1d<DD>(kDD1D, 1);
     random_cases_1d<SD>(kSD1D, 2);
     random_cases_1d<SS>(kSS1D, 3);
-}
-
-// One call over n outputs equals consecutive calls over pieces of n.
-TEST(Direct1D, PiecesEqualOneCall) {
-    std::mt19937_64 rng(5);
-    Array<double> x({40}, {-2}, true), y({9}, {3}, true);
-    fill(x, rng);
-    fill(y, rng);
-    for (const auto& m : kDD1D) {
-        const int32_t start = m.job == Job::Conv ? 1 : -30, dec = 2, nz = 20;
-        std::vector<double> whole(nz), pieces(nz, 0.0);
-        ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, whole.data(), 1, 40, 9, start, nz, dec), 0);
-        for (int32_t j0 = 0, len = 1; j0 < nz; j0 += len, len += 2) {
-            len = std::min(len, nz - j0);
-            ASSERT_EQ(m(x.ptr(), -2, y.ptr(), 3, pieces.data() + j0, 1, 40, 9, start + j0 * dec,
-                        len, dec),
-                      0);
-        }
-        for (int32_t j = 0; j < nz; ++j) EXPECT_TRUE(same_bits(whole[j], pieces[j])) << m.name << j;
-    }
 }
 
 // The statuses of a member in their order: a call with every argument
@@ -618,65 +600,143 @@ TEST(DirectUnsupported, EveryEntryGivesMinus2000) {
                   RUK_TASK_ERROR_UNSUPPORTED);
 }
 
-// ---------------------------------------------------------------------------
-// Accuracy of the sums for terms of one sign, in ulps against sums of the
-// exact products in 113 bits, within the bounds of the kernels' error
-// budgets for m terms (the reference rounded to 64 bits adds 2^-11 ulp for
-// doubles).
-
-// Worst error over the full convolution of x (400 elements) by y of m taps.
-template <class Data, class Kernel>
-double worst_ulp(Kernel kernel, int32_t m, std::mt19937_64& rng) {
-    const int32_t nx = 400, nz = nx + m - 1;
-    Array<Data> x({nx}, {1}, true), y({m}, {1}, true);
-    fill(x, rng, true);
-    fill(y, rng, true);
-    std::vector<Data> z(static_cast<std::size_t>(nz));
-    EXPECT_EQ(kernel(x.ptr(), y.ptr(), z.data(), nx, m, nz), 0);
-    double worst = 0;
-    for (int64_t k = 0; k < nz; ++k) {
-        __float128 exact = 0;
-        for (int64_t i = 0; i < m; ++i)
-            if (k - i >= 0 && k - i < nx)
-                exact +=
-                    static_cast<__float128>(y.at({i})) * static_cast<__float128>(x.at({k - i}));
-        worst = std::max(
-            worst, xt::ulp_error(z[static_cast<std::size_t>(k)], static_cast<long double>(exact)));
-    }
-    return worst;
-}
-
-TEST(DirectAccuracy, TermsOfOneSign) {
-    std::mt19937_64 rng(21);
-    static const int32_t one = 1, zero = 0;
-    using D = double;
-    using F = float;
-    auto dd = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvDDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
-    };
-    auto sd = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSDDirect1D_dec(x, 1, y, 1, z, 1, nx, ny, 0, nz, 1);
-    };
-    auto ss = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSSDirect1D_nodec(x, 1, y, 1, z, 1, nx, ny, 0, nz);
-    };
-    auto dd_all = [](const D* x, const D* y, D* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvDDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
-    };
-    auto sd_all = [](const F* x, const F* y, F* z, int32_t nx, int32_t ny, int32_t nz) {
-        return rukConvSDDirectAll_dec(1, x, &nx, &one, y, &ny, &one, z, &nz, &one, &zero, &one);
-    };
-    auto check = [&](const char* name, double worst, int32_t m, double bound) {
-        EXPECT_LT(worst, bound) << name << " with " << m << " taps";
-        RecordProperty(std::string(name) + "_" + std::to_string(m) + "_max_ulp", std::to_string(worst));
-    };
-    for (int32_t m : {4, 16, 64, 256}) {
-        check("ConvDD_dec", worst_ulp<D>(dd, m, rng), m, 0.5 + (m + 2) * 0x1p-11);
-        check("ConvSD_dec", worst_ulp<F>(sd, m, rng), m, 0.5 + (m + 1) * 0x1p-40);
-        check("ConvSS_nodec", worst_ulp<F>(ss, m, rng), m, m + 1.0);
-        check("ConvDDAll", worst_ulp<D>(dd_all, m, rng), m, 0x1p-11 + (m + 1) * (1 + 0x1p-10));
-        check("ConvSDAll", worst_ulp<F>(sd_all, m, rng), m, 0.5 + (m + 1) * 0x1p-29);
-    }
-}
-
 }  // namespace
+// ---------------------------------------------------------------------------
+// Kernel classes: every member in the class in use against the baseline
+// class's loops, bit for bit, on random shapes, strides, starts and
+// decimations of rank 1 to 4, with the x87 at 53 bits (where the double
+// sums of DD and SD run in the class's vectors) and at 64 (where they stay
+// x87).
+
+// z after f(z) in the class in use and in the baseline class.
+template <class Data, class F>
+void expect_class_matches_baseline(const Array<Data>& z0, F f) {
+    std::vector<Data> in_class = z0.buffer, baseline = z0.buffer;
+    const int32_t status = f(in_class.data() + z0.origin);
+    const xeb::frame::KernelClass in_use = xeb::frame::kernel_class();
+    xeb::vm::use_class(xeb::frame::KernelClass::Baseline);
+    const int32_t base_status = f(baseline.data() + z0.origin);
+    xeb::vm::use_class(in_use);
+    ASSERT_EQ(status, base_status);
+    for (std::size_t i = 0; i < baseline.size(); ++i)
+        ASSERT_TRUE(same_bits(in_class[i], baseline[i]))
+            << "slot " << i << ": " << in_class[i] << " baseline " << baseline[i];
+}
+
+// The x87 at 53-bit precision, rounding to nearest, for a scope.
+struct NarrowX87 {
+    uint16_t saved = xeb::fpu::x87_control();
+    NarrowX87() {
+        xeb::fpu::set_x87_control(static_cast<uint16_t>((saved & ~xeb::fpu::kX87PrecRoundMask) |
+                                                        xeb::fpu::kX87Prec53Nearest));
+    }
+    ~NarrowX87() { xeb::fpu::set_x87_control(saved); }
+};
+
+// Dense strides, or random ones (signs, padding, order, zeros for x and y).
+std::vector<int32_t> some_strides(const std::vector<int32_t>& shape, std::mt19937_64& rng, bool zero_ok) {
+    if (rng() % 2 == 0) return random_strides(shape, rng, zero_ok);
+    std::vector<int32_t> s(shape.size());
+    int32_t cur = 1;
+    for (std::size_t d = 0; d < shape.size(); ++d, cur *= shape[d - 1]) s[d] = cur;
+    return s;
+}
+
+template <class P>
+void classes_all(const MemberAll<typename P::Data>& m, int rank, std::mt19937_64& rng) {
+    using Data = typename P::Data;
+    auto pick = [&](int64_t lo, int64_t hi) {
+        return static_cast<int32_t>(lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
+    };
+    std::vector<int32_t> nx(rank), ny(rank), nz(rank), start(rank), dec(rank);
+    for (int d = 0; d < rank; ++d) {
+        // Dimension 0 long enough for several blocks of lanes and both edges.
+        const int extent = d == 0 ? 140 : rank == 2 ? 9 : 4;
+        nx[d] = pick(1, extent);
+        ny[d] = pick(1, rng() % 2 ? extent : 12);
+        const int64_t first = m.job == Job::Conv ? 0 : 1 - nx[d];
+        const int64_t last = m.job == Job::Conv ? nx[d] + ny[d] - 2 : ny[d] - 1;
+        dec[d] = rng() % 2 ? 1 : pick(1, 3);
+        start[d] = rng() % 2 ? static_cast<int32_t>(first) : pick(first, last);
+        nz[d] = pick(1, (last - start[d]) / dec[d] + 1);
+    }
+    Array<Data> x(nx, some_strides(nx, rng, true), true), y(ny, some_strides(ny, rng, true), true);
+    const Array<Data> z(nz, some_strides(nz, rng, false), false);
+    fill(x, rng);
+    fill(y, rng);
+    SCOPED_TRACE(::testing::Message() << m.name << " rank " << rank << " nx0=" << nx[0] << " ny0=" << ny[0]
+                                      << " start0=" << start[0] << " dec0=" << dec[0]);
+    expect_class_matches_baseline(z, [&](Data* zp) {
+        return m.fn(rank, x.ptr(), nx.data(), x.stride.data(), y.ptr(), ny.data(), y.stride.data(), zp,
+                    nz.data(), z.stride.data(), start.data(), dec.data());
+    });
+}
+
+template <class P, std::size_t N>
+void classes_1d(const Member1D<typename P::Data> (&members)[N], std::mt19937_64& rng) {
+    using Data = typename P::Data;
+    auto pick = [&](int64_t lo, int64_t hi) {
+        return static_cast<int32_t>(lo + static_cast<int64_t>(rng() % static_cast<uint64_t>(hi - lo + 1)));
+    };
+    const int32_t strides[] = {-2, -1, 1, 1, 1, 2};
+    for (const auto& m : members) {
+        const int32_t size = rng() % 2 ? 300 : 40;
+        const int32_t nx = pick(1, size), ny = pick(1, size);
+        const int32_t xs = strides[rng() % 6], ys = strides[rng() % 6], zs = strides[rng() % 6];
+        const int32_t dec = m.decimated() ? pick(m.min_decimation, 3) : 1;
+        const int32_t start = pick(m.first(nx), m.last(nx, ny) + m.start_slack);
+        const int64_t most = dec == 0 ? 5 : (m.end_limit(nx, ny) - start) / dec;
+        if (most < 1) continue;
+        const int32_t nz = rng() % 2 ? static_cast<int32_t>(most) : pick(1, most);
+        Array<Data> x({nx}, {xs}, true), y({ny}, {ys}, true);
+        const Array<Data> z({nz}, {zs}, true);
+        fill(x, rng);
+        fill(y, rng);
+        SCOPED_TRACE(::testing::Message() << m.name << " nx=" << nx << " ny=" << ny << " strides " << xs << ","
+                                          << ys << "," << zs << " start=" << start << " nz=" << nz
+                                          << " dec=" << dec);
+        expect_class_matches_baseline(
+            z, [&](Data* zp) { return m(x.ptr(), xs, y.ptr(), ys, zp, zs, nx, ny, start, nz, dec); });
+        if (::testing::Test::HasFatalFailure()) return;
+    }
+}
+
+TEST(DirectClasses, BitForBitWithBaseline) {
+    if (xeb::frame::kernel_class() == xeb::frame::KernelClass::Baseline) GTEST_SKIP() << "baseline in use";
+    std::mt19937_64 rng(31);
+    for (bool narrow : {true, false}) {
+        std::unique_ptr<NarrowX87> x87(narrow ? new NarrowX87 : nullptr);
+        for (std::size_t n = xt::scaled(40, 6); n > 0; --n) {
+            classes_1d<DD>(kDD1D, rng);
+            classes_1d<SD>(kSD1D, rng);
+            classes_1d<SS>(kSS1D, rng);
+            for (int rank = 1; rank <= 4; ++rank)
+                for (int j = 0; j < 2; ++j) {
+                    classes_all<DD>(kDDAll[j], rank, rng);
+                    classes_all<SD>(kSDAll[j], rank, rng);
+                    classes_all<SS>(kSSAll[j], rank, rng);
+                }
+            if (HasFatalFailure()) return;
+        }
+    }
+}
+
+// Products beyond the double range, which the x87's wider exponent
+// carries: 2^600 2^600 - 2^600 2^600 is 0 in a sum kept in the x87, +inf
+// in a double cell (the overflow at the store, then inf - 2^1200), and NaN
+// in double arithmetic; two products of 1.5 2^-1074 sum to 3 2^-1074 in
+// the x87, and to 4 2^-1074 after each rounds to a subnormal double.  The
+// class leaves such calls to the x87.
+TEST(DirectClasses, BeyondTheDoubleRange) {
+    NarrowX87 x87;
+    const double big_x[2] = {0x1p600, 0x1p600}, big_y[2] = {0x1p600, -0x1p600};
+    const double tiny_x[2] = {0x1.8p-537, 0x1.8p-537}, tiny_y[2] = {0x1p-537, 0x1p-537};
+    const int32_t two = 2, one = 1, zero = 0;
+    double z = -1;
+    ASSERT_EQ(rukCorrDDDirect1D_dec(big_x, 1, big_y, 1, &z, 1, 2, 2, 0, 1, 1), 0);
+    EXPECT_TRUE(same_bits(z, 0.0)) << z;
+    ASSERT_EQ(rukCorrDDDirectAll_dec(1, big_x, &two, &one, big_y, &two, &one, &z, &one, &one, &zero, &one), 0);
+    EXPECT_EQ(z, std::numeric_limits<double>::infinity());
+    ASSERT_EQ(rukCorrDDDirect1D_dec(tiny_x, 1, tiny_y, 1, &z, 1, 2, 2, 0, 1, 1), 0);
+    EXPECT_EQ(z, std::ldexp(3.0, -1074));
+}

@@ -137,59 +137,37 @@ void make_task(TaskOwner& task, int32_t job, int32_t method, int32_t dataType,
               RUK_OK);
 }
 
-std::string chosen(int32_t job, int32_t rank, int32_t method, bool decimated, int32_t dataType,
-                   int32_t internalType) {
-    const std::vector<int32_t> n = {3, 3, 3, 3, 3, 3, 3}, ones = {1, 1, 1, 1, 1, 1, 1};
-    TaskOwner task;
-    make_task(task, job, method, dataType, n, n, n, rank);
-    rukEditTask(task.t, RUK_EDIT_INTERNAL_PRECISION, &internalType);
-    if (decimated) rukEditTask(task.t, RUK_EDIT_DECIMATION, ones.data());
-    return kernel_name(select_kernel(*task.t));
-}
-
 // ---- kernel choice --------------------------------------------------------
 
-TEST(ExecChoice, RankOneByMethodDecimationAndTypes) {
-    constexpr int32_t S = RUK_TYPE_SINGLE, D = RUK_TYPE_DOUBLE;
-    struct Row {
-        int32_t method;
-        bool decimated;
-        int32_t data, sums;
-        const char* conv;  // the Corr kernel has the same name with Corr
-    } rows[] = {
-        {0, false, S, S, "rukConvSSFft1D_nodec"},   {0, false, S, D, "rukConvSDDirect1D_dec"},
-        {0, false, D, D, "rukConvDDDirect1D_dec"},  {0, false, D, S, ""},
-        {0, true, S, S, "rukConvSSDirect1D_dec"},   {0, true, S, D, "rukConvSDDirect1D_dec"},
-        {0, true, D, D, "rukConvDDDirect1D_dec"},   {0, true, D, S, ""},
-        {1, false, S, S, "rukConvSSDirect1D_nodec"}, {1, false, S, D, "rukConvSDDirect1D_dec"},
-        {1, false, D, D, "rukConvDDDirect1D_dec"},  {1, false, D, S, ""},
-        {1, true, S, S, "rukConvSSDirect1D_dec"},   {1, true, D, D, "rukConvDDDirect1D_dec"},
-        {2, false, S, S, "rukConvSSFft1D_nodec"},   {2, true, S, S, ""},
-        {2, false, S, D, ""},                       {2, false, D, D, ""},
-        {5, false, S, S, "rukConvSSFft1D_nodec"},   {5, true, S, S, ""},
-        {-1, false, S, S, "rukConvSSFft1D_nodec"},  {5, false, D, D, ""},
-    };
-    for (const Row& r : rows) {
-        std::string corr = r.conv;
-        if (!corr.empty()) corr.replace(3, 4, "Corr");
-        const std::string where = "method " + std::to_string(r.method) + (r.decimated ? " dec " : " ") +
-                                  std::to_string(r.data) + std::to_string(r.sums);
-        EXPECT_EQ(chosen(RUK_JOB_CONV, 1, r.method, r.decimated, r.data, r.sums), r.conv) << where;
-        EXPECT_EQ(chosen(RUK_JOB_CORR, 1, r.method, r.decimated, r.data, r.sums), corr) << where;
-        // Every job but 1 is a correlation.
-        EXPECT_EQ(chosen(7, 1, r.method, r.decimated, r.data, r.sums), corr) << where;
-    }
-}
-
-// The same choices seen from outside, by the statuses only one kernel gives.
+// The kernel chosen by job, rank, method, decimation and types, seen from
+// outside: by the statuses only one kernel gives, and by where the sums are
+// kept.
 TEST(ExecChoice, StatusesTellTheKernels) {
     const std::vector<int32_t> n1 = {4}, n2 = {4, 4}, zero = {0}, zero2 = {0, 0};
     float f[16] = {}, g[64] = {};
-    {  // method 2, single, undecimated: FFT, which refuses a zero stride with its own code
+    {  // method 2 (set by an edit), single, undecimated: FFT, which refuses a zero stride with its own code
         TaskOwner t;
-        make_task(t, RUK_JOB_CONV, RUK_METHOD_FFT, RUK_TYPE_SINGLE, n1, n1, {7});
+        make_task(t, RUK_JOB_CONV, RUK_METHOD_DIRECT, RUK_TYPE_SINGLE, n1, n1, {7});
+        const int32_t fft = RUK_METHOD_FFT;
+        ASSERT_EQ(rukEditTask(t.t, RUK_EDIT_METHOD, &fft), RUK_OK);
         EXPECT_EQ(rukExec(t.t, f, zero.data(), f, nullptr, g, nullptr), RUK_CONVFFT_ERROR_X_STRIDE_ZERO);
     }
+    // Single data with double sums, whatever the method and decimation:
+    // 2^30 + 2^-30 - 2^30 keeps its 2^-30 (single sums lose it).
+    for (int32_t method : {RUK_METHOD_AUTO, RUK_METHOD_DIRECT})
+        for (int32_t job : {RUK_JOB_CONV, RUK_JOB_CORR})
+            for (bool decimated : {false, true}) {
+                const float ones[3] = {1, 1, 1}, y[3] = {0x1p30f, 0x1p-30f, -0x1p30f};
+                TaskOwner t;
+                make_task(t, job, method, RUK_TYPE_SINGLE, {3}, {3}, {1});
+                const int32_t sums = RUK_TYPE_DOUBLE, start = job == RUK_JOB_CONV ? 2 : 0, one = 1;
+                rukEditTask(t.t, RUK_EDIT_INTERNAL_PRECISION, &sums);
+                rukEditTask(t.t, RUK_EDIT_START, &start);
+                if (decimated) rukEditTask(t.t, RUK_EDIT_DECIMATION, &one);
+                float z = -1;
+                ASSERT_EQ(rukExec(t.t, ones, nullptr, y, nullptr, &z, nullptr), RUK_OK);
+                EXPECT_EQ(z, 0x1p-30f) << method << " " << job << " " << decimated;
+            }
     {  // method 2 with decimation: no kernel, and the task is poisoned
         TaskOwner t;
         make_task(t, RUK_JOB_CORR, RUK_METHOD_FFT, RUK_TYPE_SINGLE, n1, n1, {7});
@@ -247,19 +225,9 @@ TEST(ExecDefaults, StartsByJobAndEditsAfterExecution) {
         // cleared is made again.
         const int32_t start = 0;
         ASSERT_EQ(rukEditTask(t.t, RUK_EDIT_START, &start), RUK_OK);
-        EXPECT_EQ(t->committed, 0);
         ASSERT_EQ(rukExec(t.t, x, nullptr, y, nullptr, z, nullptr), RUK_OK);
-        EXPECT_EQ(t->committed, 1);
         const float lags0[4] = {321, 3210, 2100, 1000};
         for (int j = 0; j < 4; ++j) EXPECT_EQ(z[j], lags0[j]) << j;
-    }
-    {  // convolution from 0, through the FFT kernel
-        TaskOwner t;
-        make_task(t, RUK_JOB_CONV, RUK_METHOD_AUTO, RUK_TYPE_SINGLE, nx, ny, nz);
-        float z[6] = {};
-        ASSERT_EQ(rukExec(t.t, x, nullptr, y, nullptr, z, nullptr), RUK_OK);
-        const float want[6] = {1, 12, 123, 1230, 2300, 3000};
-        for (int j = 0; j < 6; ++j) EXPECT_EQ(z[j], want[j]) << j;
     }
 }
 
@@ -364,23 +332,15 @@ struct CountAllocations {
     ~CountAllocations() { xeb::convcorr::fft_kernel_malloc = std::malloc; }
 };
 
-TEST(FftKernel, BuffersOnlyWhereStridesDemandThem) {
-    std::vector<float> x(3 * 50), y(2 * 40), z(200, -1.0f);
+TEST(FftKernel, EachBufferThatFailsLeavesZUntouched) {
+    std::vector<float> x(3 * 50), y(2 * 40);
     for (std::size_t i = 0; i < x.size(); ++i) x[i] = static_cast<float>(i % 7) - 3;
     for (std::size_t i = 0; i < y.size(); ++i) y[i] = static_cast<float>(i % 5) - 2;
-    // Dense everywhere: none.  x, y and z strided: three, freed again
-    // (checked by the leak sanitizer), and each failure gives -4 with z
-    // untouched.
+    // Each buffer a strided x, y or z needs can fail: -4, z untouched, the
+    // others freed again (the leak sanitizer checks).
     for (int32_t job : {0, 1}) {
         auto run = job == 0 ? conv_fft : corr_fft;
         const int32_t start = job == 0 ? 0 : -49;
-        {
-            CountAllocations count;
-            EXPECT_EQ(run(x.data(), 1, y.data(), 1, z.data(), 1, 50, 40, start, 89), RUK_OK);
-            EXPECT_EQ(g_allocations, 0);
-            EXPECT_EQ(run(x.data(), 3, y.data(), 2, z.data(), 2, 50, 40, start, 89), RUK_OK);
-            EXPECT_EQ(g_allocations, 3);
-        }
         for (int fail = 0; fail < 3; ++fail) {
             std::vector<float> w(200, -1.0f);
             CountAllocations count(fail);

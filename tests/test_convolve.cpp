@@ -52,37 +52,6 @@ Reference correlation(const std::vector<float>& a, const std::vector<float>& b, 
     return direct(a, b, low, count, false);
 }
 
-struct Case {
-    int32_t len1, len2;
-    sigConvPath path;
-    int32_t order;
-    int64_t step;
-};
-
-// The thresholds decide the path: the boundary examples and every branch.
-TEST(Convolve, ChoiceOfPath) {
-    const Case cases[] = {
-        {255, 1, sigConvPath::Direct, 0, 0},
-        {56, 200, sigConvPath::Direct, 0, 0},        // 255 outputs, S 200
-        {225, 32, sigConvPath::OverlapSave, 7, 97},  // 256 outputs, M 64, N 128
-        {300, 31, sigConvPath::Direct, 0, 0},        // filter below 32 taps
-        {1, 5000, sigConvPath::DirectBlocked, 0, 0},
-        {100000, 31, sigConvPath::DirectBlocked, 0, 0},
-        {157, 100, sigConvPath::OneShot, 8, 256},
-        {100, 299, sigConvPath::OneShot, 9, 398},
-        {300, 100, sigConvPath::OverlapSave, 9, 413},
-        {1000, 1000, sigConvPath::OneShot, 11, 1999},
-    };
-    for (const Case& c : cases) {
-        const sigConvChoice got = sigConvolveChoice(c.len1, c.len2);
-        EXPECT_EQ(got.path, c.path) << c.len1 << " " << c.len2;
-        if (c.path == sigConvPath::OneShot || c.path == sigConvPath::OverlapSave) {
-            EXPECT_EQ(got.order, c.order) << c.len1 << " " << c.len2;
-            EXPECT_EQ(got.step, c.step) << c.len1 << " " << c.len2;
-        }
-    }
-}
-
 // Every path against the reference; direct paths work without any
 // allocation, FFT paths report -9 when allocation fails.
 TEST(Convolve, AllPathsAgainstReference) {
@@ -117,29 +86,6 @@ TEST(Convolve, AllPathsAgainstReference) {
     EXPECT_EQ(sigConvolve32f(&v, 0, &v, 1, &v), SIG_ERR_SIZE);
     EXPECT_EQ(sigConvolve32f(&v, INT32_MAX, &v, 2, &v), SIG_ERR_SIZE);  // result beyond 32 bits
     EXPECT_EQ(v, 1.0f);
-}
-
-// One accumulation of a long signal equals accumulations of its blocks, each
-// shifted by its start: the direct path's blocking changes nothing.
-TEST(Convolve, AccumulateBlockIndependence) {
-    for (int32_t taps : {1, 3, 4, 5, 9, 31}) {
-        const int32_t n = 1000;
-        const auto x = xt::uniform_signal(n, taps), h = xt::uniform_signal(taps, 100 + taps);
-        std::vector<float> whole(n + taps - 1, 0.5f), parts(n + taps - 1, 0.5f);
-        sigConvAccumulate32f(x.data(), n, h.data(), taps, whole.data());
-        int32_t pos = 0;
-        for (int32_t block : {1, 7, 8, 13, 100, 371, 500}) {
-            block = std::min(block, n - pos);
-            sigConvAccumulate32f(x.data() + pos, block, h.data(), taps, parts.data() + pos);
-            pos += block;
-        }
-        ASSERT_EQ(pos, n);
-        const Reference ref = convolution(x, h);
-        for (std::size_t k = 0; k < whole.size(); ++k) {
-            EXPECT_NEAR(whole[k], parts[k], 1e-5) << taps << " " << k;
-            EXPECT_NEAR(whole[k], 0.5 + static_cast<double>(ref.value[k]), 1e-5) << taps << " " << k;
-        }
-    }
 }
 
 // Every lag range: wholly before or after the overlap, partial and whole

@@ -1,7 +1,7 @@
 // Beta: every route's sample against the regularised incomplete beta
 // function (Kolmogorov-Smirnov), the draw counts of a block, refusals, the
-// trial limit, statuses passed through and results that do not depend on
-// the thread's control words.
+// trial limit and statuses passed through (the thread's control words:
+// test_frozen_streams).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,6 @@
 #include <limits>
 #include <vector>
 
-#include "support/control_words.h"
 #include "support/scale.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
@@ -170,25 +169,6 @@ TEST(Beta, GeneratorFailuresPassThroughEveryRoute) {
         ASSERT_EQ(rukdNewAbstractStream(h.out(), 4, buf, 0, 1, empty_reply), RUK_OK);
         EXPECT_EQ(beta(h.get(), 3, r, c.p, c.q, 0, 1), RUK_ERROR_CALLBACK_EMPTY) << c.route;
         EXPECT_EQ(r[0] + r[2], 14) << c.route;
-    }
-}
-
-TEST(Beta, ResultsDoNotDependOnTheThreadsControlWords) {
-    for (const Shapes& c : kRoutes) {
-        StreamHandle h, twin;
-        new_mt(h, 21);
-        new_mt(twin, 21);
-        std::vector<double> want(700), got(700);
-        std::vector<float> wantf(700), gotf(700);
-        const float p = static_cast<float>(c.p), q = static_cast<float>(c.q);  // outside the odd words
-        ASSERT_EQ(rukdRngBeta(0, h.get(), 700, want.data(), c.p, c.q, 0, 1), RUK_OK);
-        ASSERT_EQ(ruksRngBeta(0, h.get(), 700, wantf.data(), p, q, 0, 1), RUK_OK);
-        xt::under_odd_control_words([&] {
-            EXPECT_EQ(rukdRngBeta(0, twin.get(), 700, got.data(), c.p, c.q, 0, 1), RUK_OK);
-            EXPECT_EQ(ruksRngBeta(0, twin.get(), 700, gotf.data(), p, q, 0, 1), RUK_OK);
-        });
-        EXPECT_EQ(got, want) << c.route;
-        EXPECT_EQ(gotf, wantf) << c.route;
     }
 }
 

@@ -1,19 +1,17 @@
-// Discrete laws: the bit truncation against the compiler's conversion, each
-// law's sample against its probability mass function (chi-square) on two
-// generators, values against the same uniforms drawn on a twin stream, draw
+// Discrete laws: the bit truncation against the compiler's conversion,
+// values against the same uniforms drawn on a twin stream, Binomial's sample
+// against its probability mass function (chi-square) on two generators, draw
 // counts and statuses through a scripted generator, block-split
-// independence, and the Binomial set-up kept on the stream (reuse, rebuild,
-// stream files).
+// independence, and the Binomial set-up kept on the stream (reuse and
+// rebuild).
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cfenv>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -70,28 +68,6 @@ TEST(Truncation, MatchesTheConversionTowardZeroBelowTwoTo31) {
         std::fesetround(FE_TONEAREST);
         EXPECT_EQ(bad, 0u) << "of " << xs.size();
     }
-}
-
-TEST(DiscreteUniform, CoversTheRangeEvenly) {
-    // Narrow ranges counted value by value; wide spans in 64 equal classes.
-    const std::pair<int32_t, int32_t> cases[] = {{-5, 7},    {-1000, -990}, {0, 1000}, {INT32_MIN, INT32_MAX},
-                                                 {-2000000000, 2000000000}, {-7, 2147483647}};
-    uint32_t seed = 10;
-    for (int32_t id : kGens)
-        for (auto [a, b] : cases) {
-            Ints r = draw(id, ++seed, kSample, rukiRngUniform, a, b);
-            const long double span = static_cast<long double>(b) - a;
-            const int64_t classes = span <= 1000 ? static_cast<int64_t>(span) : 64;
-            std::size_t outside = 0;
-            for (int32_t& x : r) {
-                outside += x < a || x >= b;
-                x = static_cast<int32_t>((static_cast<long double>(x) - a) * classes / span);
-            }
-            EXPECT_EQ(outside, 0u) << id << " [" << a << ", " << b << ")";
-            expect_passes(xt::chi_square(r, 0, classes - 1,
-                                         [classes](int64_t k) { return k >= 0 && k < classes ? 1.0L / classes : 0.0L; }),
-                          "uniform " + std::to_string(a) + ", " + std::to_string(b) + " on " + std::to_string(id));
-        }
 }
 
 TEST(DiscreteUniform, IsTheFloorOfTheGeneratorsDoubles) {
@@ -151,29 +127,6 @@ TEST(DiscreteUniform, FloorsNegativesDownwardAndPassesStatuses) {
     }
 }
 
-TEST(DiscreteUniformBits, ReturnsTheGeneratorsWords) {
-    // MT19937 against its published outputs, MCG31M1 against the plain
-    // recurrence, split over calls of several sizes.
-    std::ifstream ref(xt::source_dir() + "/tests/data/mt19937_initbyarray_123_234_345_456_n1000.txt");
-    std::vector<uint32_t> want, got(1000), words(3000);
-    for (std::string line; std::getline(ref, line);)
-        if (!line.empty() && line[0] != '#') want.push_back(static_cast<uint32_t>(std::stoul(line)));
-    ASSERT_EQ(want.size(), 1000u);
-    StreamHandle mt, mcg;
-    const uint32_t key[4] = {0x123, 0x234, 0x345, 0x456};
-    ASSERT_EQ(rukNewStreamEx(mt.out(), RUK_BRNG_MT19937, 4, key), RUK_OK);
-    int32_t at = 0;
-    for (int32_t k : {1, 623, 1, 375}) {
-        ASSERT_EQ(rukiRngUniformBits(0, mt.get(), k, &got[at]), RUK_OK);
-        at += k;
-    }
-    EXPECT_EQ(got, want);
-    new_stream(mcg, RUK_BRNG_MCG31M1, 12345);
-    ASSERT_EQ(rukiRngUniformBits(0, mcg.get(), 1000, words.data()), RUK_OK);
-    ASSERT_EQ(rukiRngUniformBits(0, mcg.get(), 2000, words.data() + 1000), RUK_OK);
-    EXPECT_EQ(words, xt::mcg31m1_sequence(12345, 3000));
-}
-
 // Float uniforms on (0, 1) of a twin stream, for the value tests.
 std::vector<float> twin_floats(int32_t id, uint32_t seed, int32_t n) {
     StreamHandle h;
@@ -183,15 +136,12 @@ std::vector<float> twin_floats(int32_t id, uint32_t seed, int32_t n) {
     return u;
 }
 
-TEST(Bernoulli, SampleAndValues) {
+// Each value: U < p on the same float.
+TEST(Bernoulli, ValuesAreTheComparisonOfTheSameUniform) {
     uint32_t seed = 40;
     for (int32_t id : kGens)
         for (double p : {0.3, 0.5, 0.999, 1e-3}) {
-            const Ints r = draw(id, ++seed, kSample, rukiRngBernoulli, p);
-            expect_passes(xt::chi_square(r, 0, 1, [p](int64_t k) {
-                              return k == 1 ? static_cast<long double>(p) : k == 0 ? 1.0L - p : 0.0L;
-                          }), "bernoulli " + std::to_string(p));
-            // Each value: U < p on the same float.
+            const Ints r = draw(id, ++seed, 5000, rukiRngBernoulli, p);
             const auto u = twin_floats(id, seed, 5000);
             for (std::size_t i = 0; i < u.size(); ++i)
                 ASSERT_EQ(r[i], static_cast<double>(u[i]) < p ? 1 : 0) << id << " at " << i;
@@ -213,16 +163,6 @@ TEST(Bernoulli, ProbabilitiesZeroAndOne) {
     }
     reset_script({0.5}, {-4});
     EXPECT_EQ(rukiRngBernoulli(0, h.get(), 6, r.data(), 0.5), -4);
-}
-
-TEST(Geometric, SampleFollowsTheLaw) {
-    uint32_t seed = 60;
-    for (int32_t id : kGens)
-        for (double p : {0.1, 0.5, 0.9, 0.01}) {
-            const Ints r = draw(id, ++seed, kSample, rukiRngGeometric, p);
-            expect_passes(xt::chi_square(r, 0, 4000, [p](int64_t k) { return xt::geometric_pmf(p, k); }),
-                          "geometric " + std::to_string(p) + " on " + std::to_string(id));
-        }
 }
 
 TEST(Geometric, ValuesAreTheTruncatedQuotientOfLogarithms) {
@@ -387,6 +327,35 @@ TEST(Binomial, DrawCountsAndStatuses) {
     EXPECT_TRUE(script.calls.empty());
 }
 
+// One result on chosen uniforms u1, u2 (then 0.001, 0.5, which BTPE's
+// triangle accepts): the fold at p = 0.5, the route at N pp = 30, and two
+// pairs found by search on the narrowest margins of the acceptance tests.
+TEST(Binomial, ChosenUniformsMeetTheEdgesOfTheMethod) {
+    struct Row {
+        int32_t trials;
+        double p, u1, u2;
+        int32_t result, drawn;
+        const char* what;
+    };
+    const Row rows[] = {
+        {10, 0.5, 0.01, 0.5, 9, 1, "inversion gives 1; p = 0.5 is folded: 10 - 1"},
+        {60, 0.5, 0.3, 0.5, 28, 2, "N pp = 30 takes BTPE: two uniforms for one result"},
+        {100, 0.5, 0.85569315, 3e-4, 54, 4, "K = 17, 33 below the mode: the ratio product down to K itself rejects"},
+        {1000, 0.5, 0.7, 0.705, 532, 2, "K = 468: within Stirling's bound with all four corrections"},
+    };
+    StreamHandle h;
+    new_script_stream(h);
+    for (const Row& row : rows) {
+        reset_script({row.u1, row.u2, 0.001, 0.5});
+        int32_t r = -1;
+        ASSERT_EQ(rukiRngBinomial(0, h.get(), 1, &r, row.trials, row.p), RUK_OK);
+        EXPECT_EQ(r, row.result) << row.what;
+        int32_t drawn = 0;
+        for (int32_t c : script.calls) drawn += c;
+        EXPECT_EQ(drawn, row.drawn) << row.what;
+    }
+}
+
 // The set-up record: one chunk of id 5, reused while the arguments stay.
 const double* binomial_record(const StreamHandle& h) {
     return static_cast<const double*>(rukSearchChunk(h.get(), RUK_CHUNK_BINOMIAL));
@@ -441,24 +410,6 @@ TEST(Binomial, ARecordTooShortIsPassedOver) {
     EXPECT_EQ(r, draw(RUK_BRNG_MT19937, 9, 2000, rukiRngBinomial, 200, 0.4));
     EXPECT_EQ(rukGetNumChunks(h.get()), 2);
     EXPECT_NE(binomial_record(h), small);
-}
-
-TEST(Binomial, StreamFileCarriesTheSetUp) {
-    const std::string path = ::testing::TempDir() + "binomial_stream.bin";
-    for (const BinomialCase& c : {BinomialCase{20, 0.6}, {300, 0.45}}) {
-        StreamHandle h, loaded;
-        new_stream(h, RUK_BRNG_MT19937, 11);
-        Ints r(777), want(1500), got(1500);
-        ASSERT_EQ(rukiRngBinomial(0, h.get(), 777, r.data(), c.trials, c.p), RUK_OK);
-        ASSERT_EQ(rukSaveStreamF(h.get(), path.c_str(), -1), RUK_OK);
-        ASSERT_EQ(rukiRngBinomial(0, h.get(), 1500, want.data(), c.trials, c.p), RUK_OK);
-        ASSERT_EQ(rukLoadStreamF(loaded.out(), path.c_str()), RUK_OK);
-        std::remove(path.c_str());
-        EXPECT_EQ(rukGetNumChunks(loaded.get()), 1);
-        ASSERT_EQ(rukiRngBinomial(0, loaded.get(), 1500, got.data(), c.trials, c.p), RUK_OK);
-        EXPECT_EQ(got, want) << c.trials;
-        EXPECT_EQ(rukGetNumChunks(loaded.get()), 1);
-    }
 }
 
 }  // namespace

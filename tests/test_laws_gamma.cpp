@@ -1,10 +1,11 @@
-// Gamma beyond its distribution (test_laws_continuous checks that): calls
-// of any split give one call's values, the uniforms each generator draws,
+// Gamma: every generator follows the law, calls of any split give one
+// call's values, the uniforms each generator draws,
 // the candidate kept on the stream across copies and stream files, and the
 // arguments and numbers it refuses.  (The loader's checks of its records:
 // test_rng_file.)
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,9 @@
 #include <string>
 #include <vector>
 
+#include <gsl/gsl_sf_gamma.h>
+
+#include "support/scale.h"
 #include "support/law_draws.h"
 #include "xebruk/xebruk.h"
 
@@ -56,6 +60,45 @@ void check_splits() {
         EXPECT_EQ(in_calls<T>(alpha, {512, 588}), whole) << alpha;
         EXPECT_EQ(in_calls<T>(alpha, {513, 0, 587}), whole) << alpha;
         EXPECT_EQ(in_calls<T>(alpha, {3, 1023, 74}), whole) << alpha;
+    }
+}
+
+// sqrt(n) times the Kolmogorov-Smirnov distance of a sample of
+// Gamma(alpha, a, beta) to its distribution function.
+template <class T>
+double ks_statistic(std::vector<T> x, double alpha, double a, double beta) {
+    std::sort(x.begin(), x.end());
+    const double n = static_cast<double>(x.size());
+    double d = 0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double z = (static_cast<double>(x[i]) - a) / beta;
+        const double cdf = z <= 0 ? 0 : gsl_sf_gamma_inc_P(alpha, z);
+        d = std::max({d, cdf - static_cast<double>(i) / n, static_cast<double>(i + 1) / n - cdf});
+    }
+    return d * std::sqrt(n);
+}
+
+template <class T>
+void check_sample(double alpha, double a, double beta, uint32_t seed) {
+    const std::size_t n = xt::scaled(1000000, 20000);
+    StreamHandle h;
+    new_mt(h, seed);
+    std::vector<T> x(n);
+    ASSERT_EQ(gamma(h.get(), static_cast<int32_t>(n), x.data(), alpha, a, beta), RUK_OK);
+    // The parameters as the law received them; 1.95 is the 0.1% point of
+    // the Kolmogorov distribution (fixed seeds: a failure repeats).
+    EXPECT_LT(ks_statistic(x, static_cast<T>(alpha), static_cast<T>(a), static_cast<T>(beta)), 1.95)
+        << "shape " << alpha << (sizeof(T) == 4 ? " single" : " double");
+}
+
+TEST(Gamma, EveryGeneratorFollowsTheLaw) {
+    // Each of the four generators on both sides of its bounds (0.6, 1), and
+    // a shape where the normal approximation is close.
+    uint32_t seed = 1000;
+    for (double alpha : {0.1, 0.5, 0.6, 0.9, 1.5, 10.0, 1e4}) {
+        const double a = alpha == 10 ? 3 : 0, beta = alpha == 10 ? 0.5 : 2;
+        check_sample<double>(alpha, a, beta, ++seed);
+        check_sample<float>(alpha, a, beta, ++seed);
     }
 }
 

@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "support/chi_square.h"
-#include "support/control_words.h"
 #include "support/law_draws.h"
 #include "support/scale.h"
 #include "support/streams.h"
@@ -295,7 +294,7 @@ TEST(HypergeometricNegbinomial, KeptFeaturesOfTheAcceptanceRegions) {
 
 // Every route of both laws: any split of a count, and any control words of
 // the caller, give the numbers of one call.
-TEST(HypergeometricNegbinomial, ResultsDoNotDependOnSplitsOrControlWords) {
+TEST(HypergeometricNegbinomial, ResultsDoNotDependOnSplits) {
     for (const Law& law :
          {hyp(20, 5, 7), hyp(100, 90, 95), hyp(1000, 100, 400), hyp(1000000, 500000, 300000), nb(3, 0.3),
           nb(1, 0.001), nb(1.5, 0.001), nb(1000, 0.01)}) {
@@ -303,9 +302,6 @@ TEST(HypergeometricNegbinomial, ResultsDoNotDependOnSplitsOrControlWords) {
         EXPECT_EQ(draw(law, 3, {1, 127, 128, 129, 255, 256, 257, 511, 512, 513, 311}), whole)
             << law.name;
         EXPECT_EQ(draw(law, 3, {0, 2999, 1}), whole) << law.name;
-        Ints odd;
-        xt::under_odd_control_words([&] { odd = draw(law, 3, {3000}); });
-        EXPECT_EQ(odd, whole) << law.name;
     }
 }
 
@@ -476,13 +472,11 @@ TEST(HypergeometricNegbinomial, SetUpIsKeptOnTheStreamInFilesAndCopies) {
             }
             RukStream* copy = nullptr;
             ASSERT_EQ(rukCopyStream(&copy, h.get()), RUK_OK);
-            const Ints ours = [&] {
-                Ints v(1500), c(1500);
-                EXPECT_EQ(law.call(h.get(), 1500, v.data()), RUK_OK);
-                EXPECT_EQ(law.call(copy, 1500, c.data()), RUK_OK);
-                EXPECT_EQ(c, v) << law.name;
-                return v;
-            }();
+            // (No lambda here: a structured binding cannot be captured in C++17.)
+            Ints ours(1500), copied(1500);
+            EXPECT_EQ(law.call(h.get(), 1500, ours.data()), RUK_OK);
+            EXPECT_EQ(law.call(copy, 1500, copied.data()), RUK_OK);
+            EXPECT_EQ(copied, ours) << law.name;
             rukDeleteStream(&copy);
             ASSERT_EQ(rukLoadStreamF(loaded.out(), path.c_str()), RUK_OK);
             std::remove(path.c_str());

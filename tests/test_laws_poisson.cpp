@@ -16,7 +16,6 @@
 
 #include "laws/poisson.h"
 #include "support/chi_square.h"
-#include "support/control_words.h"
 #include "support/law_draws.h"
 #include "support/scale.h"
 #include "tools/count_distance.h"
@@ -143,26 +142,6 @@ TEST(Poisson, GaussianMapsAreAppliedToTheStreamsNumbers) {
     ASSERT_EQ(ruksRngGaussian(1, twin.get(), n, z.data(), 0.0f, 1.0f), RUK_OK);
     for (int32_t i = 0; i < n; ++i)
         ASSERT_EQ(r[i], xeb::laws::poissonv_count(means[i], std::sqrt(means[i]), z[i])) << means[i] << " at " << i;
-}
-
-TEST(Poisson, CountsDoNotDependOnTheThreadsControlWords) {
-    for (const double mean : {0.3, 20.0, 150.0, 2e4}) {
-        const std::vector<double> means(2100, mean);
-        const auto draw_all = [&](std::vector<Ints>& r) {
-            r.assign(3, Ints(2100));
-            for (int32_t form = 0; form < 3; ++form) {
-                StreamHandle h;
-                new_stream(h, RUK_BRNG_MT19937, 41);
-                ASSERT_EQ(form < 2 ? rukiRngPoisson(form, h.get(), 2100, r[form].data(), mean)
-                                   : rukiRngPoissonV(0, h.get(), 2100, r[form].data(), means.data()),
-                          RUK_OK);
-            }
-        };
-        std::vector<Ints> usual, odd;
-        draw_all(usual);
-        xt::under_odd_control_words([&] { draw_all(odd); });
-        EXPECT_EQ(odd, usual) << mean;
-    }
 }
 
 TEST(Poisson, DrawsAndStatuses) {

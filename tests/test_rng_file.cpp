@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "rng/wh.h"
 #include "support/streams.h"
 #include "xebruk/xebruk.h"
 
@@ -226,7 +227,7 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
     auto stream_file = [&](int32_t id, uint32_t seed, auto edit) {
         StreamHandle h;
         EXPECT_EQ(rukNewStreamEx(h.out(), id, 1, &seed), RUK_OK);
-        uint32_t r[7];
+        uint32_t r[7 * 4];                     // elements of up to four words
         rukiRngUniformBits(0, h.get(), 7, r);  // mid-vector for the quasi generators
         Bytes b = saved(h.get(), p);
         edit(b);
@@ -257,6 +258,16 @@ TEST_F(StreamFile, StatesAndChunksDrawsCannotUseAreRefused) {
         {"SOBOL dimension 41", stream_file(RUK_BRNG_SOBOL, 3, [&](Bytes& b) { put_at<int32_t>(b, 24, 41); })},
         {"SOBOL dimension 0 with a counter", stream_file(RUK_BRNG_SOBOL, 0, [&](Bytes& b) { put_at<uint32_t>(b, 20, 9); })},
         {"Niederr direction word", stream_file(RUK_BRNG_NIEDERR, 300, [&](Bytes& b) { b[kNiederrDirections + 4 * 33 * 299] ^= 4; })},
+        {"MRG32K3A x1 = m1", stream_file(RUK_BRNG_MRG32K3A, 5, [&](Bytes& b) { put_at<uint32_t>(b, 20, 4294967087u); })},
+        {"MRG32K3A y all zero", stream_file(RUK_BRNG_MRG32K3A, 5, [&](Bytes& b) { std::fill(b.begin() + 32, b.end(), 0); })},
+        {"MCG59 x = 2^59", stream_file(RUK_BRNG_MCG59, 5, [&](Bytes& b) { put_at<uint64_t>(b, 20, uint64_t{1} << 59); })},
+        {"MCG59 x = 0", stream_file(RUK_BRNG_MCG59, 5, [&](Bytes& b) { put_at<uint64_t>(b, 20, 0); })},
+        {"MCG59 even multiplier", stream_file(RUK_BRNG_MCG59, 5, [&](Bytes& b) { b[28] ^= 1; })},
+        {"R250 first 250", stream_file(RUK_BRNG_R250, 5, [&](Bytes& b) { put_at<int32_t>(b, 1020, 250); })},
+        {"R250 second not 103 on", stream_file(RUK_BRNG_R250, 5, [&](Bytes& b) { put_at<int32_t>(b, 1024, 104); })},
+        // Set 272's own modulus (below set 0's) and a zero multiplier.
+        {"WH x4 = m4", stream_file(RUK_BRNG_WH + 272, 5, [&](Bytes& b) { put_at(b, 32, xeb::rng::kWhParameters[272].modulus[3]); })},
+        {"WH a1 = 0", stream_file(RUK_BRNG_WH + 272, 5, [&](Bytes& b) { put_at<uint32_t>(b, 36, 0); })},
         {"Gaussian double pair of 1 byte", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {}, 1)},
         {"Gaussian single pair of 16 bytes", with_chunk(RUK_CHUNK_GAUSSIAN_SINGLE_PAIR, {}, 16)},
         {"Gaussian pair outside [0, 1]", with_chunk(RUK_CHUNK_GAUSSIAN_DOUBLE_PAIR, {0.5, 1.5}, 16)},
@@ -299,22 +310,28 @@ TEST_F(StreamFile, StatesOfEveryGeneratorAndRebuiltSetUpsLoad) {
         uint32_t seed;
         int32_t leap;  // component or index for a leapfrog, -1 for none
     } cases[] = {{RUK_BRNG_MCG31M1, 3, 1},  {RUK_BRNG_MT19937, 3, -1}, {RUK_BRNG_SOBOL, 5, 2},
-                 {RUK_BRNG_SOBOL, 0, -1},   {RUK_BRNG_NIEDERR, 318, 100}, {RUK_BRNG_NIEDERR, 7, -1}};
+                 {RUK_BRNG_SOBOL, 0, -1},   {RUK_BRNG_NIEDERR, 318, 100}, {RUK_BRNG_NIEDERR, 7, -1},
+                 {RUK_BRNG_MRG32K3A, 3, -1}, {RUK_BRNG_MCG59, 3, 1},     {RUK_BRNG_R250, 3, -1},
+                 {RUK_BRNG_WH + 100, 3, 2}};
     for (const auto& c : cases) {
         StreamHandle h, back;
         ASSERT_EQ(rukNewStreamEx(h.out(), c.id, 1, &c.seed), RUK_OK);
         uint32_t r[700] = {}, s[700] = {};
+        RukBrngEntry row;
+        ASSERT_EQ(rukGetBrngProperties(c.id, &row), RUK_OK);
+        const int32_t elements = 700 * 4 / row.wordSize;
+        const bool quasi = c.id == RUK_BRNG_SOBOL || c.id == RUK_BRNG_NIEDERR;
         rukiRngUniformBits(0, h.get(), 13, r);
         if (c.leap >= 0) {
-            ASSERT_EQ(rukLeapfrogStream(h.get(), c.leap, c.id == RUK_BRNG_MCG31M1 ? 5 : 0x7FFFFFFF), RUK_OK);
+            ASSERT_EQ(rukLeapfrogStream(h.get(), c.leap, quasi ? 0x7FFFFFFF : 5), RUK_OK);
         }
-        if (c.id != RUK_BRNG_MT19937 && c.seed != 0) {
+        if (c.id != RUK_BRNG_MT19937 && c.id != RUK_BRNG_R250 && c.seed != 0) {
             ASSERT_EQ(rukSkipAheadStream(h.get(), 1001), RUK_OK);
         }
         saved(h.get(), p);
         ASSERT_EQ(rukLoadStreamF(back.out(), p.c_str()), RUK_OK) << c.id << " " << c.seed;
-        rukiRngUniformBits(0, h.get(), 700, r);
-        rukiRngUniformBits(0, back.get(), 700, s);
+        rukiRngUniformBits(0, h.get(), elements, r);
+        rukiRngUniformBits(0, back.get(), elements, s);
         EXPECT_EQ(0, std::memcmp(r, s, sizeof r)) << c.id;
     }
 

@@ -11,6 +11,10 @@ command -v pkg-config >/dev/null || need+=(pkg-config)
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)
 [ -f /usr/include/mpfr.h ] || need+=(libmpfr-dev)
+# GSL and Boost.Math: references of the law tests (Gamma's and Beta's
+# distribution functions).
+[ -f /usr/include/gsl/gsl_sf_gamma.h ] || need+=(libgsl-dev)
+[ -f /usr/include/boost/math/special_functions/beta.hpp ] || need+=(libboost-dev)
 # FFTW: peer of the signal benchmarks only; the library does not use it.
 [ -f /usr/include/fftw3.h ] || need+=(libfftw3-dev)
 if [ ${#need[@]} -gt 0 ]; then

@@ -9,8 +9,14 @@
 // each table) are kept as fixed, after checking that they are the same
 // polynomial as the fit to well inside the fit's own error.
 //
-// Usage: roots_tables --out <source dir>     writes vecmath/roots_tables.inc
-//        roots_tables --check <source dir>   exit 1 if the committed file differs
+// It also writes vecmath/roots_vector_tables.inc, the start of the cube
+// roots of the SIMD kernel classes: one polynomial in t = m - 3/2 for
+// m^(-1/3) on [1, 2), interpolating at the Chebyshev nodes, with its
+// measured relative error, and the powers 2^(-r/3) of the exponent's
+// remainder.
+//
+// Usage: roots_tables --out <source dir>     writes both files
+//        roots_tables --check <source dir>   exit 1 if a committed file differs
 #include <quadmath.h>
 
 #include <cmath>
@@ -35,6 +41,7 @@ struct Fixed {
     Row row;
 };
 
+quad square_root(quad m) { return sqrtq(m); }
 quad inv_sqrt(quad m) { return 1 / sqrtq(m); }
 quad cube_root(quad m) { return cbrtq(m); }
 quad inv_cube_root(quad m) { return 1 / cbrtq(m); }
@@ -137,7 +144,11 @@ void generate() {
     const Fixed inv_cbrt_float_fixed[] = {
         {0, {0.2182298285260913, -0.7697696942924318, 1.551539845558644}},
         {63, {0.04449934047960132, -0.3102784057038237, 1.2362599775376406}}};
+    const Fixed ssqrt_fixed[] = {
+        {0, {-0.12355107224720996, 0.747093681044062, 0.3764573985459165}},
+        {63, {-0.04445455448962813, 0.531370080498454, 0.5292916180079041}}};
     table("rootQuad", "m^(-1/2)", 128, inv_sqrt, root_fixed, 2);
+    table("ssqrtQuad", "m^(1/2)", 64, square_root, ssqrt_fixed, 2);
     table("cbrtQuad", "m^(-1/3)", 128, inv_cube_root, cbrt_fixed, 2);
     table("cbrtFloat", "m^(1/3)", 64, cube_root, cbrt_float_fixed, 2);
     table("invCbrtFloat", "m^(-1/3)", 64, inv_cube_root, inv_cbrt_float_fixed, 2);
@@ -159,11 +170,59 @@ void generate() {
     double_row("invCbrtRowsDenormal", static_cast<quad>(1e15), 2, 1, 0);
 }
 
+// Degree of the vector kernels' start; the relative error it leaves, d,
+// becomes 2 d^2 after their Newton step (see vecmath/simd/roots.cpp).
+constexpr int kStartDegree = 6;
+
+void vector_tables() {
+    constexpr int n = kStartDegree + 1;
+    const quad pi = 4 * atanq(1);
+    quad t[n], c[n];
+    for (int k = 0; k < n; ++k) {
+        t[k] = -cosq(pi * (2 * k + 1) / (2 * n)) / 2;  // nodes of [-1/2, 1/2]
+        c[k] = inv_cube_root(t[k] + static_cast<quad>(1.5));
+    }
+    // Newton's divided differences, then the monomial coefficients in t.
+    for (int j = 1; j < n; ++j)
+        for (int k = n - 1; k >= j; --k) c[k] = (c[k] - c[k - 1]) / (t[k] - t[k - j]);
+    quad p[n] = {};
+    for (int k = n - 1; k >= 0; --k) {  // p = p * (t - t[k]) + c[k]
+        for (int j = n - 1; j > 0; --j) p[j] = p[j - 1] - t[k] * p[j];
+        p[0] = c[k] - t[k] * p[0];
+    }
+    double rounded[n];
+    for (int k = 0; k < n; ++k) rounded[k] = static_cast<double>(p[k]);
+    quad worst = 0;
+    for (int k = 0; k <= 4096; ++k) {
+        const quad x = static_cast<quad>(k) / 4096 - static_cast<quad>(0.5);
+        quad v = 0;
+        for (int j = n - 1; j >= 0; --j) v = v * x + rounded[j];
+        const quad e = fabsq(v / inv_cube_root(x + static_cast<quad>(1.5)) - 1);
+        if (e > worst) worst = e;
+    }
+    std::fprintf(out, "\n// cbrtStart[k]: coefficient of t^k, t = m - 3/2, in a polynomial for m^(-1/3)\n"
+                      "// on [1, 2); largest relative error %.3g (2^%.1f).\n",
+                 static_cast<double>(worst), static_cast<double>(log2q(worst)));
+    std::fprintf(out, "const double cbrtStart[%d] = {", n);
+    for (int k = 0; k < n; ++k) std::fprintf(out, "%s%a", k ? ", " : "", rounded[k]);
+    std::fprintf(out, "};\n");
+    std::fprintf(out, "\n// 2^(-r/3) for the remainder r = 0, 1, 2 of the exponent divided by 3\n"
+                      "// (the rest 1, for a 16-entry lookup).\n");
+    std::fprintf(out, "const double cbrtThirds[16] = {1, %a, %a, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};\n",
+                 static_cast<double>(1 / cbrtq(2)), static_cast<double>(1 / cbrtq(4)));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    return write_or_check(argc, argv, "roots_tables", {{"vecmath/roots_tables.inc", [](FILE* f) {
-                                                           out = f;
-                                                           generate();
-                                                       }}});
+    return write_or_check(argc, argv, "roots_tables",
+                          {{"vecmath/roots_tables.inc",
+                            [](FILE* f) {
+                                out = f;
+                                generate();
+                            }},
+                           {"vecmath/roots_vector_tables.inc", [](FILE* f) {
+                                out = f;
+                                vector_tables();
+                            }}});
 }

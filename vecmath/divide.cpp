@@ -24,6 +24,7 @@
 
 #include "frame/bits.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
 #include "xebruk/vm_div.h"
 
 namespace xeb {
@@ -145,28 +146,37 @@ struct DivS : SingleFrame {
 };
 
 }  // namespace
+
+void baseline::dInv_HA(int n, const double* a, double* r) { frame::run<InvD>(n, frame::unary(a, r)); }
+void baseline::sInv_HA(int n, const float* a, float* r) { frame::run<InvS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
 using xeb::frame::binary;
 using xeb::frame::run;
 using xeb::frame::unary;
+using xeb::vm::active;
+
+void xeb::baseline::dDiv_HA(int n, const double* a, const double* b, double* r) {
+    run<xeb::DivD>(n, binary(a, b, r));
+}
+void xeb::baseline::sDiv_HA(int n, const float* a, const float* b, float* r) {
+    run<xeb::DivS>(n, binary(a, b, r));
+}
 
 extern "C" {
 
-void xebdInv_HA(int n, const double* a, double* r) { run<xeb::InvD>(n, unary(a, r)); }
-void xebdInv_50(int n, const double* a, double* r) { xebdInv_HA(n, a, r); }
-void xebsInv_HA(int n, const float* a, float* r) { run<xeb::InvS>(n, unary(a, r)); }
-void xebsInv_21(int n, const float* a, float* r) { xebsInv_HA(n, a, r); }
-void xebsInv_11(int n, const float* a, float* r) { xebsInv_HA(n, a, r); }
+// The reciprocals run the kernel class in use.
+void xebdInv_HA(int n, const double* a, double* r) { xeb::vm::active.dInv_HA(n, a, r); }
+void xebdInv_50(int n, const double* a, double* r) { xeb::vm::active.dInv_50(n, a, r); }
+void xebsInv_HA(int n, const float* a, float* r) { xeb::vm::active.sInv_HA(n, a, r); }
+void xebsInv_21(int n, const float* a, float* r) { xeb::vm::active.sInv_21(n, a, r); }
+void xebsInv_11(int n, const float* a, float* r) { xeb::vm::active.sInv_11(n, a, r); }
 
-void xebdDiv_HA(int n, const double* a, const double* b, double* r) {
-    run<xeb::DivD>(n, binary(a, b, r));
-}
-void xebdDiv_50(int n, const double* a, const double* b, double* r) { xebdDiv_HA(n, a, b, r); }
-void xebsDiv_HA(int n, const float* a, const float* b, float* r) {
-    run<xeb::DivS>(n, binary(a, b, r));
-}
-void xebsDiv_21(int n, const float* a, const float* b, float* r) { xebsDiv_HA(n, a, b, r); }
-void xebsDiv_11(int n, const float* a, const float* b, float* r) { xebsDiv_HA(n, a, b, r); }
+void xebdDiv_HA(int n, const double* a, const double* b, double* r) { active.dDiv_HA(n, a, b, r); }
+void xebdDiv_50(int n, const double* a, const double* b, double* r) { active.dDiv_50(n, a, b, r); }
+void xebsDiv_HA(int n, const float* a, const float* b, float* r) { active.sDiv_HA(n, a, b, r); }
+void xebsDiv_21(int n, const float* a, const float* b, float* r) { active.sDiv_21(n, a, b, r); }
+void xebsDiv_11(int n, const float* a, const float* b, float* r) { active.sDiv_11(n, a, b, r); }
 
 }  // extern "C"

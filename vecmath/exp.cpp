@@ -34,7 +34,9 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/explog_shared.h"
 #include "vecmath/explog_tables.h"
+#include "vecmath/kernel_table.h"
 #include "xebruk/vm_explog.h"
 
 namespace xeb {
@@ -225,7 +227,9 @@ struct ExpS : frame::KernelPolicy<float> {
         for (int j = 0; j < 4; ++j) w[j] = bits(x.a[i + j]);
         for (int j = 0; j < 4; ++j) r[j] = exp_single(float_from_bits(w[j]));
         for (int j = 0; j < 4; ++j) x.y[i + j] = r[j];
-        if (needs_fix(w[0]) | needs_fix(w[1]) | needs_fix(w[2]) | needs_fix(w[3]))
+        bool any = false;
+        for (int j = 0; j < 4; ++j) any |= needs_fix(w[j]);
+        if (any)
             for (int j = 0; j < 4; ++j)
                 if (needs_fix(w[j])) fix(x, i + j, w[j]);
         return true;
@@ -239,17 +243,26 @@ struct ExpS : frame::KernelPolicy<float> {
 };
 
 }  // namespace
+
+int explog::exp_band_code(double x) {
+    frame::ControlWords words(frame::kX87Wide, false);
+    return static_cast<int>(2 * ((split(x).k >> 4) & 31));
+}
+
+void baseline::dExp_HA(int n, const double* a, double* r) { frame::run<ExpD>(n, frame::unary(a, r)); }
+void baseline::sExp_HA(int n, const float* a, float* r) { frame::run<ExpS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdExp_HA(int n, const double* a, double* r) { run<xeb::ExpD>(n, unary(a, r)); }
-void xebdExp_50(int n, const double* a, double* r) { xebdExp_HA(n, a, r); }
-void xebsExp_HA(int n, const float* a, float* r) { run<xeb::ExpS>(n, unary(a, r)); }
-void xebsExp_21(int n, const float* a, float* r) { xebsExp_HA(n, a, r); }
-void xebsExp_11(int n, const float* a, float* r) { xebsExp_HA(n, a, r); }
+void xebdExp_HA(int n, const double* a, double* r) { active.dExp_HA(n, a, r); }
+void xebdExp_50(int n, const double* a, double* r) { active.dExp_50(n, a, r); }
+void xebsExp_HA(int n, const float* a, float* r) { active.sExp_HA(n, a, r); }
+void xebsExp_21(int n, const float* a, float* r) { active.sExp_21(n, a, r); }
+void xebsExp_11(int n, const float* a, float* r) { active.sExp_11(n, a, r); }
 
 }  // extern "C"

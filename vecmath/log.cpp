@@ -37,6 +37,7 @@
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "vecmath/explog_tables.h"
+#include "vecmath/kernel_table.h"
 #include "xebruk/vm_explog.h"
 
 namespace xeb {
@@ -172,12 +173,17 @@ struct LogS : frame::KernelPolicy<float> {
             [](float a) { return log_cubic<B>(a); });
     }
 
-    // Everything through fyl2x (at the 53 bits the frame set), not only the
-    // special values: a pair that leaves the fast path is done here whole.
+    // Table-domain arguments by the pair's cubic, so that a lone last
+    // element, or the partner of a special value, gets the bits it would get
+    // in a pair; the rest through fyl2x (at the 53 bits the frame set).
     // Out of line, so that the group loop stays small.
     __attribute__((noinline)) static void one(const Arrays<float>& x, int i) {
         const float a = x.a[i];
         const uint32_t w = bits(a);
+        if (single_table_domain(w)) {
+            x.y[i] = log_cubic<B>(a);
+            return;
+        }
         x.y[i] = static_cast<float>(fyl2x(B::L(), a));
         if (is_zero(a)) frame::raise<LogS>(XEB_STATUS_POLE, i, x);
         else if (w - 0x80000000u <= 0x7F800000u) frame::raise<LogS>(XEB_STATUS_DOMAINFAULT, i, x);
@@ -185,23 +191,29 @@ struct LogS : frame::KernelPolicy<float> {
 };
 
 }  // namespace
+
+void baseline::dLn_HA(int n, const double* a, double* r) { frame::run<LogD<Natural>>(n, frame::unary(a, r)); }
+void baseline::sLn_HA(int n, const float* a, float* r) { frame::run<LogS<Natural>>(n, frame::unary(a, r)); }
+void baseline::dLog10_HA(int n, const double* a, double* r) { frame::run<LogD<Decimal>>(n, frame::unary(a, r)); }
+void baseline::sLog10_HA(int n, const float* a, float* r) { frame::run<LogS<Decimal>>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdLn_HA(int n, const double* a, double* r) { run<xeb::LogD<xeb::Natural>>(n, unary(a, r)); }
-void xebdLn_50(int n, const double* a, double* r) { xebdLn_HA(n, a, r); }
-void xebsLn_HA(int n, const float* a, float* r) { run<xeb::LogS<xeb::Natural>>(n, unary(a, r)); }
-void xebsLn_21(int n, const float* a, float* r) { xebsLn_HA(n, a, r); }
-void xebsLn_11(int n, const float* a, float* r) { xebsLn_HA(n, a, r); }
+void xebdLn_HA(int n, const double* a, double* r) { active.dLn_HA(n, a, r); }
+void xebdLn_50(int n, const double* a, double* r) { active.dLn_50(n, a, r); }
+void xebsLn_HA(int n, const float* a, float* r) { active.sLn_HA(n, a, r); }
+void xebsLn_21(int n, const float* a, float* r) { active.sLn_21(n, a, r); }
+void xebsLn_11(int n, const float* a, float* r) { active.sLn_11(n, a, r); }
 
-void xebdLog10_HA(int n, const double* a, double* r) { run<xeb::LogD<xeb::Decimal>>(n, unary(a, r)); }
-void xebdLog10_50(int n, const double* a, double* r) { xebdLog10_HA(n, a, r); }
-void xebsLog10_HA(int n, const float* a, float* r) { run<xeb::LogS<xeb::Decimal>>(n, unary(a, r)); }
-void xebsLog10_21(int n, const float* a, float* r) { xebsLog10_HA(n, a, r); }
-void xebsLog10_11(int n, const float* a, float* r) { xebsLog10_HA(n, a, r); }
+void xebdLog10_HA(int n, const double* a, double* r) { active.dLog10_HA(n, a, r); }
+void xebdLog10_50(int n, const double* a, double* r) { active.dLog10_50(n, a, r); }
+void xebsLog10_HA(int n, const float* a, float* r) { active.sLog10_HA(n, a, r); }
+void xebsLog10_21(int n, const float* a, float* r) { active.sLog10_21(n, a, r); }
+void xebsLog10_11(int n, const float* a, float* r) { active.sLog10_11(n, a, r); }
 
 }  // extern "C"

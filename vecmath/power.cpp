@@ -13,18 +13,23 @@
 // with T = 0: no cancellation.  log2(1 + v/R0) - v is the degree-7
 // polynomial W (powLogTail; its measured error, relative to log2(1 + v/R0),
 // grows with |v| to 2^-64.5 at 2^-9.4, which is also its error relative to
-// log2 x next to x = 1, where T = 0).  L = L0 + Ls is
+// log2 x next to x = 1, where T = 0); its leading term W2 v^2, up to 2^-11
+// of log2 x, is formed as a pair, so that its rounding does not cost
+// 2^-64 of log2 x.  L = L0 + Ls is
 // carried as a pair; y * L = T + Z with T = yh * Lh exact (27-bit halves).
 // T is split as k/128 + f, |f| <= 2^-8, 2^f - 1 by the degree-5 E
 // (powExp2Tail, relative error 2^-60.4), 2^(i/128) as a pair.  The tables
 // and coefficient sets of every form are in pow_tables.inc with their errors.
-// Error budget: log pair 2^-70 relative, times |w| < 1075: 2^-60 absolute
-// in w, 2^-60.5 relative in the result; exp2 part 2^-60; the final sum
-// hi + (lo + hi * p) rounds once: 0.5 ulp, and the roundings of lo + hi * p
-// and inside p add up to 0.01 ulp.  Total below 0.52 ulp.  In the denormal
-// range the sum is kept as a pair and rounded once onto the denormal grid:
-// below 0.52 ulp of the denormal too.  The single HA forms round this
-// once more, to float: below 0.51 ulp of a float.
+// Error budget: the log pair, relative: W's fit 2^-64.5 (at |v| = 2^-9.4,
+// next to x = 1 where T = 0; it shrinks with |v| and with |T|), the
+// roundings 2^-70.  Times |w| < 1075: 2^-54.4 absolute in w, 2^-55 relative
+// in the result, up to 0.24 ulp (as much only where |w| nears the ends of
+// the range); exp2 part 2^-60; the final sum hi + (lo + hi * p) rounds
+// once: 0.5 ulp, and the roundings of lo + hi * p and inside p add up to
+// 0.01 ulp.  Total below 0.75 ulp (0.72 measured).  In the denormal range
+// the sum is kept as a pair and rounded once onto the denormal grid: the
+// same bound there.  The single HA forms round this once more, to float:
+// below 0.51 ulp of a float.
 //
 // Double 50.  64-bit significand throughout: log2 by the 256-row table
 // and the degree-6 Q series (or the x87's fyl2x for denormals and
@@ -44,12 +49,12 @@
 #include <cstdint>
 #include <cstring>
 
-#include <immintrin.h>
-
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "vecmath/explog_tables.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/power.h"
 #include "xebruk/vm_power.h"
 
@@ -149,62 +154,54 @@ inline double power_of_two(int e) { return double_from_bits(static_cast<uint64_t
 // The double HA arithmetic is written once over V, a double or a pair of
 // doubles in one SSE register (the two elements of a group); packed and
 // scalar SSE operations round alike, so both give the same bits.
-struct Pair {
-    __m128d v;
-};
-inline Pair operator+(Pair a, Pair b) { return {_mm_add_pd(a.v, b.v)}; }
-inline Pair operator-(Pair a, Pair b) { return {_mm_sub_pd(a.v, b.v)}; }
-inline Pair operator*(Pair a, Pair b) { return {_mm_mul_pd(a.v, b.v)}; }
+using Pair = simd::Vec<double, 2>;
 
-// A constant of the arithmetic, stored twice so that the pair form reads it
-// with one aligned load.
-struct alignas(16) C {
-    double v[2];
-    constexpr explicit C(double x) : v{x, x} {}
-};
-inline double operator+(const C& a, double b) { return a.v[0] + b; }
-inline double operator+(double a, const C& b) { return a + b.v[0]; }
-inline double operator-(double a, const C& b) { return a - b.v[0]; }
-inline double operator*(const C& a, double b) { return a.v[0] * b; }
-inline double operator*(double a, const C& b) { return a * b.v[0]; }
-inline Pair operator+(const C& a, Pair b) { return {_mm_add_pd(b.v, _mm_load_pd(a.v))}; }
-inline Pair operator+(Pair a, const C& b) { return {_mm_add_pd(a.v, _mm_load_pd(b.v))}; }
-inline Pair operator-(Pair a, const C& b) { return {_mm_sub_pd(a.v, _mm_load_pd(b.v))}; }
-inline Pair operator*(const C& a, Pair b) { return {_mm_mul_pd(b.v, _mm_load_pd(a.v))}; }
-inline Pair operator*(Pair a, const C& b) { return {_mm_mul_pd(a.v, _mm_load_pd(b.v))}; }
 inline Pair cut27(Pair a) {
-    return {_mm_and_pd(a.v, _mm_castsi128_pd(_mm_set1_epi64x(~((int64_t{1} << 27) - 1))))};
+    return simd::bitcast<double>(simd::bitcast<uint64_t>(a) & ~((uint64_t{1} << 27) - 1));
 }
 
 // Lane access: a double is one lane.
 inline double lane(double v, int) { return v; }
-inline double lane(Pair p, int i) { return i == 0 ? _mm_cvtsd_f64(p.v) : _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v)); }
+inline double lane(Pair p, int i) { return simd::lane(p, i); }
 template <class V>
 V from_lanes(const double* x);
 template <>
 inline double from_lanes<double>(const double* x) { return x[0]; }
-// Built from registers (a 16-byte load of two 8-byte stores would stall).
 template <>
-inline Pair from_lanes<Pair>(const double* x) { return {_mm_set_pd(x[1], x[0])}; }
+inline Pair from_lanes<Pair>(const double* x) { return simd::from_lanes<Pair>(x); }
 template <class V>
 constexpr int lanes = sizeof(V) / sizeof(double);
 
-constexpr C kR0{powRcpHi[0]};
-constexpr C kShift{kShift45};
+constexpr double kR0 = powRcpHi[0];
+constexpr double kShift = kShift45;
 // log2(1 + v/R0) - v (powLogTail)
-constexpr C W1{powLogTail[0]}, W2{powLogTail[1]}, W3{powLogTail[2]}, W4{powLogTail[3]}, W5{powLogTail[4]},
-    W6{powLogTail[5]}, W7{powLogTail[6]}, W2twice{2 * powLogTail[1]};
+constexpr double W1 = powLogTail[0], W2 = powLogTail[1], W3 = powLogTail[2], W4 = powLogTail[3],
+                 W5 = powLogTail[4], W6 = powLogTail[5], W7 = powLogTail[6], W2twice = 2 * powLogTail[1];
 // 2^f - 1 (powExp2Tail)
-constexpr C E1{powExp2Tail[0]}, E2{powExp2Tail[1]}, E3{powExp2Tail[2]}, E4{powExp2Tail[3]}, E5{powExp2Tail[4]};
+constexpr double E1 = powExp2Tail[0], E2 = powExp2Tail[1], E3 = powExp2Tail[2], E4 = powExp2Tail[3],
+                 E5 = powExp2Tail[4];
+
+// W2 split for an exact product with a 26-bit factor: 25 bits and the rest.
+constexpr double W2hi = -0x1.62e434p-2, W2lo = W2 - W2hi;
+static_assert(W2lo > -0x1p-27 && W2lo < 0x1p-27, "W2hi holds W2's leading bits");
 
 // log2(1 + (v + vl)/R0) - (v + vl) on |v| < 2^-9.4, vl < 2^-50 |v| the low
-// part of the argument (which enters through the derivative W1 + 2 W2 v).
-// Estrin's scheme: three levels instead of seven.
+// part of the argument (which enters through the derivative W1 + 2 W2 v),
+// as sq + rest: sq = W2 v^2 (near 2^-20 |log2 x| next to 1) as the pair
+// sq + sq_lo, good to 2^-75 of itself, the rest (below 2^-11 of sq) in one
+// double.  In a single double the rounding of the W2 v^2 term alone would
+// cost 2^-64 of log2 x, which a product y log2 x near 1000 turns into half
+// an ulp of the result.  Estrin's scheme for the rest.
 template <class V>
-inline V log_tail(V v, V vl) {
+inline void log_tail(V v, V vl, V& sq, V& sq_lo, V& rest) {
+    // v^2 = vh^2 + vl2 (v + vh), the first product exact (26-bit halves).
+    const V vh = cut27(v), vv = v - vh;
+    const V s_hi = vh * vh, s_lo = vv * (v + vh);
+    const V sh = cut27(s_hi), sl = s_hi - sh;  // s_hi has 52 bits: two 26-bit halves
+    sq = W2hi * sh;                             // exact: 25 bits times 26
+    sq_lo = W2hi * sl + (W2lo * s_hi + W2 * s_lo);
     const V v2 = v * v, v4 = v2 * v2;
-    const V p = ((W1 + W2 * v) + v2 * (W3 + W4 * v) + v4 * ((W5 + W6 * v) + v2 * W7)) * v;
-    return p + vl * (W1 + W2twice * v);
+    rest = (W1 + v2 * (W3 + W4 * v) + v4 * ((W5 + W6 * v) + v2 * W7)) * v + vl * (W1 + W2twice * v);
 }
 
 // 2^f - 1 on |f| <= 2^-8.
@@ -243,10 +240,16 @@ __attribute__((always_inline)) inline void y_log2(V x, V y, const int adjust[], 
     const V v = q + p2;
     const V qv = v - q;
     const V ul = (q - (v - qv)) + (p2 - qv);
-    l0 = v + g;
-    const V gv = l0 - v;
-    const V err = (v - (l0 - gv)) + (g - gv);  // two-sum of v and g
-    V ls = ((err + from_lanes<V>(lo_)) + ul) + log_tail(v, ul);
+    V sq, sq_lo, rest;
+    log_tail(v, ul, sq, sq_lo, rest);
+    // u + u_err = v + sq exactly (|sq| < 2^-10 |v|: a fast two-sum), then
+    // l0 + err = u + g exactly.
+    const V u = v + sq;
+    const V u_err = sq - (u - v);
+    l0 = u + g;
+    const V gu = l0 - u;
+    const V err = (u - (l0 - gu)) + (g - gu);  // two-sum of u and g
+    V ls = ((err + from_lanes<V>(lo_)) + ul) + ((u_err + sq_lo) + rest);
     // Renormalise L = l0 + ls so that |ls| <= ulp(l0) / 2.  Next to 1 the
     // rounding of u0 leaves up to half of log2 x in ul (x = 1 + 2^-52: v is
     // 2^-52, ul 0.44 * 2^-52), and an unnormalised pair would put that into
@@ -316,8 +319,8 @@ __attribute__((always_inline)) inline bool pow_pair(const double* x, const doubl
     const int adjust[2] = {0, 0};
     Pair l0, t, z;
     y_log2(from_lanes<Pair>(x), from_lanes<Pair>(y), adjust, l0, t, z);
-    const __m128d magnitude = _mm_andnot_pd(_mm_set1_pd(-0.0), t.v);
-    if (_mm_movemask_pd(_mm_cmplt_pd(magnitude, _mm_set1_pd(960.0))) != 3) return false;
+    const Pair magnitude = simd::bitcast<double>(simd::bitcast<uint64_t>(t) & 0x7FFFFFFFFFFFFFFFull);
+    if (simd::bits(simd::compare<simd::Cmp::Lt>(magnitude, 960.0)) != 3) return false;
     const Pair s = t + kShift;
     double hi_[2], lo_[2], scale_[2];
     for (int l = 0; l < 2; ++l) {
@@ -330,7 +333,7 @@ __attribute__((always_inline)) inline bool pow_pair(const double* x, const doubl
     const Pair hi = from_lanes<Pair>(hi_);
     const Pair tail = from_lanes<Pair>(lo_) + hi * exp2_tail(f);
     // (hi + tail) * 1 * 2^q, as pow_core computes it with sign 1.
-    _mm_storeu_pd(out, ((hi + tail) * from_lanes<Pair>(scale_)).v);
+    simd::store(out, (hi + tail) * from_lanes<Pair>(scale_));
     return true;
 }
 
@@ -527,6 +530,10 @@ constexpr char kPowxS[] = "_xebsPowx_HA";
 }  // namespace
 
 int powParity(double y) { return pow_parity(y); }
+PowSpecial powSpecialS(float x, float y) {
+    const Decision<float> d = pow_special(x, y);
+    return {d.decided, d.result, d.code, d.magnitude, d.sign};
+}
 
 }  // namespace xeb
 
@@ -542,30 +549,39 @@ void run_scalar(int n, const T* a, T b, T* r) {
 }
 }  // namespace
 
-extern "C" {
-
-void xebdPow_HA(int n, const double* a, const double* b, double* r) {
+void xeb::baseline::dPow_HA(int n, const double* a, const double* b, double* r) {
     run<xeb::PowKernel<xeb::DoubleHA, false, xeb::kPowD>>(n, binary(a, b, r));
 }
-void xebdPow_50(int n, const double* a, const double* b, double* r) {
+void xeb::baseline::dPow_50(int n, const double* a, const double* b, double* r) {
     run<xeb::PowKernel<xeb::Double50, false, xeb::kPow50>>(n, binary(a, b, r));
 }
-void xebsPow_HA(int n, const float* a, const float* b, float* r) {
+void xeb::baseline::sPow_HA(int n, const float* a, const float* b, float* r) {
     run<xeb::PowKernel<xeb::SingleHA, false, xeb::kPowS>>(n, binary(a, b, r));
 }
-void xebsPow_21(int n, const float* a, const float* b, float* r) {
+void xeb::baseline::sPow_21(int n, const float* a, const float* b, float* r) {
     run<xeb::PowKernel<xeb::Single21, false, xeb::kPow21>>(n, binary(a, b, r));
 }
-void xebsPow_11(int n, const float* a, const float* b, float* r) { xebsPow_21(n, a, b, r); }
-
-void xebdPowx_HA(int n, const double* a, double b, double* r) {
+void xeb::baseline::dPowx_HA(int n, const double* a, double b, double* r) {
     run_scalar<xeb::PowKernel<xeb::DoubleHA, true, xeb::kPowxD>>(n, a, b, r);
 }
-void xebdPowx_50(int n, const double* a, double b, double* r) { xebdPowx_HA(n, a, b, r); }
-void xebsPowx_HA(int n, const float* a, float b, float* r) {
+void xeb::baseline::sPowx_HA(int n, const float* a, float b, float* r) {
     run_scalar<xeb::PowKernel<xeb::SingleHA, true, xeb::kPowxS>>(n, a, b, r);
 }
-void xebsPowx_21(int n, const float* a, float b, float* r) { xebsPowx_HA(n, a, b, r); }
-void xebsPowx_11(int n, const float* a, float b, float* r) { xebsPowx_HA(n, a, b, r); }
+
+using xeb::vm::active;
+
+extern "C" {
+
+void xebdPow_HA(int n, const double* a, const double* b, double* r) { active.dPow_HA(n, a, b, r); }
+void xebdPow_50(int n, const double* a, const double* b, double* r) { active.dPow_50(n, a, b, r); }
+void xebsPow_HA(int n, const float* a, const float* b, float* r) { active.sPow_HA(n, a, b, r); }
+void xebsPow_21(int n, const float* a, const float* b, float* r) { active.sPow_21(n, a, b, r); }
+void xebsPow_11(int n, const float* a, const float* b, float* r) { active.sPow_11(n, a, b, r); }
+
+void xebdPowx_HA(int n, const double* a, double b, double* r) { active.dPowx_HA(n, a, b, r); }
+void xebdPowx_50(int n, const double* a, double b, double* r) { active.dPowx_50(n, a, b, r); }
+void xebsPowx_HA(int n, const float* a, float b, float* r) { active.sPowx_HA(n, a, b, r); }
+void xebsPowx_21(int n, const float* a, float b, float* r) { active.sPowx_21(n, a, b, r); }
+void xebsPowx_11(int n, const float* a, float b, float* r) { active.sPowx_11(n, a, b, r); }
 
 }  // extern "C"

@@ -48,26 +48,20 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
+#include "vecmath/roots_core.h"
 #include "xebruk/vm_roots.h"
 
 namespace xeb {
 namespace {
 
-struct BandQuadratic {
-    double a, b, c;  // (a*m + b)*m + c
-};
-#include "vecmath/roots_tables.inc"
-
+using namespace roots;
 using frame::Arrays;
 
-constexpr uint64_t kSignificand = 0x000FFFFFFFFFFFFFull;
-constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
 constexpr uint64_t kRootDefaultNaN = 0x7FF8A5A55A5A5A5Aull;  // recognisable on purpose
 constexpr uint32_t kSingleDefaultNaN = 0xFFC00000u;
-constexpr long double kSqrt2Double = 0x1.6a09e667f3bcdp+0;  // sqrt 2 rounded to double
 constexpr long double kFourThirds = 0xa.aaaaaaaaaaaaaabp-3L;
 constexpr long double kMinusThird = -0xa.aaaaaaaaaaaaaabp-5L;
-constexpr long double kThreeEighths = 0.375L;
 constexpr long double kTwoNinths = 0xe.38e38e38e38e38ep-6L;
 constexpr long double kThirdPowers[3] = {kTwoToTwoThirds, kTwoToOneThird, 1.0L};
 
@@ -77,24 +71,9 @@ constexpr long double kSqrtDenormalOut = 0x1p-498L, kInvSqrtDenormalOut = 0x1p49
 constexpr long double kCbrtDenormalOut = 0x1p-332L, kInvCbrtDenormalOut = 0x1p332L;
 
 inline double cut27(double v) { return double_from_bits(bits(v) & ~((uint64_t{1} << 27) - 1)); }
-inline double significand(double x) { return double_from_bits((bits(x) & kSignificand) | kOneBits); }
-inline double from_high_word(uint32_t h) { return double_from_bits(static_cast<uint64_t>(h) << 32); }
 inline bool is_nan(double x) { return (bits(x) << 1) > (0x7FF0000000000000ull << 1); }
 inline bool is_nan(float x) { return (bits(x) << 1) > (0x7F800000u << 1); }
 inline double quiet(double x) { return double_from_bits(bits(x) | 0x0008000000000000ull); }
-
-// x^(-1/2) for x positive, normal and finite.
-inline long double inv_sqrt_core(double x) {
-    const uint32_t h = high_word(x);
-    const BandQuadratic& q = rootQuad[(h >> 13) & 0x7F];
-    const long double m = significand(x);
-    const long double s = from_high_word(0x5FE00000u - ((h >> 1) & 0x7FF00000u));
-    const long double p = (h & 0x00100000u) ? 1.0L : kSqrt2Double;
-    const long double y0 = ((q.a * m + q.b) * m + q.c) * s * p;
-    const long double t = -0.5L * x * y0 * y0;  // -(1 - d)/2 with d = 1 - x*y0^2
-    const long double d = 2 * t + 1;             // exact: 2t is near -1
-    return y0 * ((1.5L + t) + kThreeEighths * d * d);
-}
 
 // |x|^(-1/3) for |x| normal (or infinite / NaN, passed on), with the sign of
 // x when Signed.
@@ -219,7 +198,6 @@ struct InvSqrtD : DoubleRoot<InvSqrtD> {
 
 struct CbrtD : DoubleRoot<CbrtD> {
     static constexpr bool clean_mxcsr = true;  // its arithmetic is in SSE doubles
-    static constexpr const char* name = "_xebdCbrt_HA";
     static bool fast(uint32_t h) { return (h & 0x7FFFFFFFu) - 0x00100000u < 0x7FE00000u; }
     static double core(double v) { return cbrt_core(v); }
     static void special(const Arrays<double>& x, int i) {
@@ -435,8 +413,6 @@ struct SingleCubeRoot : frame::KernelPolicy<float> {
 };
 
 struct CbrtS : SingleCubeRoot<CbrtS> {
-    static constexpr frame::Trampoline trampoline = frame::Trampoline::X87;
-    static constexpr const char* name = "_xebsCbrt_HA";
     static constexpr const double* rows = cbrtRows;
     static constexpr const double* denormal_rows = cbrtRowsDenormal;
     static constexpr double denormal_in = 1e39;
@@ -468,35 +444,45 @@ struct InvCbrtS : SingleCubeRoot<InvCbrtS> {
 };
 
 }  // namespace
+
+void baseline::dSqrt_HA(int n, const double* a, double* r) { frame::run<SqrtD>(n, frame::unary(a, r)); }
+void baseline::sSqrt_HA(int n, const float* a, float* r) { frame::run<SqrtS>(n, frame::unary(a, r)); }
+void baseline::dInvSqrt_HA(int n, const double* a, double* r) { frame::run<InvSqrtD>(n, frame::unary(a, r)); }
+void baseline::sInvSqrt_HA(int n, const float* a, float* r) { frame::run<InvSqrtS>(n, frame::unary(a, r)); }
+void baseline::dCbrt_HA(int n, const double* a, double* r) { frame::run<CbrtD>(n, frame::unary(a, r)); }
+void baseline::sCbrt_HA(int n, const float* a, float* r) { frame::run<CbrtS>(n, frame::unary(a, r)); }
+void baseline::dInvCbrt_HA(int n, const double* a, double* r) { frame::run<InvCbrtD>(n, frame::unary(a, r)); }
+void baseline::sInvCbrt_HA(int n, const float* a, float* r) { frame::run<InvCbrtS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdSqrt_HA(int n, const double* a, double* r) { run<xeb::SqrtD>(n, unary(a, r)); }
-void xebdSqrt_50(int n, const double* a, double* r) { xebdSqrt_HA(n, a, r); }
-void xebsSqrt_HA(int n, const float* a, float* r) { run<xeb::SqrtS>(n, unary(a, r)); }
-void xebsSqrt_21(int n, const float* a, float* r) { xebsSqrt_HA(n, a, r); }
-void xebsSqrt_11(int n, const float* a, float* r) { xebsSqrt_HA(n, a, r); }
+void xebdSqrt_HA(int n, const double* a, double* r) { active.dSqrt_HA(n, a, r); }
+void xebdSqrt_50(int n, const double* a, double* r) { active.dSqrt_50(n, a, r); }
+void xebsSqrt_HA(int n, const float* a, float* r) { active.sSqrt_HA(n, a, r); }
+void xebsSqrt_21(int n, const float* a, float* r) { active.sSqrt_21(n, a, r); }
+void xebsSqrt_11(int n, const float* a, float* r) { active.sSqrt_11(n, a, r); }
 
-void xebdInvSqrt_HA(int n, const double* a, double* r) { run<xeb::InvSqrtD>(n, unary(a, r)); }
-void xebdInvSqrt_50(int n, const double* a, double* r) { xebdInvSqrt_HA(n, a, r); }
-void xebsInvSqrt_HA(int n, const float* a, float* r) { run<xeb::InvSqrtS>(n, unary(a, r)); }
-void xebsInvSqrt_21(int n, const float* a, float* r) { xebsInvSqrt_HA(n, a, r); }
-void xebsInvSqrt_11(int n, const float* a, float* r) { xebsInvSqrt_HA(n, a, r); }
+void xebdInvSqrt_HA(int n, const double* a, double* r) { active.dInvSqrt_HA(n, a, r); }
+void xebdInvSqrt_50(int n, const double* a, double* r) { active.dInvSqrt_50(n, a, r); }
+void xebsInvSqrt_HA(int n, const float* a, float* r) { active.sInvSqrt_HA(n, a, r); }
+void xebsInvSqrt_21(int n, const float* a, float* r) { active.sInvSqrt_21(n, a, r); }
+void xebsInvSqrt_11(int n, const float* a, float* r) { active.sInvSqrt_11(n, a, r); }
 
-void xebdCbrt_HA(int n, const double* a, double* r) { run<xeb::CbrtD>(n, unary(a, r)); }
-void xebdCbrt_50(int n, const double* a, double* r) { xebdCbrt_HA(n, a, r); }
-void xebsCbrt_HA(int n, const float* a, float* r) { run<xeb::CbrtS>(n, unary(a, r)); }
-void xebsCbrt_21(int n, const float* a, float* r) { xebsCbrt_HA(n, a, r); }
-void xebsCbrt_11(int n, const float* a, float* r) { xebsCbrt_HA(n, a, r); }
+void xebdCbrt_HA(int n, const double* a, double* r) { active.dCbrt_HA(n, a, r); }
+void xebdCbrt_50(int n, const double* a, double* r) { active.dCbrt_50(n, a, r); }
+void xebsCbrt_HA(int n, const float* a, float* r) { active.sCbrt_HA(n, a, r); }
+void xebsCbrt_21(int n, const float* a, float* r) { active.sCbrt_21(n, a, r); }
+void xebsCbrt_11(int n, const float* a, float* r) { active.sCbrt_11(n, a, r); }
 
-void xebdInvCbrt_HA(int n, const double* a, double* r) { run<xeb::InvCbrtD>(n, unary(a, r)); }
-void xebdInvCbrt_50(int n, const double* a, double* r) { xebdInvCbrt_HA(n, a, r); }
-void xebsInvCbrt_HA(int n, const float* a, float* r) { run<xeb::InvCbrtS>(n, unary(a, r)); }
-void xebsInvCbrt_21(int n, const float* a, float* r) { xebsInvCbrt_HA(n, a, r); }
-void xebsInvCbrt_11(int n, const float* a, float* r) { xebsInvCbrt_HA(n, a, r); }
+void xebdInvCbrt_HA(int n, const double* a, double* r) { active.dInvCbrt_HA(n, a, r); }
+void xebdInvCbrt_50(int n, const double* a, double* r) { active.dInvCbrt_50(n, a, r); }
+void xebsInvCbrt_HA(int n, const float* a, float* r) { active.sInvCbrt_HA(n, a, r); }
+void xebsInvCbrt_21(int n, const float* a, float* r) { active.sInvCbrt_21(n, a, r); }
+void xebsInvCbrt_11(int n, const float* a, float* r) { active.sInvCbrt_11(n, a, r); }
 
 }  // extern "C"

@@ -28,14 +28,13 @@
 //   fits: below 1 ulp.
 //  single _21: reduction in 64 bits, rounded to float; float polynomial
 //   (about 4 float roundings): below 4 ulp.
-#include <immintrin.h>
-
 #include <cmath>
 #include <cstring>
 
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "frame/simd.h"
 #include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
@@ -96,7 +95,7 @@ inline double nearest_double(double v, uint32_t& m) {
 }
 
 inline float nearest_float(float v, int32_t& m) {
-    m = _mm_cvtss_si32(_mm_set_ss(v));  // rounds to nearest: MXCSR is clean
+    m = simd::nearest_int(simd::Vec<float, 1>{v}).v;  // rounds to nearest: MXCSR is clean
     return static_cast<float>(m);
 }
 
@@ -141,7 +140,9 @@ struct Trig : K {
     }
     static bool group_path(const Arrays<typename K::T>& x, int i) {
         const auto* a = x.a + i;
-        if (K::beyond(a[0]) | K::beyond(a[1]) | K::beyond(a[2]) | K::beyond(a[3]))
+        bool beyond = false;
+        for (int j = 0; j < 4; ++j) beyond |= K::beyond(a[j]);
+        if (beyond)
             fall_back(x, i, 4);
         else
             K::template fast<4>(x, i);
@@ -261,7 +262,6 @@ inline void place_quadrant(F sin_t, F cos_t, uint32_t m, F& y, F& z) {
 
 // m = round(x / (pi/2)), t = x - m pi/2 in [-pi/4, pi/4], finer bands.
 struct SinCosD : DoubleTrig {
-    static constexpr const char* name = "dSinCos_HA";
     static void scalar(const Arrays<double>& x, int i) { xebdSinCos_SC_HA(i, x.a, x.y, x.z, nullptr); }
     template <int N>
     static void fast(const Arrays<double>& x, int i) {
@@ -364,7 +364,6 @@ struct SinCosFrameS : SingleTrig<kBound1M, X87> {
 };
 
 struct SinCosS : SinCosFrameS<frame::kX87Narrow> {
-    static constexpr const char* name = "sSinCos_HA";
     static void scalar(const Arrays<float>& x, int i) { xebsSinCos_SC_HA(i, x.a, x.y, x.z, nullptr); }
     template <int N>
     static void fast(const Arrays<float>& x, int i) {
@@ -380,7 +379,6 @@ struct SinCosS : SinCosFrameS<frame::kX87Narrow> {
 };
 
 struct TanS : SingleTrig<kBound128k, frame::kX87Narrow> {
-    static constexpr const char* name = "sTan_HA";
     static void scalar(const Arrays<float>& x, int i) { xebsTan_SC_HA(i, x.a, x.y, nullptr); }
     template <int N>
     static void fast(const Arrays<float>& x, int i) {
@@ -436,7 +434,6 @@ struct SinCosine21 : SingleTrig<Cosine ? kBound10048 : kBound1M, frame::kX87Wide
 };
 
 struct SinCos21 : SinCosFrameS<frame::kX87Wide> {
-    static constexpr const char* name = "sSinCos_LA";
     static void scalar(const Arrays<float>& x, int i) { xebsSinCos_SC_LA(i, x.a, x.y, x.z, nullptr); }
     template <int N>
     static void fast(const Arrays<float>& x, int i) {
@@ -454,7 +451,6 @@ struct SinCos21 : SinCosFrameS<frame::kX87Wide> {
 
 // Zeros go to the scalar form too: the polynomial would lose their sign.
 struct Tan21 : SingleTrig<kBound500k, frame::kX87Wide> {
-    static constexpr const char* name = "sTan_LA";
     static bool beyond(float x) { return abs_bits(x) > kBound500k || abs_bits(x) == 0; }
     static void scalar(const Arrays<float>& x, int i) { xebsTan_SC_LA(i, x.a, x.y, nullptr); }
     template <int N>

@@ -15,8 +15,9 @@ XEBRUK_EXTERN_C_BEGIN
 #define XEB_FPU_MASK        0x00F0u
 #define XEB_REPORT_MASK     0xFF00u
 
-#define XEB_ACC_LA          0x0001u
-#define XEB_ACC_HA          0x0002u
+#define XEB_ACC_LA          0x0001u  /* entries of vm.h: _50 double, _21 single */
+#define XEB_ACC_HA          0x0002u  /* _HA; also any value other than 1 and 3 */
+#define XEB_ACC_EP          0x0003u  /* _50 double, _11 single */
 
 #define XEB_FPU_NARROW      0x0010u  /* force control words; x87 at 53 bits with LA/HA */
 #define XEB_FPU_WIDE        0x0020u  /* force control words; x87 at 64 bits */
@@ -66,6 +67,20 @@ typedef struct XebThreadState {
 } XebThreadState;
 
 XEBRUK_API uint32_t dll_cpu_version(void);
+
+/* Kernel classes: the instruction sets the vector kernels are built for.
+ * When the library loads it takes the widest class the processor and the
+ * operating system support, or the narrower one the environment variable
+ * XEBRUK_KERNEL_CLASS names (baseline, avx2 or avx512; a class the
+ * processor lacks, or any other text, leaves the widest, with one line on
+ * stderr).  Every exported vector kernel, and every law that calls one,
+ * runs the class in use; xebGetKernelClass returns it.  Results of the
+ * AVX2 and AVX-512 classes are identical; the baseline may differ from
+ * them within each kernel's accuracy bound. */
+#define XEB_KERNEL_BASELINE 0  /* x87 and SSE2 */
+#define XEB_KERNEL_AVX2     1  /* AVX2 and FMA */
+#define XEB_KERNEL_AVX512   2  /* AVX-512 F, DQ and VL (with AVX2 and FMA) */
+XEBRUK_API int32_t xebGetKernelClass(void);
 
 XEBRUK_API uint32_t xebSetMode(uint32_t mode);
 XEBRUK_API uint32_t xebGetMode(void);

@@ -21,6 +21,46 @@ XEBRUK_API int32_t ruksBRngMCG31M1(RukStream *stream, int32_t n, float *r, float
 XEBRUK_API int32_t rukdBRngMCG31M1(RukStream *stream, int32_t n, double *r, double a, double b);
 XEBRUK_API int32_t rukiBRngMCG31M1(RukStream *stream, int32_t n, uint32_t *r);
 
+/* R250: the lagged generator x[n] = x[n-250] ^ x[n-147] on a ring of 250
+ * words.  250 or more seed words are the ring itself; fewer seed it from
+ * their first word (none: from 1) by powers of 69069, with 32 words made
+ * independent in their top bits.  No leapfrog, no skip-ahead. */
+XEBRUK_API int32_t rukBRngR250InitStream(int32_t method, RukStream *stream, int32_t n,
+                                         const uint32_t *params);
+XEBRUK_API int32_t ruksBRngR250(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngR250(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngR250(RukStream *stream, int32_t n, uint32_t *r);
+
+/* MRG32K3A: L'Ecuyer's combined multiple recursive generator of two
+ * components of order 3, moduli 2^32 - 209 and 2^32 - 22853.  Up to six seed
+ * words (x1, x2, x3, y1, y2, y3; missing ones are 1).  The integer kernel
+ * writes z in 1 .. 2^32 - 209.  Skip-ahead by matrix powers; no leapfrog. */
+XEBRUK_API int32_t rukBRngMRG32K3AInitStream(int32_t method, RukStream *stream, int32_t n,
+                                             const uint32_t *params);
+XEBRUK_API int32_t ruksBRngMRG32K3A(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngMRG32K3A(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngMRG32K3A(RukStream *stream, int32_t n, uint32_t *r);
+
+/* MCG59: x <- 13^13 x mod 2^59.  Seed words: the low and the high half of x
+ * (x = 0 becomes 1).  The integer kernel writes 64-bit elements (n of them).
+ * Leapfrog and skip-ahead. */
+XEBRUK_API int32_t rukBRngMCG59InitStream(int32_t method, RukStream *stream, int32_t n,
+                                          const uint32_t *params);
+XEBRUK_API int32_t ruksBRngMCG59(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngMCG59(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngMCG59(RukStream *stream, int32_t n, uint64_t *r);
+
+/* WH: the four-component Wichmann-Hill generator, with 273 parameter sets
+ * (ids RUK_BRNG_WH + 0 .. 272, or 4 .. 276 in the older table).  Up to four
+ * seed words, one per component (missing ones are 1; n below 0 reads four).
+ * The integer kernel writes four 32-bit words, the four components, per
+ * element.  Leapfrog and skip-ahead. */
+XEBRUK_API int32_t rukBRngWHInitStream(int32_t method, RukStream *stream, int32_t n,
+                                       const uint32_t *params);
+XEBRUK_API int32_t ruksBRngWH(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngWH(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngWH(RukStream *stream, int32_t n, uint32_t *r);
+
 /* MT19937: the Mersenne Twister of period 2^19937 - 1, seeded from an array
  * of n key words (n <= 0: the key {1}).  No leapfrog, no skip-ahead.  The
  * kernels use r as their working buffer; a count of zero or below writes

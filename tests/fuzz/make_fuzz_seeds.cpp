@@ -33,7 +33,7 @@ bool write_stream_seed(const std::string& dir, const Generator& g, Chunks chunks
     double d[8];
     float f[8];
     int32_t k[8];
-    uint32_t w[8];
+    uint32_t w[5 * 4];               // elements of up to four words
     rukiRngUniformBits(0, s, 5, w);  // mid-vector for the quasi generators
     if (chunks == Chunks::GaussianPairs || chunks == Chunks::Inversion) {
         rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s, 3, d, 0.0, 1.0);
@@ -104,7 +104,12 @@ int main(int argc, char** argv) {
                                     {"mt19937", RUK_BRNG_MT19937, 7},
                                     {"mt2203", RUK_BRNG_MT2203 + 700, 7},
                                     {"sobol", RUK_BRNG_SOBOL, 3},
-                                    {"niederr", RUK_BRNG_NIEDERR, 5}};
+                                    {"niederr", RUK_BRNG_NIEDERR, 5},
+                                    {"mrg32k3a", RUK_BRNG_MRG32K3A, 7},
+                                    {"mcg59", RUK_BRNG_MCG59, 7},
+                                    {"r250", RUK_BRNG_R250, 7},
+                                    {"wh", RUK_BRNG_WH + 100, 7},
+                                    {"wh_old_id", 104, 7}};
     const std::pair<Chunks, const char*> variants[] = {
         {Chunks::None, "plain"}, {Chunks::GaussianPairs, "pairs"}, {Chunks::Btpe, "btpe"},
         {Chunks::Inversion, "inversion_pairs"}, {Chunks::GammaPoisson, "gamma_poisson"}};

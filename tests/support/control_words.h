@@ -19,7 +19,9 @@ void under_odd_control_words(F f) {
     xeb::fpu::set_mxcsr(saved | 0xE000);
     f();
     EXPECT_EQ(xeb::fpu::x87_control(), 0x0E7F);
-    EXPECT_EQ(xeb::fpu::mxcsr(), saved | 0xE000);
+    // The control bits come back; exception flags the call raised may stay
+    // (the SIMD classes keep them, as the x87 kernels keep theirs).
+    EXPECT_EQ(xeb::fpu::mxcsr() & ~0x3Fu, (saved | 0xE000) & ~0x3Fu);
     xeb::fpu::set_x87_control(0x037F);
     xeb::fpu::set_mxcsr(saved);
 }

@@ -16,6 +16,7 @@ struct Measurement {
     double worst_a = 0;
     double worst_b = 0;
     std::size_t count = 0;
+    uint64_t results_hash = 0;  // of every result's bits, in order
 };
 
 // Measures a row that does not forward over `count_per_range` arguments

@@ -1,0 +1,204 @@
+// SLEEF over arrays: whole registers, then the tail through a padded copy.
+#include "sleef_loops.h"
+
+#if XEBRUK_HAVE_SLEEF
+#include <immintrin.h>
+#include <sleef.h>
+
+#include <cstring>
+
+namespace xbench {
+namespace {
+
+template <class T, class R, int W, auto F>
+void over_array(int n, const T* a, T* r) {
+    int i = 0;
+    for (; i + W <= n; i += W) {
+        R v;
+        std::memcpy(&v, a + i, sizeof v);
+        v = F(v);
+        std::memcpy(r + i, &v, sizeof v);
+    }
+    if (i == n) return;
+    T in[W] = {}, out[W];
+    std::memcpy(in, a + i, sizeof(T) * (n - i));
+    R v;
+    std::memcpy(&v, in, sizeof v);
+    v = F(v);
+    std::memcpy(out, &v, sizeof v);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+
+template <class T, class R, int W, auto F>
+void over_arrays(int n, const T* a, const T* b, T* r) {
+    int i = 0;
+    for (; i + W <= n; i += W) {
+        R u, v;
+        std::memcpy(&u, a + i, sizeof u);
+        std::memcpy(&v, b + i, sizeof v);
+        u = F(u, v);
+        std::memcpy(r + i, &u, sizeof u);
+    }
+    if (i == n) return;
+    T x[W] = {}, y[W] = {}, out[W];
+    std::memcpy(x, a + i, sizeof(T) * (n - i));
+    std::memcpy(y, b + i, sizeof(T) * (n - i));
+    R u, v;
+    std::memcpy(&u, x, sizeof u);
+    std::memcpy(&v, y, sizeof v);
+    u = F(u, v);
+    std::memcpy(out, &u, sizeof u);
+    std::memcpy(r + i, out, sizeof(T) * (n - i));
+}
+
+template <class R>
+R divide(R a, R b) {
+    return a / b;
+}
+
+bool avx512() { return __builtin_cpu_supports("avx512f"); }
+bool avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
+
+SleefFamily exp_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_expd8_u10avx512f>, nullptr,
+                &over_array<float, __m512, 16, Sleef_expf16_u10avx512f>, nullptr};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_expd4_u10avx2>, nullptr,
+                &over_array<float, __m256, 8, Sleef_expf8_u10avx2>, nullptr};
+    return {};
+}
+
+SleefFamily ln_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_logd8_u10avx512f>,
+                &over_array<double, __m512d, 8, Sleef_logd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_logf16_u10avx512f>,
+                &over_array<float, __m512, 16, Sleef_logf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_logd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_logd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_logf8_u10avx2>, &over_array<float, __m256, 8, Sleef_logf8_u35avx2>};
+    return {};
+}
+
+SleefFamily log10_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_log10d8_u10avx512f>, nullptr,
+                &over_array<float, __m512, 16, Sleef_log10f16_u10avx512f>, nullptr};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_log10d4_u10avx2>, nullptr,
+                &over_array<float, __m256, 8, Sleef_log10f8_u10avx2>, nullptr};
+    return {};
+}
+
+SleefFamily sqrt_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_sqrtd8_u05avx512f>,
+                &over_array<double, __m512d, 8, Sleef_sqrtd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_sqrtf16_u05avx512f>,
+                &over_array<float, __m512, 16, Sleef_sqrtf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_sqrtd4_u05avx2>, &over_array<double, __m256d, 4, Sleef_sqrtd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_sqrtf8_u05avx2>, &over_array<float, __m256, 8, Sleef_sqrtf8_u35avx2>};
+    return {};
+}
+
+SleefFamily cbrt_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_cbrtd8_u10avx512f>,
+                &over_array<double, __m512d, 8, Sleef_cbrtd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_cbrtf16_u10avx512f>,
+                &over_array<float, __m512, 16, Sleef_cbrtf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_cbrtd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_cbrtd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_cbrtf8_u10avx2>, &over_array<float, __m256, 8, Sleef_cbrtf8_u35avx2>};
+    return {};
+}
+
+// The native operations, one register at a time.
+__m512d inv_d8(__m512d x) { return _mm512_div_pd(_mm512_set1_pd(1), x); }
+__m512 inv_f16(__m512 x) { return _mm512_div_ps(_mm512_set1_ps(1), x); }
+__m256d inv_d4(__m256d x) { return _mm256_div_pd(_mm256_set1_pd(1), x); }
+__m256 inv_f8(__m256 x) { return _mm256_div_ps(_mm256_set1_ps(1), x); }
+// (maskz: gcc 12 warns on the plain AVX-512 square roots)
+__m512d sqrt_d8(__m512d x) { return _mm512_maskz_sqrt_pd(0xFF, x); }
+__m512 sqrt_f16(__m512 x) { return _mm512_maskz_sqrt_ps(0xFFFF, x); }
+__m512d inv_sqrt_d8(__m512d x) { return inv_d8(sqrt_d8(x)); }
+__m512 inv_sqrt_f16(__m512 x) { return inv_f16(sqrt_f16(x)); }
+__m256d inv_sqrt_d4(__m256d x) { return inv_d4(_mm256_sqrt_pd(x)); }
+__m256 inv_sqrt_f8(__m256 x) { return inv_f8(_mm256_sqrt_ps(x)); }
+
+SleefBinary pow_family(bool wide) {
+    if (wide && avx512())
+        return {&over_arrays<double, __m512d, 8, Sleef_powd8_u10avx512f>,
+                &over_arrays<float, __m512, 16, Sleef_powf16_u10avx512f>};
+    if (avx2())
+        return {&over_arrays<double, __m256d, 4, Sleef_powd4_u10avx2>, &over_arrays<float, __m256, 8, Sleef_powf8_u10avx2>};
+    return {};
+}
+
+SleefBinary divide_family(bool wide) {
+    if (wide && avx512())
+        return {&over_arrays<double, __m512d, 8, divide<__m512d>>, &over_arrays<float, __m512, 16, divide<__m512>>};
+    if (avx2())
+        return {&over_arrays<double, __m256d, 4, divide<__m256d>>, &over_arrays<float, __m256, 8, divide<__m256>>};
+    return {};
+}
+
+// SLEEF has erf in u10 and erfc in u15 only: both in the u10 place.
+SleefFamily erf_family(bool wide, bool complement) {
+    if (wide && avx512())
+        return complement ? SleefFamily{&over_array<double, __m512d, 8, Sleef_erfcd8_u15avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erfcf16_u15avx512f>, nullptr}
+                          : SleefFamily{&over_array<double, __m512d, 8, Sleef_erfd8_u10avx512f>, nullptr,
+                                        &over_array<float, __m512, 16, Sleef_erff16_u10avx512f>, nullptr};
+    if (avx2())
+        return complement ? SleefFamily{&over_array<double, __m256d, 4, Sleef_erfcd4_u15avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erfcf8_u15avx2>, nullptr}
+                          : SleefFamily{&over_array<double, __m256d, 4, Sleef_erfd4_u10avx2>, nullptr,
+                                        &over_array<float, __m256, 8, Sleef_erff8_u10avx2>, nullptr};
+    return {};
+}
+
+}  // namespace
+
+SleefBinary sleef_binary(const std::string& family, bool wide) {
+    if (family == "Pow" || family == "Powx") return pow_family(wide);
+    if (family == "Div") return divide_family(wide);
+    return {};
+}
+
+SleefFamily sleef_family(const std::string& family, bool wide) {
+    if (family == "Exp") return exp_family(wide);
+    if (family == "Ln") return ln_family(wide);
+    if (family == "Log10") return log10_family(wide);
+    if (family == "Sqrt") return sqrt_family(wide);
+    if (family == "Cbrt") return cbrt_family(wide);
+    if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
+    return {};
+}
+
+NativeLoops native_loops(const std::string& family, bool wide) {
+    const bool w = wide && avx512();
+    if (!w && !avx2()) return {};
+    if (family == "Inv")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, inv_d8>, &over_array<float, __m512, 16, inv_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, inv_d4>, &over_array<float, __m256, 8, inv_f8>};
+    if (family == "Sqrt")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, sqrt_d8>, &over_array<float, __m512, 16, sqrt_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, _mm256_sqrt_pd>, &over_array<float, __m256, 8, _mm256_sqrt_ps>};
+    if (family == "InvSqrt")
+        return w ? NativeLoops{&over_array<double, __m512d, 8, inv_sqrt_d8>, &over_array<float, __m512, 16, inv_sqrt_f16>}
+                 : NativeLoops{&over_array<double, __m256d, 4, inv_sqrt_d4>, &over_array<float, __m256, 8, inv_sqrt_f8>};
+    return {};
+}
+
+}  // namespace xbench
+
+#else
+
+xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
+xbench::NativeLoops xbench::native_loops(const std::string&, bool) { return {}; }
+xbench::SleefBinary xbench::sleef_binary(const std::string&, bool) { return {}; }
+
+#endif

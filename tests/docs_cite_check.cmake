@@ -1,0 +1,30 @@
+# Every test that docs/behaviour.md names in backticks exists in this build:
+# Suite.Name, or Prefix/Suite.Name for instantiated suites, where * stands
+# for any part and a name may continue with /<parameter> or <types>; the
+# suites run once per kernel class carry the class as a suffix (.avx2).
+# Run as: cmake -DCTEST=<ctest> -DBUILD=<build dir> -DDOC=<file> -P docs_cite_check.cmake
+execute_process(COMMAND ${CTEST} --test-dir ${BUILD} -N OUTPUT_VARIABLE listing RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+  message(FATAL_ERROR "ctest -N failed")
+endif()
+string(REGEX MATCHALL "Test +#[0-9]+: [^\n ]+" lines "${listing}")
+set(names "")
+foreach(line IN LISTS lines)
+  string(REGEX REPLACE "Test +#[0-9]+: " "" name "${line}")
+  string(APPEND names "\n${name}\n")
+endforeach()
+file(READ ${DOC} doc)
+string(REGEX MATCHALL "`[A-Z][A-Za-z0-9_]*(/[A-Za-z0-9_*]+)?\\.[A-Za-z0-9_*]+(/[A-Za-z0-9_]+)?`" cited "${doc}")
+list(REMOVE_DUPLICATES cited)
+set(missing "")
+foreach(c IN LISTS cited)
+  string(REPLACE "`" "" c "${c}")
+  string(REPLACE "." "\\." re "${c}")
+  string(REPLACE "*" "[^\n]*" re "${re}")
+  if(NOT names MATCHES "\n${re}(\\.(baseline|avx2|avx512))?[/<\n]")
+    list(APPEND missing "${c}")
+  endif()
+endforeach()
+if(missing)
+  message(FATAL_ERROR "${DOC} names tests that do not exist: ${missing}")
+endif()

@@ -1,0 +1,92 @@
+// The tables of the kernel classes, filled when the library loads.
+#include "vecmath/kernel_table.h"
+
+namespace xeb {
+
+namespace vm {
+namespace {
+
+constexpr KernelTable baseline_table() {
+    KernelTable t{};
+    t.dExp_HA = t.dExp_50 = baseline::dExp_HA;
+    t.sExp_HA = t.sExp_21 = t.sExp_11 = baseline::sExp_HA;
+    t.dLn_HA = t.dLn_50 = baseline::dLn_HA;
+    t.sLn_HA = t.sLn_21 = t.sLn_11 = baseline::sLn_HA;
+    t.dLog10_HA = t.dLog10_50 = baseline::dLog10_HA;
+    t.sLog10_HA = t.sLog10_21 = t.sLog10_11 = baseline::sLog10_HA;
+    t.dInv_HA = t.dInv_50 = baseline::dInv_HA;
+    t.sInv_HA = t.sInv_21 = t.sInv_11 = baseline::sInv_HA;
+    t.dSqrt_HA = t.dSqrt_50 = baseline::dSqrt_HA;
+    t.sSqrt_HA = t.sSqrt_21 = t.sSqrt_11 = baseline::sSqrt_HA;
+    t.dInvSqrt_HA = t.dInvSqrt_50 = baseline::dInvSqrt_HA;
+    t.sInvSqrt_HA = t.sInvSqrt_21 = t.sInvSqrt_11 = baseline::sInvSqrt_HA;
+    t.dCbrt_HA = t.dCbrt_50 = baseline::dCbrt_HA;
+    t.sCbrt_HA = t.sCbrt_21 = t.sCbrt_11 = baseline::sCbrt_HA;
+    t.dInvCbrt_HA = t.dInvCbrt_50 = baseline::dInvCbrt_HA;
+    t.sInvCbrt_HA = t.sInvCbrt_21 = t.sInvCbrt_11 = baseline::sInvCbrt_HA;
+    t.dDiv_HA = t.dDiv_50 = baseline::dDiv_HA;
+    t.sDiv_HA = t.sDiv_21 = t.sDiv_11 = baseline::sDiv_HA;
+    t.dPow_HA = baseline::dPow_HA;
+    t.dPow_50 = baseline::dPow_50;
+    t.sPow_HA = baseline::sPow_HA;
+    t.sPow_21 = t.sPow_11 = baseline::sPow_21;
+    t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
+    t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
+    return t;
+}
+
+}  // namespace
+}  // namespace vm
+
+// Each class's code fills the entries it has (vecmath/simd/kernels.cpp,
+// compiled once per class); the rest stay the baseline's.
+namespace avx2 {
+void fill_kernel_table(vm::KernelTable& t);
+}
+namespace avx512 {
+void fill_kernel_table(vm::KernelTable& t);
+}
+
+namespace vm {
+namespace {
+
+// Constant-initialised (kBaseline is a constant expression), so nothing
+// runs after the load-time choice below to undo it, and a call made before
+// it (from another load-time constructor) runs the baseline.
+constexpr KernelTable kBaseline = baseline_table();
+KernelTable tables[frame::kKernelClasses] = {kBaseline, kBaseline, kBaseline};
+
+void fill_tables() {
+    const frame::KernelClass best = frame::machine_class();
+    if (best >= frame::KernelClass::Avx2) avx2::fill_kernel_table(tables[1]);
+    if (best >= frame::KernelClass::Avx512) avx512::fill_kernel_table(tables[2]);
+}
+
+}  // namespace
+
+KernelTable active = kBaseline;
+
+const KernelTable* class_table(frame::KernelClass c) {
+    if (c > frame::machine_class()) return nullptr;
+    return &tables[static_cast<int>(c)];
+}
+
+bool use_class(frame::KernelClass c) {
+    const KernelTable* t = class_table(c);
+    if (t == nullptr) return false;
+    active = *t;
+    frame::set_kernel_class(c);
+    return true;
+}
+
+namespace {
+// Before the library's other load-time work and any constructor of a
+// program linking it statically.
+__attribute__((constructor(101))) void choose_at_load() {
+    fill_tables();
+    active = tables[static_cast<int>(frame::kernel_class())];
+}
+}  // namespace
+
+}  // namespace vm
+}  // namespace xeb

@@ -1,0 +1,78 @@
+// The vector kernels of each kernel class, one table of entry points per
+// class, and the table in use: every exported kernel name of a family with
+// class code calls through it, so that callers (the laws included) follow
+// the class chosen at load.
+//
+// A family adds its entries here (the fields, the baseline's functions and
+// the line of baseline_table), its class code in vecmath/simd/<family>.cpp
+// (see the recipe in frame/class_frame.h), and its exported names as one-line calls
+// through `active`.
+#pragma once
+
+#include "frame/kernel_class.h"
+
+namespace xeb::vm {
+
+template <class T>
+using Unary = void (*)(int, const T*, T*);
+template <class T>
+using Binary = void (*)(int, const T*, const T*, T*);
+template <class T>
+using WithScalar = void (*)(int, const T*, T, T*);
+
+struct KernelTable {
+    // Exponential and logarithms.
+    Unary<double> dExp_HA, dExp_50, dLn_HA, dLn_50, dLog10_HA, dLog10_50;
+    Unary<float> sExp_HA, sExp_21, sExp_11, sLn_HA, sLn_21, sLn_11, sLog10_HA, sLog10_21, sLog10_11;
+    // Reciprocal, square and cube roots and their reciprocals.
+    Unary<double> dInv_HA, dInv_50, dSqrt_HA, dSqrt_50, dInvSqrt_HA, dInvSqrt_50, dCbrt_HA, dCbrt_50, dInvCbrt_HA,
+        dInvCbrt_50;
+    Unary<float> sInv_HA, sInv_21, sInv_11, sSqrt_HA, sSqrt_21, sSqrt_11, sInvSqrt_HA, sInvSqrt_21, sInvSqrt_11,
+        sCbrt_HA, sCbrt_21, sCbrt_11, sInvCbrt_HA, sInvCbrt_21, sInvCbrt_11;
+    // Division and power.
+    Binary<double> dDiv_HA, dDiv_50, dPow_HA, dPow_50;
+    Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
+    WithScalar<double> dPowx_HA, dPowx_50;
+    WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
+};
+
+// The table of the class in use.
+extern KernelTable active;
+
+// The table of class c, or null when this machine does not run it.
+const KernelTable* class_table(frame::KernelClass c);
+
+// Puts class c in use (white-box tests: one process measures every class).
+// False, and nothing changed, when this machine does not run it.
+bool use_class(frame::KernelClass c);
+
+}  // namespace xeb::vm
+
+// The baseline class's kernels (x87 and SSE2), one function per entry;
+// lower forms without code of their own are their _HA form.
+namespace xeb::baseline {
+void dExp_HA(int n, const double* a, double* r);
+void sExp_HA(int n, const float* a, float* r);
+void dLn_HA(int n, const double* a, double* r);
+void sLn_HA(int n, const float* a, float* r);
+void dLog10_HA(int n, const double* a, double* r);
+void sLog10_HA(int n, const float* a, float* r);
+void dInv_HA(int n, const double* a, double* r);
+void sInv_HA(int n, const float* a, float* r);
+void dSqrt_HA(int n, const double* a, double* r);
+void sSqrt_HA(int n, const float* a, float* r);
+void dInvSqrt_HA(int n, const double* a, double* r);
+void sInvSqrt_HA(int n, const float* a, float* r);
+void dCbrt_HA(int n, const double* a, double* r);
+void sCbrt_HA(int n, const float* a, float* r);
+void dInvCbrt_HA(int n, const double* a, double* r);
+void sInvCbrt_HA(int n, const float* a, float* r);
+void dDiv_HA(int n, const double* a, const double* b, double* r);
+void sDiv_HA(int n, const float* a, const float* b, float* r);
+void dPow_HA(int n, const double* a, const double* b, double* r);
+void dPow_50(int n, const double* a, const double* b, double* r);
+void sPow_HA(int n, const float* a, const float* b, float* r);
+void sPow_21(int n, const float* a, const float* b, float* r);
+void dPowx_HA(int n, const double* a, double b, double* r);
+void sPowx_HA(int n, const float* a, float b, float* r);
+}  // namespace xeb::baseline

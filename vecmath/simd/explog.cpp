@@ -1,0 +1,334 @@
+// Exponential and logarithms of the SIMD kernel classes, written once over
+// the vector type and compiled once per class (see frame/class_frame.h for
+// the frame and the recipe).  Tables and
+// coefficients: vecmath/explog_vector_tables.inc.  Every operation is IEEE
+// with fused multiply-adds written out, so the AVX2 and AVX-512 classes
+// give the same bits; the one-element routines run the same templates on
+// one lane.
+//
+// Double exponential.  k = round(16 x / ln 2) (x 16/ln 2 + 1.5 2^52, whose
+// low bits are k), r = x - k ln2/16 (the first product exact, as
+// expLn2HiN has 38 bits, and x - k expLn2HiN exact, being below 2^-5 with
+// no bits under x's; the second rounded), 2^(k/16) = 2^(k >> 4) H_i
+// (1 + tail_i), i = k mod 16, e^r = 1 + r + r^2 q(r):
+//   e^x ~ s + s tmp,  s = 2^(k >> 4) H_i,  tmp = tail_i + r + r^2 q(r).
+// Error budget, in ulps of the result: r's rounding 2^-53 |r| with
+// |r| < 2^-5.5: 0.02; q's fit 2^-64 absolute: 0.001; tail_i's own
+// rounding 2^-107: nothing; the roundings of r + tail and of tmp (both
+// below 2^-5.4): 0.03; the final fused s + s tmp: 0.5.  Bound 0.56.
+// Results near the ends (|x| from 708.39) go one at a time through the
+// same arithmetic with the scale shifted by 2^1009 or 2^-1022; a denormal
+// result is rounded once onto its grid (1 + y rounded, then 1 taken away).
+//
+// Single exponential, in floats: the same with 12-bit expLn2HiNF, q of
+// degree 2 (fit 2^-36 absolute), float tables: below 0.53 ulp (r's
+// rounding 2^-24 |r|: 0.01; tmp's roundings: 0.02; the fit: 0.001; the
+// final fused step 0.5).  Bound 0.56.  |x| from 87 (results near the
+// float range's ends) goes one at a time: the same terms, the scale
+// applied in doubles, one rounding to float.
+//
+// Logarithms.  x = 2^k z with z in [0.703125, 1.40625), row j of 16 by the
+// top bits of z's offset pattern, c_j with 1/c_j = logInvC[j] and log c_j
+// = logLogC[j] (within 2^-68; c = 1 in the row around 1):
+//   log x = k ln 2 + log c + log1p(r),  r = z/c - 1, |r| <= 2^-5.
+// Double: r is formed exactly as rh + rl (z/c = z invc split by one fused
+// product; its distance from 1 exact), k ln2hi + log c + rh as hi + lo by
+// exact two-sums, log1p(r) - r = r^2 g(r) + rl (1 - r) (fit 2^-66.4
+// absolute, 2^-61 of the result); Log10 multiplies the pair by log10(e)
+// as a pair.  Error budget: lo's roundings and the fit: below 0.01 ulp of
+// the result; Log10's products 2^-104; the final sum 0.5.  Bound 0.52.
+// Single: the same in doubles from the widened float (denormals
+// included), r rounded once and g of degree 4 (2^-37 of the result):
+// below 2^-45 relative before the one rounding to float.  Bound 0.51.
+#include <cstdint>
+
+#include "vecmath/kernel_table.h"
+#include "vecmath/simd/explog_core.h"
+
+namespace xeb {
+inline namespace XEB_ISA {
+namespace {
+
+struct ExpD : ExpVector<double> {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = "_xebdExp_HA";
+    static constexpr double filler = 0.0;
+
+    // e^x for x from the fast limit to the ends, from the same terms.
+    static double near_ends(double x) {
+        const ExpTerms<double, 1> t = exp_terms(D<1>{x});
+        const U<1> scale = scale_bits<double>(t.k);
+        if (x > 0) {
+            const D<1> s = bitcast<double>(scale - (uint64_t{1009} << 52));
+            return fma(s, t.tmp, s).v * 0x1p1009;
+        }
+        const D<1> s = bitcast<double>(scale + (uint64_t{1022} << 52));
+        double y = fma(s, t.tmp, s).v;
+        if (y < 1.0) {
+            // The result is below 2^-1022: rounded once, on the grid of
+            // 1 + y, which the scaling by 2^-1022 turns into the denormal grid.
+            const double lo = fma(s, t.tmp, s - y).v;  // s + s tmp - y
+            const double hi = 1.0 + y;
+            y = (hi + (((1.0 - hi) + y) + lo)) - 1.0;
+        }
+        return y * 0x1p-1022;
+    }
+
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t b = bits(a), magnitude = b & kAbs;
+        const bool finite = magnitude < kInfBits, nan = magnitude > kInfBits;
+        if (static_cast<int64_t>(b) >= kOverflowBits) {  // +infinity and positive NaNs too
+            x.y[i] = nan ? a + a : __builtin_inf();
+            if (finite) class_frame::raise(XEB_STATUS_TOOLARGE, i, x, name);
+            return;
+        }
+        if (magnitude >= kUnderflowBits) {  // negative here, -infinity and negative NaNs too
+            x.y[i] = nan ? a + a : 0.0;
+            if (finite) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+            return;
+        }
+        x.y[i] = near_ends(a);
+        const bool band = magnitude >= kBandBits && !(b >> 63 == 0 && (b >> 32) == kBandExemptHigh);
+        if (band) class_frame::raise(ex::exp_band_code(a), i, x, name);
+    }
+};
+
+// ---------------------------------------------------------------- single exponential
+
+constexpr uint32_t kLargeF = 0x42B17218;         // 88.72283935546875: the events' bound
+constexpr uint32_t kUnderflowF = 0x42CFF1B4;     // below -103.97207641601562: +0, event 4
+constexpr uint32_t kInfF = 0x7F800000;
+
+struct ExpS : ExpVector<float> {
+    using V = F<kNative<float>>;
+    static constexpr const char* name = "_xebsExp_HA";
+    static constexpr float filler = 0.0f;
+
+    // e^x from the same terms, H_i (1 + tmp) 2^(k >> 4) in doubles and
+    // rounded once to float (denormal, or near the top of the range).
+    static float near_ends(float x) {
+        const ExpTerms<float, 1> t = exp_terms(F<1>{x});
+        const uint32_t i = t.k.v & 15;
+        const double h = float_of(ex::expScaleBitsF[i] + (i << 19));
+        const int e = static_cast<int32_t>(t.k.v - bits(ExpData<float>::kShift)) >> 4;  // k >> 4
+        const double scale = double_of(static_cast<uint64_t>(e + 1023) << 52);
+        return static_cast<float>((h + h * static_cast<double>(t.tmp.v)) * scale);
+    }
+
+    static void one(float a, int i, const Arrays<float>& x) {
+        const uint32_t w = bits(a), magnitude = w & kAbsF;
+        if (magnitude > kInfF) x.y[i] = a + a;  // NaN
+        else if (magnitude < kLargeF) x.y[i] = near_ends(a);
+        else if (w == kInfF) x.y[i] = __builtin_inff();
+        else if (w == (kInfF | 0x80000000u)) x.y[i] = 0.0f;
+        else if (w >> 31 == 0) {
+            x.y[i] = __builtin_inff();
+            class_frame::raise(XEB_STATUS_TOOLARGE, i, x, name);
+        } else if (magnitude > kUnderflowF) {
+            x.y[i] = 0.0f;
+            class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+        } else {
+            x.y[i] = near_ends(a);  // -103.97 to -88.72: a denormal or zero, no event
+        }
+    }
+};
+
+// Natural and decimal, the difference of the two logarithms' kernels.
+struct Natural {
+    static constexpr const char* double_name = "_xebdLn_HA";
+    static constexpr const char* single_name = "_xebsLn_HA";
+    static constexpr const char* double_name_low = "_xebdLn_50";
+    static constexpr const char* single_name_low = "_xebsLn_21";
+    template <int N>
+    XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
+        return hi + lo;
+    }
+    template <class V>
+    XEB_INLINE static V scale(V y) {
+        return y;
+    }
+};
+
+// The _HA forms, or the lower ones (_50, _21 and _11) with their own code.
+enum class Form { HA, Low };
+
+// Double _50: the same decomposition with r rounded once, g of degree 7
+// and one plain sum.  Error budget: r's rounding, up to 0.25 ulp of the
+// result in the rows next to 1; the fit 2^-50.6 times r, 0.25 ulp; three
+// roundings of the sum, 1.5 ulp; Log10's product 0.5 ulp: bound 3 ulp.
+template <int N>
+XEB_INLINE D<N> ln_quick(D<N> x, double adjust) {
+    const LogParts<N> p = log_parts(x, adjust);
+    const D<N> r = fma(p.z, lookup<16>(ex::logInvC, p.row), -1.0);
+    const D<N> r2 = r * r, r4 = r2 * r2;
+    const double* c = ex::lnPoly50;
+    const D<N> g = fma(r4, fma(r2, fma(r, c[7], c[6]), fma(r, c[5], c[4])),
+                       fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0])));
+    return fma(p.kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, p.row)) + fma(r2, g, r);
+}
+
+// Single _21 (and _11, the same entry): floats throughout, on the float
+// forms' rows.  Error budget, in float ulps: r's rounding and log c's, up
+// to 0.5 each in the rows next to 1; the fit, 2^-19.4 times r: 0.75; three
+// roundings of the sum, 1.5; Log10's product 0.5: bound 4 ulp.
+template <int N>
+XEB_INLINE F<N> ln_float(F<N> x, float adjust) {
+    const W<N> w = bitcast<uint32_t>(x);
+    const W<N> offset = w - kLogOffsetF;
+    const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
+    const W<N> row = offset >> 19;
+    const F<N> kf = convert<float>(bitcast<int32_t>(offset) >> 23) - adjust;
+    const F<N> r = fma(z, lookup<16>(ex::logInvCF, row), -1.0f);
+    const float* c = ex::lnPolyF;
+    const F<N> g = fma(r, fma(r, c[2], c[1]), c[0]);
+    return fma(kf, ex::logLn2F, lookup<16>(ex::logLogCF, row) + fma(r * r, g, r));
+}
+
+struct Decimal {
+    static constexpr const char* double_name = "_xebdLog10_HA";
+    static constexpr const char* single_name = "_xebsLog10_HA";
+    static constexpr const char* double_name_low = "_xebdLog10_50";
+    static constexpr const char* single_name_low = "_xebsLog10_21";
+    // (hi + lo) log10(e) with log10(e) as a pair: hi times its head split
+    // exactly by a fused product, the rest added to the low part.
+    template <int N>
+    XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
+        const D<N> p = hi * ex::log10eHi;
+        const D<N> pl = fms(hi, D<N>{} + ex::log10eHi, p);
+        return p + fma(hi, ex::log10eLo, fma(lo, ex::log10eHi, pl));
+    }
+    template <int N>
+    XEB_INLINE static D<N> scale(D<N> y) {
+        return y * ex::log10eHi;
+    }
+    template <int N>
+    XEB_INLINE static F<N> scale(F<N> y) {
+        return y * ex::log10eF;
+    }
+};
+
+template <class B, Form Fm>
+struct LogD {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = Fm == Form::HA ? B::double_name : B::double_name_low;
+    static constexpr double filler = 1.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint64_t>(x) - kNormalBits, kNormalSpan);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x, double adjust = 0) {
+        if constexpr (Fm == Form::Low) {
+            return B::scale(ln_quick(x, adjust));
+        } else {
+            D<N> hi, lo;
+            ln_pair(x, adjust, hi, lo);
+            return B::from_pair(hi, lo);
+        }
+    }
+
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t b = bits(a), magnitude = b & kAbs;
+        if (magnitude == 0) {
+            x.y[i] = -__builtin_inf();
+            class_frame::raise(XEB_STATUS_POLE, i, x, name);
+        } else if (b >> 63 != 0 && (b >> 32) <= 0xFFF00000u) {
+            // Negative, -infinity included, judged on the high word: a NaN
+            // of high word 0xFFF00000 counts too.
+            x.y[i] = magnitude > kInfBits ? a + a : double_of(kDefaultNaN);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else if (magnitude >= kInfBits) {
+            x.y[i] = a + a;  // +infinity, NaNs
+        } else if (magnitude < kNormalBits) {
+            x.y[i] = compute(D<1>{a * 0x1p52}, 52).v;  // denormal
+        } else {
+            x.y[i] = compute(D<1>{a}).v;
+        }
+    }
+};
+
+// Single: the arithmetic in doubles, from z, k and the row; a positive
+// normal float is taken apart in its own lanes (halves of the work of
+// doing it in doubles), a denormal in doubles.
+template <int N>
+XEB_INLINE D<N> ln_single(D<N> z, D<N> kd, U<N> row) {
+    const D<N> r = fma(z, lookup<16>(ex::logInvC, row), -1.0);
+    const D<N> r2 = r * r;
+    const double* c = ex::lnPolyS;
+    const D<N> g = fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0]));
+    return fma(kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, row)) + fma(r2, g, r);
+}
+
+
+template <class B, Form Fm>
+struct LogS {
+    using V = F<kNative<float>>;  // a whole register of floats (_HA: two of doubles)
+    static constexpr const char* name = Fm == Form::HA ? B::single_name : B::single_name_low;
+    static constexpr float filler = 1.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {  // not positive, normal and finite
+        return compare<Cmp::Ge>(bitcast<uint32_t>(x) - kNormalF, kInfF - kNormalF);
+    }
+
+    template <int P, int N>
+    XEB_INLINE static D<N / 2> half_log(F<N> z, Vec<int32_t, N> k, W<N> row) {
+        return B::scale(ln_single(convert<double>(half<P>(z)), convert<double>(half<P>(k)),
+                                  convert<uint64_t>(half<P>(row))));
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) {
+        if constexpr (Fm == Form::Low) return B::scale(ln_float(x, 0.0f));
+        // The same rows as the double kernel's: the float pattern offset
+        // by 0.703125's, its top four significand bits.
+        const W<N> w = bitcast<uint32_t>(x);
+        const W<N> offset = w - kLogOffsetF;
+        const Vec<int32_t, N> k = bitcast<int32_t>(offset) >> 23;
+        const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
+        const W<N> row = offset >> 19;
+        return join(convert<float>(half_log<0>(z, k, row)), convert<float>(half_log<1>(z, k, row)));
+    }
+
+    // A denormal: scaled up by 2^23 (_21), or its double, which is normal.
+    static float denormal(float a) {
+        if constexpr (Fm == Form::Low) return B::scale(ln_float(F<1>{a * 0x1p23f}, 23.0f)).v;
+        const LogParts<1> p = log_parts(D<1>{a}, 0);
+        return convert<float>(B::scale(ln_single(p.z, p.kd, p.row))).v;
+    }
+
+    static void one(float a, int i, const Arrays<float>& x) {
+        const uint32_t w = bits(a), magnitude = w & kAbsF;
+        if (magnitude == 0) {
+            x.y[i] = -__builtin_inff();
+            class_frame::raise(XEB_STATUS_POLE, i, x, name);
+        } else if (w - 0x80000000u <= kInfF) {  // negative, not a NaN
+            x.y[i] = float_of(kDefaultNaNF);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else if (magnitude < kNormalF) {
+            x.y[i] = denormal(a);
+        } else {
+            x.y[i] = a + a;  // +infinity, NaNs
+        }
+    }
+};
+
+}  // namespace
+
+#undef XEB_INLINE
+
+void explog_entries(vm::KernelTable& t) {
+    t.dExp_HA = t.dExp_50 = class_frame::unary<ExpD>;
+    t.sExp_HA = t.sExp_21 = t.sExp_11 = class_frame::unary<ExpS>;
+    t.dLn_HA = class_frame::unary<LogD<Natural, Form::HA>>;
+    t.dLn_50 = class_frame::unary<LogD<Natural, Form::Low>>;
+    t.sLn_HA = class_frame::unary<LogS<Natural, Form::HA>>;
+    t.sLn_21 = t.sLn_11 = class_frame::unary<LogS<Natural, Form::Low>>;
+    t.dLog10_HA = class_frame::unary<LogD<Decimal, Form::HA>>;
+    t.dLog10_50 = class_frame::unary<LogD<Decimal, Form::Low>>;
+    t.sLog10_HA = class_frame::unary<LogS<Decimal, Form::HA>>;
+    t.sLog10_21 = t.sLog10_11 = class_frame::unary<LogS<Decimal, Form::Low>>;
+}
+
+}  // namespace XEB_ISA
+}  // namespace xeb
