@@ -35,7 +35,9 @@ constexpr RukBrngEntry kNiederr =
 constexpr RukBrngEntry kMt19937 =
     generator_row({2520, 625, 1, 4, 32}, rukBRngMT19937InitStream, ruksBRngMT19937,
                   rukdBRngMT19937, ikernel_entry<uint32_t, rukiBRngMT19937>);
-constexpr RukBrngEntry kMt2203 = unbuilt_row({312, 70, 1, 4, 32});
+constexpr RukBrngEntry kMt2203 =
+    generator_row({312, 70, 1, 4, 32}, rukBRngMT2203InitStream, ruksBRngMT2203, rukdBRngMT2203,
+                  ikernel_entry<uint32_t, rukiBRngMT2203>);
 // The abstract rows: one working kernel each, the refusals in the other slots.
 constexpr RukBrngEntry kIAbstract =
     generator_row({40, 0, 1, 4, 32}, rukBRngiAbstractInitStream, ruksBRngiAbstract,

@@ -126,6 +126,19 @@ TEST(CliRng, RawAndNpyHoldOneCallsValues) {
     check_binary_files<float>("single", "<f4");
 }
 
+TEST(CliRng, ParameterSetById) {
+    const std::string raw = temp_path("mt2203.bin");
+    ASSERT_EQ(run_cli("--gen mt2203 --id 1021 --seed 7 --law bits --n 1000 --quiet --out " + raw).exit_code, 0);
+    const std::string bytes = take(raw);
+    xt::StreamHandle h;
+    const uint32_t seed = 7;
+    ASSERT_EQ(rukNewStreamEx(h.out(), RUK_BRNG_MT2203 + 1021, 1, &seed), RUK_OK);
+    std::vector<uint32_t> want(1000);
+    rukiBRngMT2203(h.get(), 1000, want.data());
+    ASSERT_EQ(bytes.size(), sizeof(uint32_t) * want.size());
+    EXPECT_EQ(0, std::memcmp(bytes.data(), want.data(), bytes.size()));
+}
+
 TEST(CliRng, ProgressForLargeCounts) {
     const CliResult r = run_cli("--n 4194304 --format raw --out /dev/null");
     ASSERT_EQ(r.exit_code, 0) << r.err;
@@ -218,6 +231,7 @@ TEST(CliRng, BadInputIsRefusedWithAMessage) {
         // A full disk was exit 0 with nothing written.
         {"--n 5 --out /dev/full", "cannot write '/dev/full': No space left on device"},
         {"--n 5 > /dev/full", "cannot write 'standard output': No space left on device"},
+        {"--gen mt2203 --id 1024", "mt2203 has parameter sets 0 to 1023, not 1024"},
     };
     for (const auto& [args, message] : cases) {
         const CliResult r = run_cli(args);

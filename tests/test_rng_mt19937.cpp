@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/scale.h"
+#include "support/plain_twister.h"
 #include "support/streams.h"
 #include "rng/stream.h"
 #include "xebruk/xebruk.h"
@@ -21,48 +22,9 @@ namespace {
 using xt::StreamHandle;
 
 // The generator one word at a time, the textbook way.
-class PlainMt {
-public:
-    explicit PlainMt(const std::vector<uint32_t>& key) {
-        mt_[0] = 19650218u;
-        for (int i = 1; i < 624; ++i)
-            mt_[i] = 1812433253u * (mt_[i - 1] ^ (mt_[i - 1] >> 30)) + static_cast<uint32_t>(i);
-        std::size_t i = 1, j = 0;
-        auto advance = [&] {
-            if (++i >= 624) {
-                mt_[0] = mt_[623];
-                i = 1;
-            }
-        };
-        for (std::size_t k = std::max<std::size_t>(624, key.size()); k; --k, advance(), j = (j + 1) % key.size())
-            mt_[i] = (mt_[i] ^ ((mt_[i - 1] ^ (mt_[i - 1] >> 30)) * 1664525u)) + key[j] + static_cast<uint32_t>(j);
-        for (int k = 623; k; --k, advance())
-            mt_[i] = (mt_[i] ^ ((mt_[i - 1] ^ (mt_[i - 1] >> 30)) * 1566083941u)) - static_cast<uint32_t>(i);
-        mt_[0] = 0x80000000u;
-    }
-    uint32_t operator()() {
-        if (pos_ == 624) {
-            for (int k = 0; k < 624; ++k) {
-                const uint32_t y = (mt_[k] & 0x80000000u) | (mt_[(k + 1) % 624] & 0x7FFFFFFFu);
-                mt_[k] = mt_[(k + 397) % 624] ^ (y >> 1) ^ ((y & 1u) ? 0x9908B0DFu : 0u);
-            }
-            pos_ = 0;
-        }
-        uint32_t y = mt_[pos_++];
-        y ^= y >> 11;
-        y ^= (y << 7) & 0x9D2C5680u;
-        y ^= (y << 15) & 0xEFC60000u;
-        return y ^ (y >> 18);
-    }
-    std::vector<uint32_t> take(std::size_t n) {
-        std::vector<uint32_t> v(n);
-        for (auto& e : v) e = (*this)();
-        return v;
-    }
-
-private:
-    uint32_t mt_[624];
-    int pos_ = 624;
+struct PlainMt : xt::PlainTwister {
+    explicit PlainMt(const std::vector<uint32_t>& key)
+        : PlainTwister(key, {624, 397, 0x80000000u, 11, 0x9908B0DFu, 0x9D2C5680u, 0xEFC60000u}) {}
 };
 
 const std::vector<uint32_t> kPublishedKey{0x123, 0x234, 0x345, 0x456};

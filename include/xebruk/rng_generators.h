@@ -71,6 +71,18 @@ XEBRUK_API int32_t ruksBRngMT19937(RukStream *stream, int32_t n, float *r, float
 XEBRUK_API int32_t rukdBRngMT19937(RukStream *stream, int32_t n, double *r, double a, double b);
 XEBRUK_API int32_t rukiBRngMT19937(RukStream *stream, int32_t n, uint32_t *r);
 
+/* MT2203: 1024 Mersenne Twisters of period 2^2203 - 1, one per id
+ * RUK_BRNG_MT2203 + k (k = 0..1023), each with its own recurrence, for
+ * independent parallel streams; seeded from a key array like MT19937, with
+ * the same kernel conventions.  rukCopyStreamState moves the words and the
+ * position and leaves each stream its own parameter set.  No leapfrog, no
+ * skip-ahead. */
+XEBRUK_API int32_t rukBRngMT2203InitStream(int32_t method, RukStream *stream, int32_t n,
+                                           const uint32_t *params);
+XEBRUK_API int32_t ruksBRngMT2203(RukStream *stream, int32_t n, float *r, float a, float b);
+XEBRUK_API int32_t rukdBRngMT2203(RukStream *stream, int32_t n, double *r, double a, double b);
+XEBRUK_API int32_t rukiBRngMT2203(RukStream *stream, int32_t n, uint32_t *r);
+
 /* SOBOL: the Sobol quasi-random sequence of up to 40 dimensions in
  * Gray-code order.  params[0] is the dimension (1 without seeds, above 40
  * taken as 1); the numbers are the components of one vector after another,

@@ -102,6 +102,7 @@ int main(int argc, char** argv) {
     const Generator generators[] = {{"mcg31m1", RUK_BRNG_MCG31M1, 7},
                                     {"mcg31m1_old_id", 0, 7},
                                     {"mt19937", RUK_BRNG_MT19937, 7},
+                                    {"mt2203", RUK_BRNG_MT2203 + 700, 7},
                                     {"sobol", RUK_BRNG_SOBOL, 3},
                                     {"niederr", RUK_BRNG_NIEDERR, 5},
                                     {"mrg32k3a", RUK_BRNG_MRG32K3A, 7},
