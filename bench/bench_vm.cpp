@@ -6,7 +6,7 @@
 // family adds its rows to kPeers.
 //
 // The inverse trigonometric families also run against SLEEF's u10 forms in AVX2
-// (bench/sleef_invtrig.cpp), pairwise like glibc, where the processor has AVX2.
+// (bench/sleef_loops.cpp), pairwise like glibc, where the processor has AVX2.
 //
 // A kernel with code in the SIMD kernel classes runs in one benchmark, in
 // rotating turns (paired.h, rounds), beside: its family's _HA form (for a
@@ -33,9 +33,6 @@
 #if XEBRUK_HAVE_SLEEF
 #include <emmintrin.h>
 #include <sleef.h>
-#endif
-#ifdef XEBRUK_BENCH_SLEEF
-#include "sleef_invtrig.h"
 #endif
 
 namespace {
@@ -234,7 +231,7 @@ std::vector<PeerRow> peers() {
     {"Erf", "sleef_erf_u10", sleef_arrays("Erf"), {{"", -6, 6, -6, 6}}, kNone, {1000, 1000000}},
     {"Erfc", "sleef_erfc_u15", sleef_arrays("Erfc"), {{"", -6, 27, -4, 10}}, kNone, {1000, 1000000}},
     };
-#ifdef XEBRUK_BENCH_SLEEF
+#if XEBRUK_HAVE_SLEEF
     __builtin_cpu_init();
     const auto d = xbench::sleef_invtrig_d();
     const auto s = xbench::sleef_invtrig_s();

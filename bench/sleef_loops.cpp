@@ -193,6 +193,19 @@ NativeLoops native_loops(const std::string& family, bool wide) {
     return {};
 }
 
+SleefInvTrig<double> sleef_invtrig_d() {
+    if (!avx2()) return {};
+    return {&over_array<double, __m256d, 4, Sleef_asind4_u10avx2>, &over_array<double, __m256d, 4, Sleef_acosd4_u10avx2>,
+            &over_array<double, __m256d, 4, Sleef_atand4_u10avx2>,
+            &over_arrays<double, __m256d, 4, Sleef_atan2d4_u10avx2>};
+}
+
+SleefInvTrig<float> sleef_invtrig_s() {
+    if (!avx2()) return {};
+    return {&over_array<float, __m256, 8, Sleef_asinf8_u10avx2>, &over_array<float, __m256, 8, Sleef_acosf8_u10avx2>,
+            &over_array<float, __m256, 8, Sleef_atanf8_u10avx2>, &over_arrays<float, __m256, 8, Sleef_atan2f8_u10avx2>};
+}
+
 }  // namespace xbench
 
 #else
@@ -200,5 +213,7 @@ NativeLoops native_loops(const std::string& family, bool wide) {
 xbench::SleefFamily xbench::sleef_family(const std::string&, bool) { return {}; }
 xbench::NativeLoops xbench::native_loops(const std::string&, bool) { return {}; }
 xbench::SleefBinary xbench::sleef_binary(const std::string&, bool) { return {}; }
+xbench::SleefInvTrig<double> xbench::sleef_invtrig_d() { return {}; }
+xbench::SleefInvTrig<float> xbench::sleef_invtrig_s() { return {}; }
 
 #endif

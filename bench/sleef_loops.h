@@ -44,4 +44,15 @@ struct SleefBinary {
 };
 SleefBinary sleef_binary(const std::string& family, bool avx512);
 
+// SLEEF's u10 arcsine, arccosine, arctangent and two-argument arctangent
+// in AVX2 (the instruction set the inverse trigonometric peers are
+// measured in); null without AVX2 and FMA or without SLEEF.
+template <class T>
+struct SleefInvTrig {
+    ArrayFn<T> asin, acos, atan;
+    ArrayFn2<T> atan2;
+};
+SleefInvTrig<double> sleef_invtrig_d();
+SleefInvTrig<float> sleef_invtrig_s();
+
 }  // namespace xbench

@@ -9,9 +9,7 @@ namespace xeb::rng {
 namespace {
 
 // Every built-in row: sizes {streamSize, seedCount, zeroFlag, wordSize,
-// bitCount} and entries.  A generator still to be written has its final
-// sizes and the placeholder entries; its issue replaces unbuilt_row(sizes)
-// with generator_row(sizes, init, skernel, dkernel, ikernel_entry<...>).
+// bitCount} and entries.
 constexpr RukBrngEntry kMcg31m1 =
     generator_row({24, 1, 0, 4, 31}, rukBRngMCG31M1InitStream, ruksBRngMCG31M1, rukdBRngMCG31M1,
                   ikernel_entry<uint32_t, rukiBRngMCG31M1>);
@@ -106,17 +104,6 @@ const RukBrngEntry* find_row(const RowRef& ref) {
 }
 
 const RukBrngEntry* find_row(int32_t id) { return find_row(resolve(id)); }
-
-int32_t unbuilt_init(int32_t, RukStream*, int32_t, const uint32_t*) {
-    return RUK_ERROR_UNKNOWN_BRNG;
-}
-int32_t unbuilt_skernel(RukStream*, int32_t, float*, float, float) {
-    return RUK_ERROR_UNKNOWN_BRNG;
-}
-int32_t unbuilt_dkernel(RukStream*, int32_t, double*, double, double) {
-    return RUK_ERROR_UNKNOWN_BRNG;
-}
-int32_t unbuilt_ikernel(RukStream*, int32_t, void*) { return RUK_ERROR_UNKNOWN_BRNG; }
 
 }  // namespace xeb::rng
 

@@ -8,9 +8,8 @@
 // the sub-id is below the row's count of sub-ids.
 //
 // Adding a generator.  Its four entry points are declared in
-// xebruk/rng_generators.h and its rows in registry.cpp name them in place
-// of the placeholder row (unbuilt_row); the row sizes stay as they are.  A
-// generator's code lives in its own source and follows rng/generator.h.
+// xebruk/rng_generators.h and its row in registry.cpp names them with the
+// row's sizes (generator_row).  A generator's code lives in its own source and follows rng/generator.h.
 #pragma once
 
 #include <cstdint>
@@ -39,23 +38,14 @@ RowRef resolve(int32_t id);
 const RukBrngEntry* find_row(int32_t id);
 const RukBrngEntry* find_row(const RowRef& ref);
 
-// Sizes of a row, and the row of a generator whose code has not been
-// written yet: its initStream and kernels answer RUK_ERROR_UNKNOWN_BRNG and
-// write nothing.
+// Sizes of a row, and a row from its sizes and entries.
 struct RowSizes {
     int32_t streamSize, seedCount, zeroFlag, wordSize, bitCount;
 };
-int32_t unbuilt_init(int32_t method, RukStream* stream, int32_t n, const uint32_t* params);
-int32_t unbuilt_skernel(RukStream* stream, int32_t n, float* r, float a, float b);
-int32_t unbuilt_dkernel(RukStream* stream, int32_t n, double* r, double a, double b);
-int32_t unbuilt_ikernel(RukStream* stream, int32_t n, void* r);
 constexpr RukBrngEntry generator_row(RowSizes s, RukInitStreamFn init, RukSKernelFn skernel,
                                      RukDKernelFn dkernel, RukIKernelFn ikernel) {
     return {s.streamSize, s.seedCount, s.zeroFlag, s.wordSize, s.bitCount,
             init,         skernel,     dkernel,    ikernel};
-}
-constexpr RukBrngEntry unbuilt_row(RowSizes s) {
-    return generator_row(s, unbuilt_init, unbuilt_skernel, unbuilt_dkernel, unbuilt_ikernel);
 }
 
 // A row's integer kernel takes untyped words; the exported kernels take
