@@ -25,16 +25,18 @@ namespace xeb::laws {
 namespace {
 
 // Draws n numbers on (lo, hi) into r and, unless the draw failed, runs
-// steps(k, p) over them, a block of k at p at a time, so that every pass
-// after the draw finds the block in cache.  The status is the first failed
+// steps(k, p) over them, a block of k at p at a time (32 KB of doubles), so
+// that every pass after the draw finds the block in cache and the
+// generator's call costs little beside its numbers.  The status is the first failed
 // draw's, or the last one's.  A count below 1 goes to the generator as it
 // stands (its own count rule), and nothing is transformed.
 template <class T, class Steps>
 int32_t draw_then(RukStream* stream, int32_t n, T* r, T lo, T hi, Steps steps) {
     if (n < 1) return Precision<T>::uniform(stream, n, r, lo, hi);
     int32_t status = RUK_OK;
-    for (int32_t done = 0; done < n; done += kBlock) {
-        const int32_t k = n - done < kBlock ? n - done : kBlock;
+    constexpr int32_t kDraws = 4096;
+    for (int32_t done = 0; done < n; done += kDraws) {
+        const int32_t k = n - done < kDraws ? n - done : kDraws;
         status = Precision<T>::uniform(stream, k, r + done, lo, hi);
         if (status < 0) return status;
         steps(k, r + done);

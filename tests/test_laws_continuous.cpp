@@ -204,7 +204,7 @@ TEST(ContinuousLaws, DrawCountsAtBlockBoundaries) {
         {"gaussian0", gauss(0), -5, {0}},               {"gaussian1", gauss(1), 512, {512}},
         {"gaussian1", gauss(1), 2048, {2048}},          {"gaussian1", gauss(1), 2049, {2048, 2}},
         {"gaussian1", gauss(1), 4097, {2048, 2048, 2}}, {"gumbel", gumbel, 7, {7}},
-        {"gumbel", gumbel, 2049, {1024, 1024, 1}},      {"gumbel", gumbel, -5, {-5}},
+        {"gumbel", gumbel, 8193, {4096, 4096, 1}},      {"gumbel", gumbel, -5, {-5}},
     };
     for (const auto& c : cases) {
         StreamHandle h;
