@@ -207,9 +207,11 @@ void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
     auto put = [out, steps](int h, int32_t i, U64x2 z, U64x2 z_next) {
         const __m128i a = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z), 0x08);
         const __m128i b = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z_next), 0x08);
-        const __m128d pairs = _mm_castsi128_pd(_mm_unpacklo_epi32(a, b));
-        _mm_storel_pd(reinterpret_cast<double*>(out + 2 * h * steps + i), pairs);
-        _mm_storeh_pd(reinterpret_cast<double*>(out + (2 * h + 1) * steps + i), pairs);
+        const __m128i pairs = _mm_unpacklo_epi32(a, b);
+        const int64_t first = _mm_cvtsi128_si64(pairs);
+        const int64_t second = _mm_cvtsi128_si64(_mm_unpackhi_epi64(pairs, pairs));
+        std::memcpy(out + 2 * h * steps + i, &first, sizeof first);
+        std::memcpy(out + (2 * h + 1) * steps + i, &second, sizeof second);
     };
     // Two vectors at a time, so that their twelve state vectors stay in
     // registers while the other's reductions hide each one's latency; two
