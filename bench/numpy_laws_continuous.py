@@ -3,9 +3,9 @@ median time per value over five runs of 10^6 doubles, in its own process.
 
 Run pinned like the benchmark: taskset -c 1 /usr/bin/python3 bench/numpy_laws_continuous.py
 """
-import time
-
 import numpy as np
+
+from numpy_timing import report
 
 COUNT = 1_000_000
 gen = np.random.Generator(np.random.MT19937(1))
@@ -23,10 +23,4 @@ CASES = [
     ("Gumbel", lambda: gen.gumbel(0.0, 1.0, COUNT)),
 ]
 
-for name, draw in CASES:
-    times = []
-    for _ in range(5):
-        start = time.perf_counter()
-        draw()
-        times.append(time.perf_counter() - start)
-    print(f"{name:12s} {sorted(times)[2] / COUNT * 1e9:8.2f} ns per value")
+report(CASES, COUNT)
