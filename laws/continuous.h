@@ -128,20 +128,16 @@ void affine(int32_t n, T* r, T m, T s) {
         for (int32_t i = 0; i < n; ++i) r[i] = mul_add(r[i], m, s);
 }
 
-// What Lognormal does to the paired Gaussian's values, block by block:
-// unless step is null, step(k, p) in place, then p * m + s.
+// What follows an inner law's draw in Gumbel and Lognormal: unless the
+// status is negative, one vector step in place and the affine pass.  The
+// status is the inner draw's.
 template <class T>
-struct AfterGaussian {
-    void (*step)(int, T*);
-    T m, s;
-};
-
-// The paired Gaussian (method 1) with after applied to each finished
-// block of results.
-int32_t gaussian_paired(RukStream* stream, int32_t n, double* r, double a, double sigma,
-                        AfterGaussian<double> after);
-int32_t gaussian_paired(RukStream* stream, int32_t n, float* r, float a, float sigma,
-                        AfterGaussian<float> after);
+int32_t then_step(int32_t status, int32_t n, T* r, void (*step)(int, T*), T m, T s) {
+    if (status < 0) return status;
+    step(n, r);
+    affine(n, r, m, s);
+    return status;
+}
 
 // -x: the double form negates, the single form subtracts from 0 (which
 // turns -0 into +0).

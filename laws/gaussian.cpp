@@ -3,12 +3,9 @@
 // two independent standard normal values; the result is a + sigma x.
 // Even draws are U1, odd draws U2.
 //
-// Method 0 (RUK_METHOD_GAUSSIAN_SINGLE) keeps R sin T alone: blocks of
-// 1,024 results from 2,048 uniforms.  Method 1 (RUK_METHOD_GAUSSIAN_PAIRED)
-// keeps both, sine first: blocks of 2,048 results from 2,048 uniforms,
-// drawn into the results themselves.  Each block goes through the
-// generator, the kernels and the final pass while it is in cache, and is
-// large enough that a generator call costs little beside its numbers.  When a
+// Method 0 (RUK_METHOD_GAUSSIAN_SINGLE) keeps R sin T alone: blocks of 512
+// results from 1,024 uniforms.  Method 1 (RUK_METHOD_GAUSSIAN_PAIRED) keeps
+// both, sine first: blocks of 1,024 results from 1,024 uniforms.  When a
 // call ends in the middle of a pair, the pair's raw uniforms stay in the
 // stream (chunk 2 in double, chunk 1 in single: two elements, -1 in the
 // first when no pair is pending) and the next call begins with its cosine,
@@ -53,9 +50,6 @@ const rng::ChunkCheckRegistration kDoublePairCheck{RUK_CHUNK_GAUSSIAN_DOUBLE_PAI
 const rng::ChunkCheckRegistration kSinglePairCheck{RUK_CHUNK_GAUSSIAN_SINGLE_PAIR,
                                                    sizeof(PendingPair<float>), valid_pair<float>};
 
-// Uniforms drawn per block by either method.
-constexpr int32_t kDraws = 2048;
-
 template <class T>
 struct BoxMuller {
     using P = Precision<T>;
@@ -69,22 +63,14 @@ struct BoxMuller {
     static void angles(int32_t k, T* u) {
         for (int32_t i = 0; i < k; ++i) u[i] = mul(u[i], P::kTwoPi);
     }
-    // Pairs u[2i], u[2i+1] of draws into radius[i] and the angle 2 pi
-    // u[2i+1] into angle[i], in one pass; angle may be u itself (reads stay
-    // ahead of writes).
-    static void split(int32_t k, const T* u, T* radius, T* angle) {
-        for (int32_t i = 0; i < k; ++i) {
-            const T size = u[2 * i], side = u[2 * i + 1];
-            radius[i] = size;
-            angle[i] = mul(side, P::kTwoPi);
-        }
-    }
 
     // Method 0: k results R sin T into r from 2k draws.
     static int32_t single_block(RukStream* stream, int32_t k, T* r, T* buffer) {
         const int32_t status = P::uniform(stream, 2 * k, buffer, T(0), T(1));
         if (status < 0) return status;
-        split(k, buffer, r, buffer);
+        P::pack(k, buffer, 2, r);
+        P::pack(k, buffer + 1, 2, buffer);  // in place: reads stay ahead of writes
+        angles(k, buffer);
         P::sin(k, buffer, buffer);
         radii(k, r);
         for (int32_t i = 0; i < k; ++i) r[i] = mul(r[i], buffer[i]);
@@ -92,33 +78,34 @@ struct BoxMuller {
     }
 
     static int32_t single(RukStream* stream, int32_t n, T* r, T a, T sigma) {
-        constexpr int32_t kResults = kDraws / 2;
-        T buffer[kDraws];
+        constexpr int32_t kResults = kBlock / 2;
+        T buffer[kBlock];
         // A negative n counts as 0 here: nothing drawn, nothing written.
         const int32_t blocks = n > 0 ? n / kResults : 0;
         for (int32_t b = 0; b < blocks; ++b) {
             const int32_t status = single_block(stream, kResults, r + b * kResults, buffer);
             if (status < 0) return status;
-            affine(kResults, r + b * kResults, sigma, a);
         }
         // The rest is drawn even when empty: its status is the result.
-        const int32_t rest = n - blocks * kResults > 0 ? n - blocks * kResults : 0;
-        const int32_t status = single_block(stream, rest, r + blocks * kResults, buffer);
+        const int32_t rest = n - blocks * kResults;
+        const int32_t status = single_block(stream, rest > 0 ? rest : 0, r + blocks * kResults, buffer);
         if (status < 0) return status;
-        affine(rest, r + blocks * kResults, sigma, a);
+        affine(n, r, sigma, a);
         return status;
     }
 
     struct Scratch {
-        T radius[kDraws / 2], angle[kDraws / 2], sine[kDraws / 2], cosine[kDraws / 2];
+        T draws[kBlock];
+        T radius[kBlock / 2], angle[kBlock / 2], sine[kBlock / 2], cosine[kBlock / 2];
     };
 
-    // Method 1: 2 pairs results R sin T, R cos T, ... into out from 2 pairs
-    // draws, made in out.
+    // Method 1: 2 pairs results R sin T, R cos T, ... into out from 2 pairs draws.
     static int32_t paired_block(RukStream* stream, int32_t pairs, T* out, Scratch& s) {
-        const int32_t status = P::uniform(stream, 2 * pairs, out, T(0), T(1));
+        const int32_t status = P::uniform(stream, 2 * pairs, s.draws, T(0), T(1));
         if (status < 0) return status;
-        split(pairs, out, s.radius, s.angle);
+        P::pack(pairs, s.draws, 2, s.radius);
+        P::pack(pairs, s.draws + 1, 2, s.angle);
+        angles(pairs, s.angle);
         P::sincos(pairs, s.angle, s.sine, s.cosine);
         radii(pairs, s.radius);
         for (int32_t i = 0; i < pairs; ++i) {
@@ -139,15 +126,7 @@ struct BoxMuller {
         return RUK_OK;
     }
 
-    // Method 1, each finished stretch of results r[from..to) taken through
-    // a + sigma x and then after, while it is in cache.
-    static int32_t paired(RukStream* stream, int32_t n, T* r, T a, T sigma, AfterGaussian<T> after) {
-        const auto finish = [&](int32_t from, int32_t to) {
-            affine(to - from, r + from, sigma, a);
-            if (!after.step) return;
-            after.step(to - from, r + from);
-            affine(to - from, r + from, after.m, after.s);
-        };
+    static int32_t paired(RukStream* stream, int32_t n, T* r, T a, T sigma) {
         T* record;
         int32_t status = pending_record(stream, record);
         if (status < 0) return status;
@@ -161,19 +140,16 @@ struct BoxMuller {
             radii(1, record);
             r[0] = mul(record[0], record[1]);
             k = 1;
-            finish(0, 1);
         }
         const int32_t t = n - k;  // results still to make
         Scratch s;
-        for (int32_t b = 0; b < t / kDraws; ++b, k += kDraws) {
-            status = paired_block(stream, kDraws / 2, r + k, s);
+        for (int32_t b = 0; b < t / kBlock; ++b, k += kBlock) {
+            status = paired_block(stream, kBlock / 2, r + k, s);
             if (status < 0) return status;
-            finish(k, k + kDraws);
         }
         if (const int32_t pairs = (n - k) / 2; pairs >= 1) {
             status = paired_block(stream, pairs, r + k, s);
             if (status < 0) return status;
-            finish(k, k + 2 * pairs);
             k += 2 * pairs;
         }
         if (t % 2 == 0) {
@@ -189,17 +165,14 @@ struct BoxMuller {
             P::sin(1, u + 1, u + 1);
             radii(1, u);
             r[k] = mul(u[0], u[1]);
-            finish(k, k + 1);
         }
+        affine(n, r, sigma, a);
         return status;
-    }
-    static int32_t paired_alone(RukStream* stream, int32_t n, T* r, T a, T sigma) {
-        return paired(stream, n, r, a, sigma, {nullptr, T(1), T(0)});
     }
 
     static int32_t draw(int32_t method, RukStream* stream, int32_t n, T* r, T a, T sigma) {
         using Method = int32_t (*)(RukStream*, int32_t, T*, T, T);
-        static constexpr Method kMethods[2] = {single, paired_alone};
+        static constexpr Method kMethods[2] = {single, paired};
         // An index outside the table is refused rather than followed.
         if (method < 0 || method > 1) return RUK_ERROR_UNKNOWN_METHOD;
         return kMethods[method](stream, n, r, a, sigma);
@@ -207,16 +180,6 @@ struct BoxMuller {
 };
 
 }  // namespace
-
-int32_t gaussian_paired(RukStream* stream, int32_t n, double* r, double a, double sigma,
-                        AfterGaussian<double> after) {
-    return BoxMuller<double>::paired(stream, n, r, a, sigma, after);
-}
-int32_t gaussian_paired(RukStream* stream, int32_t n, float* r, float a, float sigma,
-                        AfterGaussian<float> after) {
-    return BoxMuller<float>::paired(stream, n, r, a, sigma, after);
-}
-
 }  // namespace xeb::laws
 
 using namespace xeb::laws;

@@ -25,22 +25,11 @@ namespace xeb::laws {
 namespace {
 
 // Draws n numbers on (lo, hi) into r and, unless the draw failed, runs
-// steps(k, p) over them, a block of k at p at a time (32 KB of doubles), so
-// that every pass after the draw finds the block in cache and the
-// generator's call costs little beside its numbers.  The status is the first failed
-// draw's, or the last one's.  A count below 1 goes to the generator as it
-// stands (its own count rule), and nothing is transformed.
+// steps over them.  The status is the draw's.
 template <class T, class Steps>
 int32_t draw_then(RukStream* stream, int32_t n, T* r, T lo, T hi, Steps steps) {
-    if (n < 1) return Precision<T>::uniform(stream, n, r, lo, hi);
-    int32_t status = RUK_OK;
-    constexpr int32_t kDraws = 4096;
-    for (int32_t done = 0; done < n; done += kDraws) {
-        const int32_t k = n - done < kDraws ? n - done : kDraws;
-        status = Precision<T>::uniform(stream, k, r + done, lo, hi);
-        if (status < 0) return status;
-        steps(k, r + done);
-    }
+    const int32_t status = Precision<T>::uniform(stream, n, r, lo, hi);
+    if (status >= 0) steps();
     return status;
 }
 
@@ -65,29 +54,29 @@ inline void exponential_pass(int32_t n, float* r, float a, float beta) {
 
 template <class T>
 int32_t exponential(RukStream* stream, int32_t n, T* r, T a, T beta) {
-    return draw_then(stream, n, r, T(0), T(1), [&](int32_t k, T* p) {
-        Precision<T>::ln(k, p);
-        exponential_pass(k, p, a, beta);
+    return draw_then(stream, n, r, T(0), T(1), [&] {
+        Precision<T>::ln(n, r);
+        exponential_pass(n, r, a, beta);
     });
 }
 
 template <class T>
 int32_t cauchy(RukStream* stream, int32_t n, T* r, T a, T beta) {
     using P = Precision<T>;
-    return draw_then(stream, n, r, -P::kHalfPi, P::kHalfPi, [&](int32_t k, T* p) {
-        P::tan(k, p);
-        affine(k, p, beta, a);
+    return draw_then(stream, n, r, -P::kHalfPi, P::kHalfPi, [&] {
+        P::tan(n, r);
+        affine(n, r, beta, a);
     });
 }
 
 template <class T>
 int32_t rayleigh(RukStream* stream, int32_t n, T* r, T a, T beta) {
     using P = Precision<T>;
-    return draw_then(stream, n, r, T(0), T(1), [&](int32_t k, T* p) {
-        P::ln(k, p);
-        negate_all(k, p);
-        P::sqrt(k, p);
-        affine(k, p, beta, a);
+    return draw_then(stream, n, r, T(0), T(1), [&] {
+        P::ln(n, r);
+        negate_all(n, r);
+        P::sqrt(n, r);
+        affine(n, r, beta, a);
     });
 }
 
@@ -100,11 +89,11 @@ template <class T>
 int32_t weibull(RukStream* stream, int32_t n, T* r, T alpha, T a, T beta) {
     using P = Precision<T>;
     const T exponent = reciprocal(alpha);
-    return draw_then(stream, n, r, T(0), T(1), [&](int32_t k, T* p) {
-        P::ln(k, p);
-        negate_all(k, p);
-        P::powx(k, p, exponent);
-        affine(k, p, beta, a);
+    return draw_then(stream, n, r, T(0), T(1), [&] {
+        P::ln(n, r);
+        negate_all(n, r);
+        P::powx(n, r, exponent);
+        affine(n, r, beta, a);
     });
 }
 
@@ -112,13 +101,7 @@ int32_t weibull(RukStream* stream, int32_t n, T* r, T alpha, T a, T beta) {
 // before the second logarithm.
 template <class T>
 int32_t gumbel(RukStream* stream, int32_t n, T* r, T a, T beta) {
-    using P = Precision<T>;
-    return draw_then(stream, n, r, T(0), T(1), [&](int32_t k, T* p) {
-        P::ln(k, p);
-        exponential_pass(k, p, T(0), T(1));
-        P::ln(k, p);
-        affine(k, p, beta, a);
-    });
+    return then_step(exponential(stream, n, r, T(0), T(1)), n, r, Precision<T>::ln, beta, a);
 }
 
 }  // namespace

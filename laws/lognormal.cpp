@@ -12,9 +12,16 @@
 namespace xeb::laws {
 namespace {
 
+inline int32_t gaussian(RukStream* s, int32_t n, double* r, double a, double sigma) {
+    return rukdRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s, n, r, a, sigma);
+}
+inline int32_t gaussian(RukStream* s, int32_t n, float* r, float a, float sigma) {
+    return ruksRngGaussian(RUK_METHOD_GAUSSIAN_PAIRED, s, n, r, a, sigma);
+}
+
 template <class T>
 int32_t lognormal(RukStream* stream, int32_t n, T* r, T a, T sigma, T b, T beta) {
-    return gaussian_paired(stream, n, r, a, sigma, {Precision<T>::exp, beta, b});
+    return then_step(gaussian(stream, n, r, a, sigma), n, r, Precision<T>::exp, beta, b);
 }
 
 }  // namespace
