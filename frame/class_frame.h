@@ -78,6 +78,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/simd.h"
 #include "xebruk/frame.h"
@@ -207,7 +208,7 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
     put(Arrays<T>{pad_a, result, pad_b, result_z}, 0, K::compute(a, c));
     for (int l = 0; i + l < n; ++l) {
         out[i + l] = result[l];
-        if (x.z != nullptr) x.z[i + l] = result_z[l];
+        if constexpr (!std::is_same_v<decltype(K::compute(a, c)), V>) x.z[i + l] = result_z[l];
     }
     if (redo != 0) redo_lanes<K>(a, c, redo, i, n - i, x);
 }
