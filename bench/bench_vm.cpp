@@ -196,9 +196,9 @@ std::vector<PeerRow> peers() {
     {"InvCbrt", "1/cbrt", one<inv_cbrt, inv_cbrt>(), {kPositive}, kNone, {1000, 1000000}},
     {"Sin", "sin", one<sin_, sin_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000, 1000000}},
     {"Cos", "cos", one<cos_, cos_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000, 1000000}},
-    {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000}},
+    {"Tan", "tan", one<tan_, tan_>(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone, {1000, 1000000}},
     {"SinCos", "sincos", sincos_loops(), {{"10", -10, 10, -10, 10}, {"1e5", -1e5, 1e5, -1e5, 1e5}}, kNone,
-     {1000}},
+     {1000, 1000000}},
     // Hyperbolic and inverse hyperbolic: glibc, and SLEEF's u10 forms.
     {"Sinh", "sinh", one<sinh_, sinh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
     {"Cosh", "cosh", one<cosh_, cosh_>(), {{"", -20, 20, -20, 20}}, kNone, {1000, 1000000}},
