@@ -32,6 +32,10 @@ constexpr KernelTable baseline_table() {
     t.sPow_21 = t.sPow_11 = baseline::sPow_21;
     t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
     t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
+    t.dErf_HA = t.dErf_50 = baseline::dErf_HA;
+    t.sErf_HA = t.sErf_21 = t.sErf_11 = baseline::sErf_HA;
+    t.dErfc_HA = t.dErfc_50 = baseline::dErfc_HA;
+    t.sErfc_HA = t.sErfc_21 = t.sErfc_11 = baseline::sErfc_HA;
     return t;
 }
 

@@ -34,6 +34,9 @@ struct KernelTable {
     Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
     WithScalar<double> dPowx_HA, dPowx_50;
     WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
+    // Error function and its complement.
+    Unary<double> dErf_HA, dErf_50, dErfc_HA, dErfc_50;
+    Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
 };
 
 // The table of the class in use.
@@ -75,4 +78,8 @@ void sPow_HA(int n, const float* a, const float* b, float* r);
 void sPow_21(int n, const float* a, const float* b, float* r);
 void dPowx_HA(int n, const double* a, double b, double* r);
 void sPowx_HA(int n, const float* a, float b, float* r);
+void dErf_HA(int n, const double* a, double* r);
+void sErf_HA(int n, const float* a, float* r);
+void dErfc_HA(int n, const double* a, double* r);
+void sErfc_HA(int n, const float* a, float* r);
 }  // namespace xeb::baseline

@@ -1,0 +1,322 @@
+// Error function and its complement in the SIMD kernel classes (see
+// frame/class_frame.h for the frame and the recipe), on the baseline's
+// rows (vecmath/erf_tables.inc, through vecmath/erf_shared.h), read by
+// gathers; pairs are formed with fused products (a b - round(a b) exact)
+// where the baseline splits.  The single forms run the double code on
+// their widened arguments and round once to float.
+//
+// Erf, |x| in [2^-40, 5.9215871957945):
+//   below 0.125   2/sqrt(pi) x as an exact pair (the constant's high part)
+//                 + (-2/(3 sqrt(pi)) x^3 + x^5 S(x^2));
+//   above         the row of |x| (four a binade): value + t (slope + t
+//                 curve) in pairs, t = |x| - c exact, + t^3 Q(t).
+//   Both are computed for every lane and one is kept.
+// Error budget (relative): the rows' fits below 2^-57.2, the series'
+// 2^-69.9; the roundings of t^3 Q(t) (below 0.02 of the result), of x^3
+// in the series (a term below 0.0053 of it) and of the pair steps: below
+// 0.012 ulp together; with the rounding at the store 0.52 ulp, bound 0.6.
+//
+// Erfc, |x| in [2^-70, 26.5432584542510) (double) or [2^-70, 10.0541954)
+// (single, its own rows): row i = floor(4 log2(1 + |x|)) from the exponent
+// of (1 + |x|)^4; P(t) of degree 15, t = |x| - c as a pair, the orders 0
+// to 5 in pairs.  Rows 6 to 19 approximate exp(x^2) erfc(|x|) and are
+// multiplied by exp(-x^2) = 2^(n >> 6) 2^((n mod 64)/64) e^r as a pair,
+// x^2 = h + l exactly, n = round(-h 64/ln 2), r = -x^2 - n ln 2/64 (|r|
+// at most ln 2/128 and a hair, the polynomial's fit 2^-70.2 there);
+// rows 0 to 5 multiply by the pair (1, 0), which changes nothing.
+// Negative x: 2 - that, with |x| taken at most 6 (double) or 4 (single),
+// where 2 - erfc(|x|) already rounds to 2.
+// Error budget (relative to erfc(|x|)): fits below 2^-62.3; the
+// exponential's roundings below 2^-58.6; the pair steps below 2^-90; with
+// the rounding at the store below 0.53 ulp, bound 0.6.  Single: one more
+// rounding of a double within 0.53 ulp of double, below 0.51 ulp of a
+// float.  Outside these domains (zeros, tiny, beyond the limits, double
+// denormal results, infinities, NaNs) the one-element path hands the
+// value to the baseline's routine, which also decides event 4.
+#include <cstdint>
+
+#include "frame/class_frame.h"
+#include "vecmath/erf_shared.h"
+#include "vecmath/kernel_table.h"
+#include "vecmath/simd/lanes.h"
+
+namespace xeb {
+inline namespace XEB_ISA {
+namespace {
+
+using namespace simd;
+using namespace lanes;
+using class_frame::Arrays;
+namespace ed = erfdata;
+
+#define XEB_INLINE [[gnu::always_inline]] inline
+
+constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
+constexpr uint64_t kSign = 0x8000000000000000ull;
+constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
+constexpr uint32_t kAbsF = 0x7FFFFFFFu;
+constexpr uint32_t kInfF = 0x7F800000u;
+
+// Fast domains, as bits of |x|: [from, below).
+constexpr uint64_t kErfFrom = 0x3D70000000000000ull;   // 2^-40
+constexpr uint64_t kErfBelow = 0x4017AFB48DC96628ull;  // 5.921587195794508: +-1 from here
+constexpr uint32_t kErfFromF = 0x2B800000u;            // 2^-40
+constexpr uint32_t kErfBelowF = 0x40BD7DA5u;           // the least float from that limit
+constexpr uint64_t kErfcFrom = 0x3B90000000000000ull;  // 2^-70: 1 + x below
+constexpr uint64_t kErfcBelow = 0x403A8B12FC6E4892ull; // 26.54325845425098: denormal results from here
+constexpr uint32_t kErfcFromF = 0x1C800000u;           // 2^-70
+constexpr uint32_t kErfcBelowF = 0x4120DDFCu;          // the least float from 10.054194928818097: event 4
+
+constexpr double kSeriesBelow = 0.125;
+constexpr double kErfLimit = 0x1.7afb48dc96628p+2;              // 5.921587195794508
+constexpr double kErfcRowsEnd = 0x1.a8b12fc6e4892p+4;           // 26.54325845425098
+constexpr double kErfcRowsEndSingle = 0x1.41bbf700dc3fbp+3;     // 10.054194928818097
+constexpr uint64_t kFirstRowHigh = 0x3FC00000;  // high word of 0.125; 2^18 of it per row
+constexpr int kErfRowSize = 19, kErfcRowSize = 23;  // doubles
+constexpr uint64_t kLastDirectRow = 5;              // Erfc rows up to here expand erfc itself
+
+constexpr double k64OverLn2 = 0x1.71547652b82fep+6;
+constexpr double kLn2Over64Hi = 0x1.62e42fefap-7;  // 36 bits: n times it is exact
+constexpr double kLn2Over64Lo = 0x1.cf79abc9e3b3ap-46;
+constexpr double kShifter = 0x1.8p52;  // its low bits take n
+constexpr uint64_t kShifterBits = 0x4338000000000000ull;
+constexpr uint64_t kExponentBias = 2048 * 64;  // n + it is positive for every n here
+
+// a + b = hi + lo exactly.
+template <int N>
+struct PairV {
+    D<N> hi, lo;
+};
+template <int N>
+XEB_INLINE PairV<N> two_sum(D<N> a, D<N> b) {
+    const D<N> s = a + b;
+    const D<N> bb = s - a;
+    return {s, (a - (s - bb)) + (b - bb)};
+}
+
+// c + (hi + lo) t for a pair c (columns `at` and `at + 1` of the rows) and
+// t = th + tl: the product's head exact by a fused product, the low parts'
+// product left out.
+template <int N>
+XEB_INLINE PairV<N> add_times(const double* at, U<N> idx, PairV<N> s, D<N> th, D<N> tl) {
+    const D<N> m = s.hi * th;
+    const D<N> me = fma(s.hi, tl, fma(s.lo, th, fms(s.hi, th, m)));
+    const PairV<N> sum = two_sum(gather(at, idx), m);
+    return {sum.hi, sum.lo + (gather(at + 1, idx) + me)};
+}
+
+// ---------------------------------------------------------------- erf
+
+// erf(ax) for ax in [2^-40, the limit).
+template <int N>
+XEB_INLINE D<N> erf_magnitude(D<N> ax) {
+    // The series.
+    const ed::Pair& lead = ed::erfSeriesLead[0];
+    const ed::Pair& cubic = ed::erfSeriesLead[1];
+    const double* s = ed::erfSeries;
+    const D<N> z = ax * ax, x3 = ax * z;
+    const D<N> p = x3 * z * fma(z, fma(z, fma(z, fma(z, s[4], s[3]), s[2]), s[1]), s[0]);
+    const D<N> linear = ax * lead.hi;
+    const D<N> small = fma(ax, D<N>{} + lead.lo, fma(x3, D<N>{} + cubic.lo, p)) + fms(ax, D<N>{} + lead.hi, linear);
+    const D<N> series = linear + fma(x3, D<N>{} + cubic.hi, small);
+
+    // The rows.
+    // Lanes of the series, and those bound for the one-element path (NaNs
+    // too), read row 0.
+    const MaskOf<double, N> in_series = compare<Cmp::Lt>(ax, kSeriesBelow);
+    const MaskOf<double, N> elsewhere = in_series | ~compare<Cmp::Lt>(ax, kErfLimit);
+    const U<N> b = bitcast<uint64_t>(select(elsewhere, broadcast<D<N>>(kSeriesBelow), ax));
+    const U<N> idx = (((b >> 32) - kFirstRowHigh) >> 18) * uint64_t{kErfRowSize};
+    const double* base = &ed::erfRows[0].minus_c;
+    const D<N> t = ax + gather(base, idx);  // exact: ax and c within a factor of 2
+    D<N> q = gather(base + 18, idx);
+    for (int k = 17; k >= 7; --k) q = fma(q, t, gather(base + k, idx));
+    const D<N> higher = q * (t * t * t);
+    const D<N> zero{};
+    PairV<N> v = add_times(base + 3, idx, {gather(base + 5, idx), gather(base + 6, idx)}, t, zero);
+    v = add_times(base + 1, idx, v, t, zero);
+    const D<N> rows = v.hi + (v.lo + higher);
+    return select(in_series, series, rows);
+}
+
+XEB_INLINE double erf_outside(double a) {
+    const uint64_t magnitude = bits(a) & kAbs;
+    if (magnitude > kInfBits) return a + a;
+    if (magnitude == kInfBits) return a < 0 ? -1.0 : 1.0;
+    if (magnitude == 0) return a;
+    return ed::erf_scalar(a);
+}
+
+struct ErfD {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = "_xebdErf_HA";  // raises no event
+    static constexpr double filler = 1.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) {
+        return compare<Cmp::Ge>((bitcast<uint64_t>(x) & kAbs) - kErfFrom, kErfBelow - kErfFrom);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        const U<N> b = bitcast<uint64_t>(x);
+        const D<N> r = erf_magnitude(bitcast<double>(b & kAbs));
+        return bitcast<double>(bitcast<uint64_t>(r) | (b & kSign));
+    }
+    static void one(double a, int i, const Arrays<double>& x) { x.y[i] = erf_outside(a); }
+};
+
+// The double code on each half of a register of floats, rounded once.
+template <class K, int N>
+XEB_INLINE F<N> on_halves(F<N> x) {
+    if constexpr (N == 1) {
+        return convert<float>(K::compute(convert<double>(x)));
+    } else {
+        return join(convert<float>(K::compute(convert<double>(half<0>(x)))),
+                    convert<float>(K::compute(convert<double>(half<1>(x)))));
+    }
+}
+
+struct ErfS {
+    using V = F<kNative<float>>;
+    static constexpr const char* name = "_xebsErf_HA";  // raises no event
+    static constexpr float filler = 1.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {
+        return compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - kErfFromF, kErfBelowF - kErfFromF);
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) {
+        return on_halves<ErfD>(x);
+    }
+    static void one(float a, int i, const Arrays<float>& x) {
+        x.y[i] = (bits(a) & kAbsF) > kInfF ? a + a : static_cast<float>(erf_outside(a));
+    }
+};
+
+// ---------------------------------------------------------------- erfc
+
+// erfc(x) for |x| in the fast domain of the rows given; negative x take
+// |x| at most `clamp`.
+// Lanes bound for the one-element path (from `rows_end`, NaNs) take 1 and
+// read the rows in bounds.
+template <int N>
+XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double rows_end) {
+    const U<N> b = bitcast<uint64_t>(x);
+    const MaskOf<double, N> negative = compare<Cmp::Lt>(x, 0.0);
+    D<N> ax = bitcast<double>(b & kAbs);
+    ax = select(negative & compare<Cmp::Gt>(ax, clamp), broadcast<D<N>>(clamp), ax);
+    ax = select(compare<Cmp::Lt>(ax, rows_end), ax, broadcast<D<N>>(1.0));
+
+    // The row, from the exponent of (1 + |x|)^4.
+    D<N> y = 1.0 + ax;
+    y = y * y;
+    const U<N> row = (bitcast<uint64_t>(y * y) >> 52) - uint64_t{1023};
+    const U<N> idx = row * uint64_t{kErfcRowSize};
+    const double* base = &rows[0].minus_c;
+    const PairV<N> t = two_sum(ax, gather(base, idx));
+    D<N> q = gather(base + 22, idx);
+    for (int k = 21; k >= 13; --k) q = fma(q, t.hi, gather(base + k, idx));
+    PairV<N> p{q, D<N>{}};
+    for (int k = 5; k >= 0; --k) p = add_times(base + 1 + 2 * k, idx, p, t.hi, t.lo);
+
+    // exp(-x^2) as 2^e (eh + el).
+    const D<N> square = ax * ax;
+    const D<N> square_lo = fms(ax, ax, square);
+    const D<N> shifted = fnma(square, broadcast<D<N>>(k64OverLn2), broadcast<D<N>>(kShifter));
+    const D<N> nf = shifted - kShifter;
+    const PairV<N> r = two_sum(fnma(nf, broadcast<D<N>>(kLn2Over64Hi), -square),
+                               fnma(nf, broadcast<D<N>>(kLn2Over64Lo), -square_lo));
+    const double* c = ed::erfcExpPoly;
+    const D<N> poly = fma(r.hi, fma(r.hi, fma(r.hi, fma(r.hi, c[4], c[3]), c[2]), c[1]), c[0]);
+    const D<N> e = r.hi + fma(r.hi * r.hi, poly, r.lo);
+    const U<N> n = bitcast<uint64_t>(shifted) - kShifterBits;  // wraps for negative n
+    const U<N> j = (n & uint64_t{63}) * uint64_t{2};
+    const D<N> ph = gather(&ed::erfcExp2[0].hi, j), pl = gather(&ed::erfcExp2[0].lo, j);
+    const MaskOf<double, N> scaled = compare<Cmp::Gt>(row, kLastDirectRow);
+    const D<N> eh = select(scaled, ph, broadcast<D<N>>(1.0));
+    const D<N> el = select(scaled, fma(ph, e, fma(pl, e, pl)), D<N>{});
+    const U<N> exponent = (((n + kExponentBias) >> 6) + (uint64_t{1023} - 2048)) << 52;
+    const D<N> scale = bitcast<double>(select(scaled, exponent, bitcast<uint64_t>(broadcast<D<N>>(1.0))));
+
+    // P times it, as a pair.
+    const D<N> m = p.hi * eh;
+    const D<N> ml = fma(p.hi, el, fma(p.lo, eh, fms(p.hi, eh, m)));
+    const D<N> positive = (m + ml) * scale;
+    const PairV<N> two_less = two_sum(broadcast<D<N>>(2.0), -(m * scale));
+    const D<N> below = two_less.hi + (two_less.lo - ml * scale);
+    return select(negative, below, positive);
+}
+
+struct ErfcD {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = "_xebdErfc_HA";
+    static constexpr double filler = 1.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) {
+        return compare<Cmp::Ge>((bitcast<uint64_t>(x) & kAbs) - kErfcFrom, kErfcBelow - kErfcFrom);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        return erfc_value(x, ed::erfcRows, 6.0, kErfcRowsEnd);
+    }
+    static void one(double a, int i, const Arrays<double>& x) {
+        if ((bits(a) & kAbs) >= kInfBits) {
+            x.y[i] = (bits(a) & kAbs) > kInfBits ? a + a : (a < 0 ? 2.0 : 0.0);
+            return;
+        }
+        double r;
+        const bool underflow = ed::erfc_scalar(a, false, r);
+        x.y[i] = r;
+        if (underflow) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+    }
+};
+
+// The single kernel's rows on doubles.
+struct ErfcSingleRows {
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        return erfc_value(x, ed::erfcRowsSingle, 4.0, kErfcRowsEndSingle);
+    }
+};
+
+struct ErfcS {
+    using V = F<kNative<float>>;
+    static constexpr const char* name = "_xebsErfc_HA";
+    static constexpr float filler = 1.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {
+        return compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - kErfcFromF, kErfcBelowF - kErfcFromF);
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) {
+        return on_halves<ErfcSingleRows>(x);
+    }
+    static void one(float a, int i, const Arrays<float>& x) {
+        if ((bits(a) & kAbsF) >= kInfF) {
+            x.y[i] = (bits(a) & kAbsF) > kInfF ? a + a : (a < 0 ? 2.0f : 0.0f);
+            return;
+        }
+        double r;
+        const bool underflow = ed::erfc_scalar(a, true, r);
+        x.y[i] = static_cast<float>(r);
+        if (underflow) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+    }
+};
+
+}  // namespace
+
+#undef XEB_INLINE
+
+// No lower form has code of its own: each is its precision's _HA entry.
+void erf_entries(vm::KernelTable& t) {
+    t.dErf_HA = t.dErf_50 = class_frame::unary<ErfD>;
+    t.sErf_HA = t.sErf_21 = t.sErf_11 = class_frame::unary<ErfS>;
+    t.dErfc_HA = t.dErfc_50 = class_frame::unary<ErfcD>;
+    t.sErfc_HA = t.sErfc_21 = t.sErfc_11 = class_frame::unary<ErfcS>;
+}
+
+}  // namespace XEB_ISA
+}  // namespace xeb
