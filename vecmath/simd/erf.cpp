@@ -34,6 +34,7 @@
 // denormal results, infinities, NaNs) the one-element path hands the
 // value to the baseline's routine, which also decides event 4.
 #include <cstdint>
+#include <utility>
 
 #include "frame/class_frame.h"
 #include "vecmath/erf_shared.h"
@@ -94,15 +95,59 @@ XEB_INLINE PairV<N> two_sum(D<N> a, D<N> b) {
     return {s, (a - (s - bb)) + (b - bb)};
 }
 
-// c + (hi + lo) t for a pair c (columns `at` and `at + 1` of the rows) and
-// t = th + tl: the product's head exact by a fused product, the low parts'
-// product left out.
+// c + (hi + lo) t for a pair c and t = th + tl: the product's head exact
+// by a fused product, the low parts' product left out.
 template <int N>
-XEB_INLINE PairV<N> add_times(const double* at, U<N> idx, PairV<N> s, D<N> th, D<N> tl) {
+XEB_INLINE PairV<N> add_times(D<N> c_hi, D<N> c_lo, PairV<N> s, D<N> th, D<N> tl) {
     const D<N> m = s.hi * th;
     const D<N> me = fma(s.hi, tl, fma(s.lo, th, fms(s.hi, th, m)));
-    const PairV<N> sum = two_sum(gather(at, idx), m);
-    return {sum.hi, sum.lo + (gather(at + 1, idx) + me)};
+    const PairV<N> sum = two_sum(c_hi, m);
+    return {sum.hi, sum.lo + (c_lo + me)};
+}
+
+// ---------------------------------------------------------------- rows
+
+// The rows of N lanes as columns: rows are loaded whole, N doubles at a
+// time, and transposed by log2(N) rounds of two-register shuffles (round
+// `Bit` exchanges bit Bit of the lane with bit Bit of the column), which
+// costs a few instructions per column where a gather costs tens.
+template <int Bit, int N, int... K>
+XEB_INLINE void exchange(D<N>& a, D<N>& b, std::integer_sequence<int, K...>) {
+    const auto low = __builtin_shufflevector(a.v, b.v, ((K & Bit) ? N + (K ^ Bit) : K)...);
+    const auto high = __builtin_shufflevector(a.v, b.v, ((K & Bit) ? N + K : (K ^ Bit))...);
+    a.v = low;
+    b.v = high;
+}
+template <int Bit, int N>
+XEB_INLINE void transpose_from(D<N> (&r)[N]) {
+    if constexpr (Bit < N) {
+        for (int i = 0; i < N; ++i)
+            if ((i & Bit) == 0) exchange<Bit>(r[i], r[i | Bit], std::make_integer_sequence<int, N>{});
+        transpose_from<2 * Bit>(r);
+    }
+}
+
+// col[k][l] = base[row[l] Cols + k]: the Cols doubles of each lane's row
+// (Cols at least N; the last block overlaps the one before it, so nothing
+// past a row is read).
+template <int Cols, int N>
+XEB_INLINE void read_rows(const double* base, U<N> row, D<N> (&col)[Cols]) {
+    static_assert(Cols >= N, "rows at least a register long");
+    for (int first = 0; first < Cols; first += N) {
+        const int j = first + N <= Cols ? first : Cols - N;
+        D<N> r[N];
+        for (int l = 0; l < N; ++l) r[l] = load<D<N>>(base + lane(row, l) * Cols + j);
+        transpose_from<1>(r);
+        for (int k = 0; k < N; ++k) col[j + k] = r[k];
+    }
+}
+
+// table[idx] per lane: gathers of four lanes, which cost less per lane
+// than those of eight here.
+template <int N>
+XEB_INLINE D<N> gather4(const double* table, U<N> idx) {
+    if constexpr (N > 4) return join(gather4(table, half<0>(idx)), gather4(table, half<1>(idx)));
+    else return gather(table, idx);
 }
 
 // ---------------------------------------------------------------- erf
@@ -126,15 +171,15 @@ XEB_INLINE D<N> erf_magnitude(D<N> ax) {
     const MaskOf<double, N> in_series = compare<Cmp::Lt>(ax, kSeriesBelow);
     const MaskOf<double, N> elsewhere = in_series | ~compare<Cmp::Lt>(ax, kErfLimit);
     const U<N> b = bitcast<uint64_t>(select(elsewhere, broadcast<D<N>>(kSeriesBelow), ax));
-    const U<N> idx = (((b >> 32) - kFirstRowHigh) >> 18) * uint64_t{kErfRowSize};
-    const double* base = &ed::erfRows[0].minus_c;
-    const D<N> t = ax + gather(base, idx);  // exact: ax and c within a factor of 2
-    D<N> q = gather(base + 18, idx);
-    for (int k = 17; k >= 7; --k) q = fma(q, t, gather(base + k, idx));
+    D<N> c[kErfRowSize];  // ErfRow's fields in order
+    read_rows(&ed::erfRows[0].minus_c, ((b >> 32) - kFirstRowHigh) >> 18, c);
+    const D<N> t = ax + c[0];  // exact: ax and c within a factor of 2
+    D<N> q = c[18];
+    for (int k = 17; k >= 7; --k) q = fma(q, t, c[k]);
     const D<N> higher = q * (t * t * t);
     const D<N> zero{};
-    PairV<N> v = add_times(base + 3, idx, {gather(base + 5, idx), gather(base + 6, idx)}, t, zero);
-    v = add_times(base + 1, idx, v, t, zero);
+    PairV<N> v = add_times(c[3], c[4], {c[5], c[6]}, t, zero);
+    v = add_times(c[1], c[2], v, t, zero);
     const D<N> rows = v.hi + (v.lo + higher);
     return select(in_series, series, rows);
 }
@@ -212,13 +257,13 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     D<N> y = 1.0 + ax;
     y = y * y;
     const U<N> row = (bitcast<uint64_t>(y * y) >> 52) - uint64_t{1023};
-    const U<N> idx = row * uint64_t{kErfcRowSize};
-    const double* base = &rows[0].minus_c;
-    const PairV<N> t = two_sum(ax, gather(base, idx));
-    D<N> q = gather(base + 22, idx);
-    for (int k = 21; k >= 13; --k) q = fma(q, t.hi, gather(base + k, idx));
+    D<N> c[kErfcRowSize];  // ErfcRow's fields in order
+    read_rows(&rows[0].minus_c, row, c);
+    const PairV<N> t = two_sum(ax, c[0]);
+    D<N> q = c[22];
+    for (int k = 21; k >= 13; --k) q = fma(q, t.hi, c[k]);
     PairV<N> p{q, D<N>{}};
-    for (int k = 5; k >= 0; --k) p = add_times(base + 1 + 2 * k, idx, p, t.hi, t.lo);
+    for (int k = 5; k >= 0; --k) p = add_times(c[1 + 2 * k], c[2 + 2 * k], p, t.hi, t.lo);
 
     // exp(-x^2) as 2^e (eh + el).
     const D<N> square = ax * ax;
@@ -227,12 +272,12 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     const D<N> nf = shifted - kShifter;
     const PairV<N> r = two_sum(fnma(nf, broadcast<D<N>>(kLn2Over64Hi), -square),
                                fnma(nf, broadcast<D<N>>(kLn2Over64Lo), -square_lo));
-    const double* c = ed::erfcExpPoly;
-    const D<N> poly = fma(r.hi, fma(r.hi, fma(r.hi, fma(r.hi, c[4], c[3]), c[2]), c[1]), c[0]);
+    const double* ep = ed::erfcExpPoly;
+    const D<N> poly = fma(r.hi, fma(r.hi, fma(r.hi, fma(r.hi, ep[4], ep[3]), ep[2]), ep[1]), ep[0]);
     const D<N> e = r.hi + fma(r.hi * r.hi, poly, r.lo);
     const U<N> n = bitcast<uint64_t>(shifted) - kShifterBits;  // wraps for negative n
     const U<N> j = (n & uint64_t{63}) * uint64_t{2};
-    const D<N> ph = gather(&ed::erfcExp2[0].hi, j), pl = gather(&ed::erfcExp2[0].lo, j);
+    const D<N> ph = gather4(&ed::erfcExp2[0].hi, j), pl = gather4(&ed::erfcExp2[0].lo, j);
     const MaskOf<double, N> scaled = compare<Cmp::Gt>(row, kLastDirectRow);
     const D<N> eh = select(scaled, ph, broadcast<D<N>>(1.0));
     const D<N> el = select(scaled, fma(ph, e, fma(pl, e, pl)), D<N>{});
