@@ -29,10 +29,8 @@ static_assert(sizeof(ErfcRow) == 23 * sizeof(double), "a row of 23 doubles");
 extern const ErfRow erfRows[22];
 extern const Pair erfSeriesLead[2];
 extern const double erfSeries[5];
-extern const double erfcExpPoly[5];
 extern const ErfcRow erfcRows[20];
 extern const ErfcRow erfcRowsSingle[20];
-extern const Pair erfcExp2[64];
 
 // erf(x) of a finite nonzero double: the baseline's rounding.
 double erf_scalar(double x);

@@ -38,6 +38,7 @@
 
 #include "frame/class_frame.h"
 #include "vecmath/erf_shared.h"
+#include "vecmath/explog_shared.h"
 #include "vecmath/kernel_table.h"
 #include "vecmath/simd/lanes.h"
 
@@ -49,6 +50,7 @@ using namespace simd;
 using namespace lanes;
 using class_frame::Arrays;
 namespace ed = erfdata;
+namespace ex = explog;
 
 #define XEB_INLINE [[gnu::always_inline]] inline
 
@@ -76,12 +78,14 @@ constexpr uint64_t kFirstRowHigh = 0x3FC00000;  // high word of 0.125; 2^18 of i
 constexpr int kErfRowSize = 19, kErfcRowSize = 23;  // doubles
 constexpr uint64_t kLastDirectRow = 5;              // Erfc rows up to here expand erfc itself
 
-constexpr double k64OverLn2 = 0x1.71547652b82fep+6;
-constexpr double kLn2Over64Hi = 0x1.62e42fefap-7;  // 36 bits: n times it is exact
-constexpr double kLn2Over64Lo = 0x1.cf79abc9e3b3ap-46;
 constexpr double kShifter = 0x1.8p52;  // its low bits take n
-constexpr uint64_t kShifterBits = 0x4338000000000000ull;
-constexpr uint64_t kExponentBias = 2048 * 64;  // n + it is positive for every n here
+constexpr uint64_t kExponentField = 0xFFF0000000000000ull;
+constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
+// 1/2!, 1/3!, ..., 1/9!: e^r - 1 - r - r^2 E(r) below 2^-77 |r| on
+// |r| <= ln 2/32.
+constexpr double kExpTaylor[8] = {0x1p-1, 0x1.5555555555555p-3, 0x1.5555555555555p-5, 0x1.1111111111111p-7,
+                                  0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-13, 0x1.a01a01a01a01ap-16,
+                                  0x1.71de3a556c734p-19};
 
 // a + b = hi + lo exactly.
 template <int N>
@@ -140,14 +144,6 @@ XEB_INLINE void read_rows(const double* base, U<N> row, D<N> (&col)[Cols]) {
         transpose_from<1>(r);
         for (int k = 0; k < N; ++k) col[j + k] = r[k];
     }
-}
-
-// table[idx] per lane: gathers of four lanes, which cost less per lane
-// than those of eight here.
-template <int N>
-XEB_INLINE D<N> gather4(const double* table, U<N> idx) {
-    if constexpr (N > 4) return join(gather4(table, half<0>(idx)), gather4(table, half<1>(idx)));
-    else return gather(table, idx);
 }
 
 // ---------------------------------------------------------------- erf
@@ -265,24 +261,31 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     PairV<N> p{q, D<N>{}};
     for (int k = 5; k >= 0; --k) p = add_times(c[1 + 2 * k], c[2 + 2 * k], p, t.hi, t.lo);
 
-    // exp(-x^2) as 2^e (eh + el).
+    // exp(-x^2) = 2^(n/16) e^r as eh + el, n = round(-x^2 16/ln 2): the
+    // exponential's 16 rows of the class kernels, H (1 + tail) = 2^(i/16)
+    // and its scale bits, and e^r - 1 = r + r^2 E(r), E from Taylor.
     const D<N> square = ax * ax;
     const D<N> square_lo = fms(ax, ax, square);
-    const D<N> shifted = fnma(square, broadcast<D<N>>(k64OverLn2), broadcast<D<N>>(kShifter));
+    const D<N> shifted = fnma(square, broadcast<D<N>>(ex::expInvLn2N), broadcast<D<N>>(kShifter));
     const D<N> nf = shifted - kShifter;
-    const PairV<N> r = two_sum(fnma(nf, broadcast<D<N>>(kLn2Over64Hi), -square),
-                               fnma(nf, broadcast<D<N>>(kLn2Over64Lo), -square_lo));
-    const double* ep = ed::erfcExpPoly;
-    const D<N> poly = fma(r.hi, fma(r.hi, fma(r.hi, fma(r.hi, ep[4], ep[3]), ep[2]), ep[1]), ep[0]);
-    const D<N> e = r.hi + fma(r.hi * r.hi, poly, r.lo);
-    const U<N> n = bitcast<uint64_t>(shifted) - kShifterBits;  // wraps for negative n
-    const U<N> j = (n & uint64_t{63}) * uint64_t{2};
-    const D<N> ph = gather4(&ed::erfcExp2[0].hi, j), pl = gather4(&ed::erfcExp2[0].lo, j);
+    const PairV<N> r = two_sum(fnma(nf, broadcast<D<N>>(ex::expLn2HiN), -square),
+                               fnma(nf, broadcast<D<N>>(ex::expLn2LoN), -square_lo));
+    const D<N> r2 = r.hi * r.hi;
+    const double* E = kExpTaylor;
+    const D<N> poly = fma(r2 * r2, fma(r2, fma(r.hi, E[7], E[6]), fma(r.hi, E[5], E[4])),
+                          fma(r2, fma(r.hi, E[3], E[2]), fma(r.hi, E[1], E[0])));
+    const D<N> beyond = fma(r2, poly, r.lo);  // e^r - 1 - r.hi
+    const U<N> k = bitcast<uint64_t>(shifted);
+    // 2^(n >> 4) apart, so that nothing before the last product leaves
+    // the normal range.
+    const D<N> h = bitcast<double>(lookup<16>(ex::expScaleBits, k) + ((k & uint64_t{15}) << 48));
+    const D<N> tail = lookup<16>(ex::expTail, k);
     const MaskOf<double, N> scaled = compare<Cmp::Gt>(row, kLastDirectRow);
-    const D<N> eh = select(scaled, ph, broadcast<D<N>>(1.0));
-    const D<N> el = select(scaled, fma(ph, e, fma(pl, e, pl)), D<N>{});
-    const U<N> exponent = (((n + kExponentBias) >> 6) + (uint64_t{1023} - 2048)) << 52;
-    const D<N> scale = bitcast<double>(select(scaled, exponent, bitcast<uint64_t>(broadcast<D<N>>(1.0))));
+    const D<N> eh = select(scaled, h, broadcast<D<N>>(1.0));
+    // H (1 + tail) e^r - H = H r.hi + H (beyond + tail (1 + r.hi)), rounded once.
+    const D<N> el = select(scaled, fma(h, r.hi, h * (beyond + fma(tail, r.hi, tail))), D<N>{});
+    const U<N> exponent = ((k << 48) & kExponentField) + kOneBits;
+    const D<N> scale = bitcast<double>(select(scaled, exponent, U<N>{} + kOneBits));
 
     // P times it, as a pair.
     const D<N> m = p.hi * eh;
