@@ -76,7 +76,8 @@ constexpr double kErfcRowsEnd = 0x1.a8b12fc6e4892p+4;           // 26.5432584542
 constexpr double kErfcRowsEndSingle = 0x1.41bbf700dc3fbp+3;     // 10.054194928818097
 constexpr uint64_t kFirstRowHigh = 0x3FC00000;  // high word of 0.125; 2^18 of it per row
 constexpr int kErfRowSize = 19, kErfcRowSize = 23;  // doubles
-constexpr uint64_t kLastDirectRow = 5;              // Erfc rows up to here expand erfc itself
+constexpr uint64_t kLastDirectRow = 5;
+constexpr int kPairOrders = 5, kPairOrdersSingle = 0;  // Erfc's orders summed as pairs              // Erfc rows up to here expand erfc itself
 
 constexpr double kShifter = 0x1.8p52;  // its low bits take n
 constexpr uint64_t kExponentField = 0xFFF0000000000000ull;
@@ -241,7 +242,7 @@ struct ErfS {
 // |x| at most `clamp`.
 // Lanes bound for the one-element path (from `rows_end`, NaNs) take 1 and
 // read the rows in bounds.
-template <int N>
+template <int PairOrders, int N>
 XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double rows_end) {
     const U<N> b = bitcast<uint64_t>(x);
     const MaskOf<double, N> negative = compare<Cmp::Lt>(x, 0.0);
@@ -258,8 +259,9 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     const PairV<N> t = two_sum(ax, c[0]);
     D<N> q = c[22];
     for (int k = 21; k >= 13; --k) q = fma(q, t.hi, c[k]);
+    for (int k = 5; k >= PairOrders; --k) q = fma(q, t.hi, c[1 + 2 * k]);
     PairV<N> p{q, D<N>{}};
-    for (int k = 5; k >= 0; --k) p = add_times(c[1 + 2 * k], c[2 + 2 * k], p, t.hi, t.lo);
+    for (int k = PairOrders - 1; k >= 0; --k) p = add_times(c[1 + 2 * k], c[2 + 2 * k], p, t.hi, t.lo);
 
     // exp(-x^2) = 2^(n/16) e^r as eh + el, n = round(-x^2 16/ln 2): the
     // exponential's 16 rows of the class kernels, H (1 + tail) = 2^(i/16)
@@ -307,7 +309,7 @@ struct ErfcD {
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
-        return erfc_value(x, ed::erfcRows, 6.0, kErfcRowsEnd);
+        return erfc_value<kPairOrders>(x, ed::erfcRows, 6.0, kErfcRowsEnd);
     }
     static void one(double a, int i, const Arrays<double>& x) {
         if ((bits(a) & kAbs) >= kInfBits) {
@@ -325,7 +327,7 @@ struct ErfcD {
 struct ErfcSingleRows {
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
-        return erfc_value(x, ed::erfcRowsSingle, 4.0, kErfcRowsEndSingle);
+        return erfc_value<kPairOrdersSingle>(x, ed::erfcRowsSingle, 4.0, kErfcRowsEndSingle);
     }
 };
 
