@@ -1,11 +1,13 @@
 // Error function and its complement in the SIMD kernel classes (see
 // frame/class_frame.h for the frame and the recipe), on the baseline's
-// rows (vecmath/erf_tables.inc, through vecmath/erf_shared.h), read by
-// gathers; pairs are formed with fused products (a b - round(a b) exact)
-// where the baseline splits.  The single forms run the double code on
-// their widened arguments and round once to float.
+// rows (vecmath/erf_tables.inc, through vecmath/erf_shared.h): each lane's
+// row is loaded whole and the rows of a register transposed into columns
+// (read_rows), which costs a few shuffles per coefficient where a gather
+// costs tens of cycles.  Pairs are formed with fused products (a b -
+// round(a b) exact) where the baseline splits.  The single forms run the
+// double code on their widened arguments and round once to float.
 //
-// Erf, |x| in [2^-40, 5.9215871957945):
+// Erf, |x| in [2^-40, 5.921587195794508):
 //   below 0.125   2/sqrt(pi) x as an exact pair (the constant's high part)
 //                 + (-2/(3 sqrt(pi)) x^3 + x^5 S(x^2));
 //   above         the row of |x| (four a binade): value + t (slope + t
@@ -15,24 +17,30 @@
 // 2^-69.9; the roundings of t^3 Q(t) (below 0.02 of the result), of x^3
 // in the series (a term below 0.0053 of it) and of the pair steps: below
 // 0.012 ulp together; with the rounding at the store 0.52 ulp, bound 0.6.
+// Single: one more rounding of that double: below 0.51 ulp of a float.
 //
-// Erfc, |x| in [2^-70, 26.5432584542510) (double) or [2^-70, 10.0541954)
-// (single, its own rows): row i = floor(4 log2(1 + |x|)) from the exponent
-// of (1 + |x|)^4; P(t) of degree 15, t = |x| - c as a pair, the orders 0
-// to 5 in pairs.  Rows 6 to 19 approximate exp(x^2) erfc(|x|) and are
-// multiplied by exp(-x^2) = 2^(n >> 6) 2^((n mod 64)/64) e^r as a pair,
-// x^2 = h + l exactly, n = round(-h 64/ln 2), r = -x^2 - n ln 2/64 (|r|
-// at most ln 2/128 and a hair, the polynomial's fit 2^-70.2 there);
-// rows 0 to 5 multiply by the pair (1, 0), which changes nothing.
+// Erfc, |x| in [2^-70, 26.54325845425098) (double) or [2^-70,
+// 10.054194928818097) (single, its own rows): row i = floor(4 log2(1 +
+// |x|)) from the exponent of (1 + |x|)^4; P(t) of degree 15, t = |x| - c
+// as a pair; the double kernel sums orders 0 to 4 as pairs (with order 4
+// plain it reaches 0.68 ulp at the top of row 5), the single one none.  Rows 6 to 19
+// approximate exp(x^2) erfc(|x|) and are multiplied by exp(-x^2) as a
+// pair: x^2 = h + l exactly, n = round(-h 16/ln 2), r = -x^2 - n ln 2/16
+// as a pair (n times the 38-bit high part exact, n below 2^15), the class
+// exponential's 2^(i/16) = H (1 + tail) by register permutes, e^r - 1 = r
+// + r^2 E(r) with E Taylor's to r^9 (2^-77 on |r| <= ln 2/32), and
+// 2^(n >> 4) applied last so that nothing before leaves the normal range.
+// Rows 0 to 5 multiply by the pair (1, 0), which changes nothing.
 // Negative x: 2 - that, with |x| taken at most 6 (double) or 4 (single),
 // where 2 - erfc(|x|) already rounds to 2.
-// Error budget (relative to erfc(|x|)): fits below 2^-62.3; the
-// exponential's roundings below 2^-58.6; the pair steps below 2^-90; with
-// the rounding at the store below 0.53 ulp, bound 0.6.  Single: one more
-// rounding of a double within 0.53 ulp of double, below 0.51 ulp of a
-// float.  Outside these domains (zeros, tiny, beyond the limits, double
-// denormal results, infinities, NaNs) the one-element path hands the
-// value to the baseline's routine, which also decides event 4.
+// Error budget (relative to erfc(|x|)): fits below 2^-62.3; the low part
+// of the exponential rounded once, 2^-53 of a part below 0.022 of it:
+// 2^-58.5; the plain orders' roundings, largest at the top of row 5; with
+// the rounding at the store: bound 0.6, measured 0.55 (docs/accuracy.md).
+// Single: the sum in doubles (2^-45 relative) rounded once to float:
+// below 0.51 ulp.  Outside these domains (zeros, tiny, beyond the limits,
+// double denormal results, infinities, NaNs) the one-element path hands
+// the value to the baseline's routine, which also decides event 4.
 #include <cstdint>
 #include <utility>
 
