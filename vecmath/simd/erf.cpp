@@ -96,6 +96,13 @@ constexpr double kExpTaylor[8] = {0x1p-1, 0x1.5555555555555p-3, 0x1.555555555555
                                   0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-13, 0x1.a01a01a01a01ap-16,
                                   0x1.71de3a556c734p-19};
 
+// Lanes whose |x| lies outside [from, below), bounds as bits: one
+// unsigned compare.
+template <class T, int N, class B>
+MaskOf<T, N> outside(Vec<T, N> x, B from, B below) {
+    return compare<Cmp::Ge>((bitcast<B>(x) & (~B{0} >> 1)) - from, below - from);
+}
+
 // a + b = hi + lo exactly.
 template <int N>
 struct PairV {
@@ -204,7 +211,7 @@ struct ErfD {
 
     template <int N>
     static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>((bitcast<uint64_t>(x) & kAbs) - kErfFrom, kErfBelow - kErfFrom);
+        return outside(x, kErfFrom, kErfBelow);
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
@@ -233,7 +240,7 @@ struct ErfS {
 
     template <int N>
     static MaskOf<float, N> special(F<N> x) {
-        return compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - kErfFromF, kErfBelowF - kErfFromF);
+        return outside(x, kErfFromF, kErfBelowF);
     }
     template <int N>
     XEB_INLINE static F<N> compute(F<N> x) {
@@ -306,6 +313,22 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     return select(negative, below, positive);
 }
 
+// Erfc of an element outside the fast domain: NaNs, infinities here, the
+// rest by the baseline's routine, then event 4 past the upper limit.
+template <class T>
+void erfc_one(T a, int i, const Arrays<T>& x, const char* name) {
+    constexpr bool single = sizeof(T) == sizeof(float);
+    const bool finite = single ? (bits(a) & kAbsF) < kInfF : (bits(a) & kAbs) < kInfBits;
+    if (!finite) {
+        x.y[i] = a != a ? a + a : (a < 0 ? T(2) : T(0));
+        return;
+    }
+    double r;
+    const bool underflow = ed::erfc_scalar(a, single, r);
+    x.y[i] = static_cast<T>(r);
+    if (underflow) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
+}
+
 struct ErfcD {
     using V = D<kNative<double>>;
     static constexpr const char* name = "_xebdErfc_HA";
@@ -313,22 +336,13 @@ struct ErfcD {
 
     template <int N>
     static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>((bitcast<uint64_t>(x) & kAbs) - kErfcFrom, kErfcBelow - kErfcFrom);
+        return outside(x, kErfcFrom, kErfcBelow);
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
         return erfc_value<kPairOrders>(x, ed::erfcRows, 6.0, kErfcRowsEnd);
     }
-    static void one(double a, int i, const Arrays<double>& x) {
-        if ((bits(a) & kAbs) >= kInfBits) {
-            x.y[i] = (bits(a) & kAbs) > kInfBits ? a + a : (a < 0 ? 2.0 : 0.0);
-            return;
-        }
-        double r;
-        const bool underflow = ed::erfc_scalar(a, false, r);
-        x.y[i] = r;
-        if (underflow) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
-    }
+    static void one(double a, int i, const Arrays<double>& x) { erfc_one(a, i, x, name); }
 };
 
 // The single kernel's rows on doubles.
@@ -346,22 +360,13 @@ struct ErfcS {
 
     template <int N>
     static MaskOf<float, N> special(F<N> x) {
-        return compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - kErfcFromF, kErfcBelowF - kErfcFromF);
+        return outside(x, kErfcFromF, kErfcBelowF);
     }
     template <int N>
     XEB_INLINE static F<N> compute(F<N> x) {
         return on_halves<ErfcSingleRows>(x);
     }
-    static void one(float a, int i, const Arrays<float>& x) {
-        if ((bits(a) & kAbsF) >= kInfF) {
-            x.y[i] = (bits(a) & kAbsF) > kInfF ? a + a : (a < 0 ? 2.0f : 0.0f);
-            return;
-        }
-        double r;
-        const bool underflow = ed::erfc_scalar(a, true, r);
-        x.y[i] = static_cast<float>(r);
-        if (underflow) class_frame::raise(XEB_STATUS_TOOSMALL, i, x, name);
-    }
+    static void one(float a, int i, const Arrays<float>& x) { erfc_one(a, i, x, name); }
 };
 
 }  // namespace
