@@ -1,6 +1,7 @@
 // Writes vecmath/explog_vector_tables.inc: the tables and polynomial
 // coefficients of the exponential and logarithms of the SIMD kernel
-// classes (vecmath/simd/explog.cpp).  Every value is computed with MPFR at
+// classes (vecmath/simd/explog.cpp), and vecmath/pow_vector_tables.inc,
+// those of their double power (vecmath/simd/power.cpp).  Every value is computed with MPFR at
 // 256 bits and rounded once to its format; each polynomial interpolates
 // its function at the Chebyshev points of its interval (within a small
 // factor of the minimax error) and its measured error, with the
@@ -336,6 +337,94 @@ void logarithms(FILE* o) {
     scalar(o, "float", "log10eF", to_float(l10e), "log10(e)");
 }
 
+
+// ---------------------------------------------------------------- double power
+
+// Row j of the power's logarithm covers the significands whose patterns lie
+// in [kPowOffset + j 2^45, kPowOffset + (j + 1) 2^45): 128 rows over
+// [0.7012, 1.4023), row 76 from 1 - 2^-9 to 1 + 2^-8 (c = 1 there).
+constexpr uint64_t kPowOffset = 0x3FF0000000000000ull - (uint64_t{76} << 45) - (uint64_t{1} << 44);
+constexpr int kPowOneRow = 76;
+
+// (log1p(r) - r + r^2/2) / r^3.
+void log_cubic(Big& out, const Big& r) {
+    Big t;
+    mpfr_log1p(out.v, r.v, MPFR_RNDN);
+    mpfr_sub(out.v, out.v, r.v, MPFR_RNDN);
+    mpfr_sqr(t.v, r.v, MPFR_RNDN);
+    mpfr_div_2ui(t.v, t.v, 1, MPFR_RNDN);
+    mpfr_add(out.v, out.v, t.v, MPFR_RNDN);
+    mpfr_pow_ui(t.v, r.v, 3, MPFR_RNDN);
+    mpfr_div(out.v, out.v, t.v, MPFR_RNDN);
+}
+
+void power(FILE* o) {
+    std::fprintf(o, "// Tables and coefficients of the double power of the SIMD kernel classes\n"
+                    "// (vecmath/simd/power.cpp), declared in vecmath/power.h.\n\n");
+    const Big l2 = ln2();
+    Big t, e, lc, r;
+    std::fprintf(o, "// ---- log x = k ln 2 + log c + log1p(r), x = 2^k z, z in row j (bits 45 to 51 of\n"
+                    "// the offset pattern), r = z powInvC[j] - 1, log c = powLogC[j] + powLogCLo[j]\n"
+                    "// (together within 2^-106 of it); 1/c the double nearest 1/(row centre), c = 1\n"
+                    "// in row 76, around 1.\n\n");
+    std::vector<double> inv, logc, logc_lo;
+    double rmin = 0, rmax = 0;
+    for (int j = 0; j < 128; ++j) {
+        const double zlo = from_bits(kPowOffset + (static_cast<uint64_t>(j) << 45));
+        const double zhi = from_bits(kPowOffset + (static_cast<uint64_t>(j + 1) << 45));
+        const double invc = j == kPowOneRow ? 1.0 : 2.0 / (zlo + zhi);
+        mpfr_set_d(t.v, invc, MPFR_RNDN);
+        mpfr_log(lc.v, t.v, MPFR_RNDN);
+        mpfr_neg(lc.v, lc.v, MPFR_RNDN);
+        const double hi = to_double(lc);
+        mpfr_sub_d(e.v, lc.v, hi, MPFR_RNDN);
+        inv.push_back(invc);
+        logc.push_back(hi);
+        logc_lo.push_back(to_double(e));
+        for (double z : {zlo, zhi}) {
+            mpfr_set_d(r.v, z, MPFR_RNDN);
+            mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
+            mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
+            rmin = std::min(rmin, to_double(r));
+            rmax = std::max(rmax, to_double(r));
+        }
+    }
+    row(o, "double", "powInvC", inv, 4);
+    row(o, "double", "powLogC", logc, 4);
+    row(o, "double", "powLogCLo", logc_lo, 4);
+    std::fprintf(o, "// r lies in [%a, %a].\n", rmin, rmax);
+    const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
+    fitted<double>(o, "powLogPoly", log_cubic, lo, hi, 6,
+                   "(log1p(r) - r + r^2/2) / r^3 ~ powLogPoly[0] + ... + powLogPoly[5] r^5");
+    std::fprintf(o, "\n// ---- e^w = 2^(k/128) e^r, k = round(128 w / ln 2), r = w - k ln2/128\n\n");
+    mpfr_ui_div(t.v, 128, l2.v, MPFR_RNDN);
+    scalar(o, "double", "powInvLn2N", to_double(t), "128 / ln 2");
+    mpfr_div_ui(t.v, l2.v, 128, MPFR_RNDN);
+    const double ln2n = to_double(t);
+    mpfr_sub_d(e.v, t.v, ln2n, MPFR_RNDN);
+    scalar(o, "double", "powLn2HiN", ln2n, "ln 2 / 128");
+    scalar(o, "double", "powLn2LoN", to_double(e), "ln 2 / 128 - powLn2HiN");
+    const double reach = ln2n / 2 * (1 + 0x1p-20);
+    fitted<double>(o, "powExpPoly", exp_quotient, -reach, reach, 5,
+                   "(e^r - 1 - r) / r^2 ~ powExpPoly[0] + ... + powExpPoly[4] r^4");
+    std::vector<double> tail;
+    std::vector<uint64_t> scale;
+    for (int i = 0; i < 128; ++i) {
+        mpfr_set_si(t.v, i, MPFR_RNDN);
+        mpfr_div_ui(t.v, t.v, 128, MPFR_RNDN);
+        mpfr_exp2(t.v, t.v, MPFR_RNDN);
+        const double h = to_double(t);
+        mpfr_sub_d(e.v, t.v, h, MPFR_RNDN);
+        mpfr_div_d(e.v, e.v, h, MPFR_RNDN);
+        tail.push_back(to_double(e));
+        scale.push_back(bits_of(h) - (static_cast<uint64_t>(i) << 45));
+    }
+    std::fprintf(o, "// 2^(i/128) = H_i (1 + powExpTail[i]), H_i the double nearest; powScaleBits[i]\n"
+                    "// is H_i's bits less i << 45.\n");
+    row(o, "double", "powExpTail", tail, 4);
+    row(o, "uint64_t", "powScaleBits", scale, 4);
+}
+
 void generate(FILE* o) {
     std::fprintf(o, "// Tables and coefficients of the exponential and logarithms of the SIMD kernel\n"
                     "// classes (vecmath/simd/explog.cpp), declared in vecmath/explog_shared.h.\n\n");
@@ -346,5 +435,5 @@ void generate(FILE* o) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return write_or_check(argc, argv, "explog_vector_tables", {{"vecmath/explog_vector_tables.inc", generate}});
+    return write_or_check(argc, argv, "explog_vector_tables", {{"vecmath/explog_vector_tables.inc", generate}, {"vecmath/pow_vector_tables.inc", power}});
 }
