@@ -1,7 +1,7 @@
 // Writes vecmath/explog_vector_tables.inc: the tables and polynomial
 // coefficients of the exponential and logarithms of the SIMD kernel
 // classes (vecmath/simd/explog.cpp), and vecmath/pow_vector_tables.inc,
-// those of their double power (vecmath/simd/power.cpp).  Every value is computed with MPFR at
+// the logarithm of their double power (vecmath/simd/power.cpp).  Every value is computed with MPFR at
 // 256 bits and rounded once to its format; each polynomial interpolates
 // its function at the Chebyshev points of its interval (within a small
 // factor of the minimax error) and its measured error, with the
@@ -361,7 +361,6 @@ void log_cubic(Big& out, const Big& r) {
 void power(FILE* o) {
     std::fprintf(o, "// Tables and coefficients of the double power of the SIMD kernel classes\n"
                     "// (vecmath/simd/power.cpp), declared in vecmath/power.h.\n\n");
-    const Big l2 = ln2();
     Big t, e, lc, r;
     std::fprintf(o, "// ---- log x = k ln 2 + log c + log1p(r), x = 2^k z, z in row j (bits 45 to 51 of\n"
                     "// the offset pattern), r = z powInvC[j] - 1, log c = powLogC[j] + powLogCLo[j]\n"
@@ -396,33 +395,6 @@ void power(FILE* o) {
     const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
     fitted<double>(o, "powLogPoly", log_cubic, lo, hi, 6,
                    "(log1p(r) - r + r^2/2) / r^3 ~ powLogPoly[0] + ... + powLogPoly[5] r^5");
-    std::fprintf(o, "\n// ---- e^w = 2^(k/128) e^r, k = round(128 w / ln 2), r = w - k ln2/128\n\n");
-    mpfr_ui_div(t.v, 128, l2.v, MPFR_RNDN);
-    scalar(o, "double", "powInvLn2N", to_double(t), "128 / ln 2");
-    mpfr_div_ui(t.v, l2.v, 128, MPFR_RNDN);
-    const double ln2n = to_double(t);
-    mpfr_sub_d(e.v, t.v, ln2n, MPFR_RNDN);
-    scalar(o, "double", "powLn2HiN", ln2n, "ln 2 / 128");
-    scalar(o, "double", "powLn2LoN", to_double(e), "ln 2 / 128 - powLn2HiN");
-    const double reach = ln2n / 2 * (1 + 0x1p-20);
-    fitted<double>(o, "powExpPoly", exp_quotient, -reach, reach, 5,
-                   "(e^r - 1 - r) / r^2 ~ powExpPoly[0] + ... + powExpPoly[4] r^4");
-    std::vector<double> tail;
-    std::vector<uint64_t> scale;
-    for (int i = 0; i < 128; ++i) {
-        mpfr_set_si(t.v, i, MPFR_RNDN);
-        mpfr_div_ui(t.v, t.v, 128, MPFR_RNDN);
-        mpfr_exp2(t.v, t.v, MPFR_RNDN);
-        const double h = to_double(t);
-        mpfr_sub_d(e.v, t.v, h, MPFR_RNDN);
-        mpfr_div_d(e.v, e.v, h, MPFR_RNDN);
-        tail.push_back(to_double(e));
-        scale.push_back(bits_of(h) - (static_cast<uint64_t>(i) << 45));
-    }
-    std::fprintf(o, "// 2^(i/128) = H_i (1 + powExpTail[i]), H_i the double nearest; powScaleBits[i]\n"
-                    "// is H_i's bits less i << 45.\n");
-    row(o, "double", "powExpTail", tail, 4);
-    row(o, "uint64_t", "powScaleBits", scale, 4);
 }
 
 void generate(FILE* o) {

@@ -1,8 +1,6 @@
 // Internal pieces of the power kernels that tests reach directly.
 #pragma once
 
-#include <cstdint>
-
 namespace xeb {
 
 // Classification of an exponent: 0 not an integer (infinities and NaNs
@@ -25,13 +23,11 @@ using PowSpecial = PowSpecialOf<float>;
 PowSpecial powSpecialS(float x, float y);
 PowSpecialOf<double> powSpecialD(double x, double y);
 
-// The double power of the SIMD kernel classes (tools/explog_vector_tables
-// generates them into pow_vector_tables.inc): log x = k ln 2 + log c +
-// log1p(r) over 128 rows, e^w = 2^(k/128) e^r; see the generated file.
+// The logarithm of the double power of the SIMD kernel classes
+// (tools/explog_vector_tables generates them into pow_vector_tables.inc):
+// log x = k ln 2 + log c + log1p(r) over 128 rows; see the generated file.
 namespace powv {
 extern const double powInvC[128], powLogC[128], powLogCLo[128], powLogPoly[6];
-extern const double powInvLn2N, powLn2HiN, powLn2LoN, powExpPoly[5], powExpTail[128];
-extern const uint64_t powScaleBits[128];
 }  // namespace powv
 
 }  // namespace xeb

@@ -14,14 +14,15 @@
 // |rh|^3/3 + 2^-52 |ln x|): 2^-70.5; the table's log c pair 2^-106.
 // Below 2^-69.5.  w = y hi + (y lo + the fused product's error): 2^-104 of
 // w.  So w is off by at most 2^-60 absolute (|w| < 745), 2^-60 relative in
-// the result.  e^w: k = round(128 wh / ln 2), r = wh - k ln2/128 (exact by
-// one fused step), rl = wl - k ln2lo/128, 2^(k/128) = 2^(k >> 7) H_i (1 +
-// tail_i):
-//   e^w ~ s + s tmp,  s = 2^(k >> 7) H_i,
-//   tmp = r + (tail_i (1 + r) + rl (1 + r) + r^2 Q(r)),  |r| <= ln2/256.
-// Q's fit 2^-58.9 times r^2: 2^-76; the roundings inside tmp below
-// 2^-62.4 relative; the final fused s + s tmp 0.5 ulp.  Total, with the
-// error of w: below 0.5 + 0.003 + 0.008 + 0.001 = 0.52 ulp.  Bound 0.6.
+// the result.  e^w on the double exponential's terms (explog_core.h): k =
+// round(16 wh / ln 2), w - k ln2/16 = r + rl by a fused step (exact) and a
+// two-sum, 2^(k/16) = 2^(k >> 4) H_i (1 + tail_i):
+//   e^w ~ s + s tmp,  s = 2^(k >> 4) H_i,
+//   tmp = r + (tail_i (1 + r) + r^2 q(r) + rl),  |r| <= ln2/32.
+// q's fit 2^-64 absolute; rl (1 + r) - rl below 2^-58 |r|; the roundings
+// inside the bracket 2^-65; that of tmp 2^-58.4 relative; the final fused
+// s + s tmp 0.5 ulp.  Total, with the error of w: below 0.5 + 0.024 +
+// 0.008 + 0.002 = 0.535 ulp (0.515 measured).  Bound 0.6.
 // |wh| from 708 (results near the ends of the range) goes through the same
 // terms with the scale shifted by 2^1009 or 2^-1022 in the vector code (w
 // clamped to +-800, where the result is infinite or zero anyway); a
@@ -167,20 +168,21 @@ struct PowExpTerms {
 
 template <int N>
 XEB_INLINE PowExpTerms<N> pow_exp_terms(D<N> wh, D<N> wl) {
-    constexpr double kShift = 0x1.8p52;
-    const D<N> shifted = fma(wh, pv::powInvLn2N, kShift);
+    using E = ExpData<double>;
+    const D<N> shifted = fma(wh, E::inv_ln2_n, E::kShift);
     const U<N> k = bitcast<uint64_t>(shifted);
-    const D<N> kd = shifted - kShift;
-    const D<N> r = fnma(kd, broadcast<D<N>>(pv::powLn2HiN), wh);  // exact
-    const D<N> rl = fnma(kd, broadcast<D<N>>(pv::powLn2LoN), wl);
-    const U<N> i = k & kPowRows;
-    const D<N> tail = gather(pv::powExpTail, i);
+    const D<N> kd = shifted - E::kShift;
+    // w - k ln2/16 = r + rl: the first part exact (a fused step, below
+    // 2^-5.4), the second up to 2^-28, their sum split again by a two-sum.
+    const D<N> r0 = fnma(kd, broadcast<D<N>>(E::ln2_hi_n), wh);
+    const D<N> r1 = fnma(kd, broadcast<D<N>>(E::ln2_lo_n), wl);
+    const D<N> r = r0 + r1;
+    const D<N> v = r - r0;
+    const D<N> rl = (r0 - (r - v)) + (r1 - v);
+    const D<N> tail = lookup<16>(E::tail, k);
     const D<N> r2 = r * r;
-    const double* c = pv::powExpPoly;
-    const D<N> qr = fma(r2, fma(r2, c[4], fma(r, c[3], c[2])), fma(r, c[1], c[0]));
-    // rl reaches 2^-43 (k ln2lo/128 and wl): its term in e^r is rl (1 + r).
-    const D<N> tmp = r + (fma(tail, r, tail) + fma(r2, qr, fma(rl, r, rl)));
-    return {gather(pv::powScaleBits, i) + (k << 45), tmp};
+    const D<N> tmp = r + (fma(tail, r, tail) + fma(r2, E::q(r, r2), rl));
+    return {scale_bits<double>(k), tmp};
 }
 
 // e^w for |wh| from 708: the scale shifted into range and back.
