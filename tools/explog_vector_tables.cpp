@@ -239,6 +239,18 @@ void exponential(FILE* o) {
     row(o, "uint32_t", "expScaleBitsF", scale_f, 4);
 }
 
+// Widens [rmin, rmax] to the values of r = z invc - 1 at a row's ends.
+void widen_reach(double zlo, double zhi, double invc, double& rmin, double& rmax) {
+    Big r;
+    for (double z : {zlo, zhi}) {
+        mpfr_set_d(r.v, z, MPFR_RNDN);
+        mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
+        mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
+        rmin = std::min(rmin, to_double(r));
+        rmax = std::max(rmax, to_double(r));
+    }
+}
+
 // Row j of the logarithms covers the significands whose bit patterns lie
 // in [kOffset + j 2^48, kOffset + (j + 1) 2^48): [0.703125, 1.40625) in 16
 // rows, half of row 9 on each side of 1.
@@ -270,7 +282,7 @@ void logarithms(FILE* o) {
 
     std::vector<double> inv, logc;
     double rmin = 0, rmax = 0;
-    Big c, lc, r;
+    Big c, lc;
     for (int j = 0; j < 16; ++j) {
         const double zlo = from_bits(kOffset + (static_cast<uint64_t>(j) << 48));
         const double zhi = from_bits(kOffset + (static_cast<uint64_t>(j + 1) << 48));
@@ -295,13 +307,7 @@ void logarithms(FILE* o) {
         }
         inv.push_back(invc);
         logc.push_back(best);
-        for (double z : {zlo, zhi}) {
-            mpfr_set_d(r.v, z, MPFR_RNDN);
-            mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
-            mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
-            rmin = std::min(rmin, to_double(r));
-            rmax = std::max(rmax, to_double(r));
-        }
+        widen_reach(zlo, zhi, invc, rmin, rmax);
     }
     row(o, "double", "logInvC", inv, 4);
     row(o, "double", "logLogC", logc, 4);
@@ -361,7 +367,7 @@ void log_cubic(Big& out, const Big& r) {
 void power(FILE* o) {
     std::fprintf(o, "// Tables and coefficients of the double power of the SIMD kernel classes\n"
                     "// (vecmath/simd/power.cpp), declared in vecmath/power.h.\n\n");
-    Big t, e, lc, r;
+    Big t, e, lc;
     std::fprintf(o, "// ---- log x = k ln 2 + log c + log1p(r), x = 2^k z, z in row j (bits 45 to 51 of\n"
                     "// the offset pattern), r = z powInvC[j] - 1, log c = powLogC[j] + powLogCLo[j]\n"
                     "// (together within 2^-106 of it); 1/c the double nearest 1/(row centre), c = 1\n"
@@ -380,13 +386,7 @@ void power(FILE* o) {
         inv.push_back(invc);
         logc.push_back(hi);
         logc_lo.push_back(to_double(e));
-        for (double z : {zlo, zhi}) {
-            mpfr_set_d(r.v, z, MPFR_RNDN);
-            mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
-            mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
-            rmin = std::min(rmin, to_double(r));
-            rmax = std::max(rmax, to_double(r));
-        }
+        widen_reach(zlo, zhi, invc, rmin, rmax);
     }
     row(o, "double", "powInvC", inv, 4);
     row(o, "double", "powLogC", logc, 4);
