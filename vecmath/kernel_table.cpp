@@ -32,6 +32,9 @@ constexpr KernelTable baseline_table() {
     t.sPow_21 = t.sPow_11 = baseline::sPow_21;
     t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
     t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
+    t.dAsin_HA = t.dAsin_50 = baseline::dAsin_HA;
+    t.dAcos_HA = t.dAcos_50 = baseline::dAcos_HA;
+    t.dAtan_HA = t.dAtan_50 = baseline::dAtan_HA;
     return t;
 }
 

@@ -34,6 +34,8 @@ struct KernelTable {
     Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
     WithScalar<double> dPowx_HA, dPowx_50;
     WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
+    // Inverse trigonometric functions.
+    Unary<double> dAsin_HA, dAsin_50, dAcos_HA, dAcos_50, dAtan_HA, dAtan_50;
 };
 
 // The table of the class in use.
@@ -75,4 +77,7 @@ void sPow_HA(int n, const float* a, const float* b, float* r);
 void sPow_21(int n, const float* a, const float* b, float* r);
 void dPowx_HA(int n, const double* a, double b, double* r);
 void sPowx_HA(int n, const float* a, float b, float* r);
+void dAsin_HA(int n, const double* a, double* r);
+void dAcos_HA(int n, const double* a, double* r);
+void dAtan_HA(int n, const double* a, double* r);
 }  // namespace xeb::baseline
