@@ -70,6 +70,12 @@ constexpr uint64_t kDefaultNaNBits = 0xFFF8000000000000ull;  // the x87's square
 constexpr double kHalfPiHi = 0x1.921fb54442d18p+0, kHalfPiLo = 0x1.1a62633145c07p-54;
 constexpr double kPiHi = 0x1.921fb54442d18p+1, kPiLo = 0x1.1a62633145c07p-53;
 
+// Lanes whose magnitude's bits are Limit or more.
+template <uint64_t Limit, int N>
+MaskOf<double, N> magnitude_from(D<N> x) {
+    return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, broadcast<U<N>>(Limit));
+}
+
 template <int N>
 XEB_INLINE D<N> sign_flip(D<N> v, MaskOf<double, N> m) {
     return bitcast<double>(bitcast<uint64_t>(v) ^ select(m, broadcast<U<N>>(kSignBit), broadcast<U<N>>(0)));
@@ -95,9 +101,7 @@ struct ArcSineK {
     static constexpr double filler = 0.0;
 
     template <int N>
-    static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, broadcast<U<N>>(kOneBits));
-    }
+    static MaskOf<double, N> special(D<N> x) { return magnitude_from<kOneBits>(x); }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
         const D<N> zero = broadcast<D<N>>(0.0);
@@ -181,9 +185,7 @@ struct AtanK {
     static constexpr double filler = 0.0;
 
     template <int N>
-    static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, broadcast<U<N>>(kInfBits));
-    }
+    static MaskOf<double, N> special(D<N> x) { return magnitude_from<kInfBits>(x); }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x) {
         const U<N> sign = bitcast<uint64_t>(x) & kSignBit;
