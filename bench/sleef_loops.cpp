@@ -191,6 +191,24 @@ SleefFamily erf_family(bool wide, bool complement) {
     return {};
 }
 
+// Asin, Acos, Atan in the class's instruction set.
+#define XEB_SLEEF_ROW(f, w)                                                                                          \
+    w ? SleefFamily{&over_array<double, __m512d, 8, Sleef_##f##d8_u10avx512f>,                                        \
+                    &over_array<double, __m512d, 8, Sleef_##f##d8_u35avx512f>,                                        \
+                    &over_array<float, __m512, 16, Sleef_##f##f16_u10avx512f>,                                        \
+                    &over_array<float, __m512, 16, Sleef_##f##f16_u35avx512f>}                                        \
+      : SleefFamily{&over_array<double, __m256d, 4, Sleef_##f##d4_u10avx2>, &over_array<double, __m256d, 4, Sleef_##f##d4_u35avx2>, \
+                    &over_array<float, __m256, 8, Sleef_##f##f8_u10avx2>, &over_array<float, __m256, 8, Sleef_##f##f8_u35avx2>}
+SleefFamily invtrig_family(const std::string& family, bool wide) {
+    const bool w = wide && avx512();
+    if (!w && !avx2()) return {};
+    if (family == "Asin") return XEB_SLEEF_ROW(asin, w);
+    if (family == "Acos") return XEB_SLEEF_ROW(acos, w);
+    if (family == "Atan") return XEB_SLEEF_ROW(atan, w);
+    return {};
+}
+#undef XEB_SLEEF_ROW
+
 }  // namespace
 
 SleefBinary sleef_binary(const std::string& family, bool wide) {
@@ -209,6 +227,7 @@ SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Sqrt") return sqrt_family(wide);
     if (family == "Cbrt") return cbrt_family(wide);
     if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
+    if (family == "Asin" || family == "Acos" || family == "Atan") return invtrig_family(family, wide);
     return {};
 }
 

@@ -12,6 +12,7 @@ void divide_entries(vm::KernelTable& t);
 void power_entries(vm::KernelTable& t);
 void trig_entries(vm::KernelTable& t);
 void erf_entries(vm::KernelTable& t);
+void invtrig_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
     explog_entries(t);
@@ -20,6 +21,7 @@ void fill_kernel_table(vm::KernelTable& t) {
     power_entries(t);
     trig_entries(t);
     erf_entries(t);
+    invtrig_entries(t);
 }
 
 }  // namespace XEB_ISA
