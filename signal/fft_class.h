@@ -19,12 +19,14 @@ struct FftClassTable {
     // One radix-4 pass over groups of 2^s points (s >= 5) of n points in
     // block layout, tab the stage's table; [0] forward, [1] inverse.
     void (*radix4[2])(float* data, int64_t n, int32_t s, const float* tab);
-    // The first pass of the core (radix 8 or 16 over groups of 8 or 16
-    // points, pairs in, block layout out, tab the stage table): the
-    // leading groups in whole registers of groups; returns how many it did
-    // (the baseline does the rest).  [0] forward, [1] inverse.
-    int64_t (*first8[2])(const float* src, float* out, int64_t groups, const float* tab);
-    int64_t (*first16[2])(const float* src, float* out, int64_t groups, const float* tab);
+    // The first pass of the core over n points (radix 16, or 8 when
+    // radix16 is false, tab the stage table), block layout out: from
+    // consecutive pairs (table null) or from the positions the index
+    // table and the four stream offsets give (signal/fft_core.cpp).  It
+    // does the leading groups in whole registers of groups and returns how
+    // many it did; the baseline does the rest.  [0] forward, [1] inverse.
+    int64_t (*first[2])(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
+                        const float* tab, bool radix16);
     // b := a * b ([0]) or a * conj(b) ([1]) on `pairs` complex pairs.
     void (*product[2])(const float* a, float* b, int64_t pairs);
 };

@@ -242,23 +242,26 @@ int32_t log2_of(int64_t n) {
 // 2^k points over n consecutive points (n / 2^k independent transforms).
 template <bool Inv, class Source>
 void core_passes(Source src, float* buf, int64_t n, int32_t k, const float* tw) {
-    // The class in use takes the first pass from pairs, in whole registers
-    // of groups, and the radix-4 passes, where it has them.
+    // The class in use takes the first pass, in whole registers of groups,
+    // and the radix-4 passes, where it has them.
     const FftClassTable& in_class = fft_class_table();
-    constexpr bool pairs = std::is_same_v<Source, PairSource>;
+    const bool radix16 = k % 2 == 0;
+    int64_t done = 0;
+    if (const auto first = in_class.first[Inv ? 1 : 0]) {
+        if constexpr (std::is_same_v<Source, PairSource>)
+            done = first(src.data, nullptr, nullptr, buf, n, tw, radix16);
+        else
+            done = first(src.data, src.table, src.stream, buf, n, tw, radix16);
+    }
     int32_t s;
-    if (k % 2 == 0) {
+    if (radix16) {
         src.group_size = 16;
         src.groups = n / 16;
-        const auto first = in_class.first16[Inv ? 1 : 0];
-        const int64_t done = pairs && first ? first(src.data, buf, n / 16, tw) : 0;
         first_pass16<Inv>(src, buf, n / 16, tw, done);
         s = 4;
     } else {
         src.group_size = 8;
         src.groups = n / 8;
-        const auto first = in_class.first8[Inv ? 1 : 0];
-        const int64_t done = pairs && first ? first(src.data, buf, n / 8, tw) : 0;
         first_pass8<Inv>(src, buf, n / 8, done);
         s = 3;
     }

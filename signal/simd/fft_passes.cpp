@@ -180,6 +180,50 @@ template <int W, int Size>
     }
 }
 
+// The first pass's inputs: groups of Size consecutive pairs, or (Indexed)
+// positions read through the index table, position 4q + r of group g at
+// float table[g Size/4 + q] + stream[r] of the data (fft_core.cpp).
+struct Sources {
+    const float* data;
+    const int32_t* table;  // null: consecutive pairs
+    const int32_t* stream;
+};
+
+// Pairs at lanes' own places: run by run of four lanes, two 64-bit loads
+// per half, the halves split into real and imaginary parts.
+template <int W>
+[[gnu::always_inline]] inline Cx<W> load_scattered(const float* const* at) {
+    if constexpr (W == 1) {
+        V<1> lo, hi;
+        __builtin_memcpy(&lo.v, at[0], 8);
+        __builtin_memcpy(reinterpret_cast<char*>(&lo.v) + 8, at[1], 8);
+        __builtin_memcpy(&hi.v, at[2], 8);
+        __builtin_memcpy(reinterpret_cast<char*>(&hi.v) + 8, at[3], 8);
+        return {{__builtin_shufflevector(lo.v, hi.v, 0, 2, 4, 6)}, {__builtin_shufflevector(lo.v, hi.v, 1, 3, 5, 7)}};
+    } else {
+        const Cx<W / 2> a = load_scattered<W / 2>(at), b = load_scattered<W / 2>(at + 2 * W);
+        return {simd::join(a.re, b.re), simd::join(a.im, b.im)};
+    }
+}
+
+template <int W, int Size>
+[[gnu::always_inline]] inline void load_sources(const Sources& src, int64_t g0, Cx<W>* pts) {
+    if (src.table == nullptr) {
+        load_groups<W, Size>(src.data + 2 * Size * g0, pts);
+        return;
+    }
+    constexpr int quads = Size / 4;
+    for (int q = 0; q < quads; ++q) {
+        const float* base[4 * W];
+        for (int l = 0; l < 4 * W; ++l) base[l] = src.data + src.table[(g0 + l) * quads + q];
+        for (int r = 0; r < 4; ++r) {
+            const float* at[4 * W];
+            for (int l = 0; l < 4 * W; ++l) at[l] = base[l] + src.stream[r];
+            pts[4 * q + r] = load_scattered<W>(at);
+        }
+    }
+}
+
 // Run Q of four lanes stored at p.
 template <int W, int... Q>
 [[gnu::always_inline]] inline void store_runs(float* p, int64_t stride, V<W> v, std::integer_sequence<int, Q...>) {
@@ -208,12 +252,12 @@ template <int W, int Size>
 // Radix 16: two radix-4 layers with one rotation between, the rotations
 // the first 24 floats of the stage table (s = 4).
 template <bool Inv, int W>
-int64_t first_pass16(const float* src, float* out, int64_t groups, const float* tw) {
+int64_t first_pass16(const Sources& src, float* out, int64_t groups, const float* tw) {
     constexpr int N = 4 * W;
     int64_t g0 = 0;
     for (; g0 + N <= groups; g0 += N) {
         Cx<W> pt[16], y[16], x[16];
-        load_groups<W, 16>(src + 32 * g0, pt);
+        load_sources<W, 16>(src, g0, pt);
         for (int q = 0; q < 4; ++q)
             butterfly4<Inv>(pt[4 * q], pt[4 * q + 1], pt[4 * q + 2], pt[4 * q + 3], y[4 * q], y[4 * q + 1],
                             y[4 * q + 2], y[4 * q + 3]);
@@ -236,12 +280,12 @@ constexpr float kCos8[4] = {1.0f, kR8, 0.0f, -kR8};
 constexpr float kNegSin8[4] = {0.0f, -kR8, -1.0f, -kR8};
 
 template <bool Inv, int W>
-int64_t first_pass8(const float* src, float* out, int64_t groups, const float*) {
+int64_t first_pass8(const Sources& src, float* out, int64_t groups) {
     constexpr int N = 4 * W;
     int64_t g0 = 0;
     for (; g0 + N <= groups; g0 += N) {
         Cx<W> pt[8], e[4], o[4], x[8];
-        load_groups<W, 8>(src + 16 * g0, pt);
+        load_sources<W, 8>(src, g0, pt);
         butterfly4<Inv>(pt[0], pt[1], pt[2], pt[3], e[0], e[1], e[2], e[3]);
         butterfly4<Inv>(pt[4], pt[5], pt[6], pt[7], o[0], o[1], o[2], o[3]);
         for (int j = 0; j < 4; ++j) {
@@ -299,6 +343,13 @@ void spectrum_product(const float* a, float* b, int64_t pairs) {
     }
 }
 
+template <bool Inv, int W>
+int64_t first_pass(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
+                   const float* tab, bool radix16) {
+    const Sources src{data, table, stream};
+    return radix16 ? first_pass16<Inv, W>(src, out, n / 16, tab) : first_pass8<Inv, W>(src, out, n / 8);
+}
+
 }  // namespace
 
 void fill_fft_table(sig::FftClassTable& t) {
@@ -308,10 +359,8 @@ void fill_fft_table(sig::FftClassTable& t) {
     // transforms of the blocked recursion have too few groups to fill
     // registers of sixteen, and 512-bit ones gain nothing on the rest.
     constexpr int W = 2;
-    t.first8[0] = first_pass8<false, W>;
-    t.first8[1] = first_pass8<true, W>;
-    t.first16[0] = first_pass16<false, W>;
-    t.first16[1] = first_pass16<true, W>;
+    t.first[0] = first_pass<false, W>;
+    t.first[1] = first_pass<true, W>;
     t.product[0] = spectrum_product<false>;
     t.product[1] = spectrum_product<true>;
 }
