@@ -32,6 +32,19 @@ constexpr KernelTable baseline_table() {
     t.sPow_21 = t.sPow_11 = baseline::sPow_21;
     t.dPowx_HA = t.dPowx_50 = baseline::dPowx_HA;
     t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = baseline::sPowx_HA;
+    t.dSin_HA = t.dSin_50 = baseline::dSin_HA;
+    t.dCos_HA = t.dCos_50 = baseline::dCos_HA;
+    t.dSinCos_HA = t.dSinCos_50 = baseline::dSinCos_HA;
+    t.dTan_HA = baseline::dTan_HA;
+    t.dTan_50 = baseline::dTan_50;
+    t.sSin_HA = baseline::sSin_HA;
+    t.sSin_21 = t.sSin_11 = baseline::sSin_21;
+    t.sCos_HA = baseline::sCos_HA;
+    t.sCos_21 = t.sCos_11 = baseline::sCos_21;
+    t.sSinCos_HA = baseline::sSinCos_HA;
+    t.sSinCos_21 = t.sSinCos_11 = baseline::sSinCos_21;
+    t.sTan_HA = baseline::sTan_HA;
+    t.sTan_21 = t.sTan_11 = baseline::sTan_21;
     return t;
 }
 
