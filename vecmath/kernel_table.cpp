@@ -45,6 +45,10 @@ constexpr KernelTable baseline_table() {
     t.sSinCos_21 = t.sSinCos_11 = baseline::sSinCos_21;
     t.sTan_HA = baseline::sTan_HA;
     t.sTan_21 = t.sTan_11 = baseline::sTan_21;
+    t.dErf_HA = t.dErf_50 = baseline::dErf_HA;
+    t.sErf_HA = t.sErf_21 = t.sErf_11 = baseline::sErf_HA;
+    t.dErfc_HA = t.dErfc_50 = baseline::dErfc_HA;
+    t.sErfc_HA = t.sErfc_21 = t.sErfc_11 = baseline::sErfc_HA;
     return t;
 }
 

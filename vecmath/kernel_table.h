@@ -41,6 +41,9 @@ struct KernelTable {
     TwoOutputs<double> dSinCos_HA, dSinCos_50;
     Unary<float> sSin_HA, sSin_21, sSin_11, sCos_HA, sCos_21, sCos_11, sTan_HA, sTan_21, sTan_11;
     TwoOutputs<float> sSinCos_HA, sSinCos_21, sSinCos_11;
+    // Error function and its complement.
+    Unary<double> dErf_HA, dErf_50, dErfc_HA, dErfc_50;
+    Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
 };
 
 // The table of the class in use.
@@ -95,4 +98,8 @@ void sSinCos_HA(int n, const float* a, float* y, float* z);
 void sSinCos_21(int n, const float* a, float* y, float* z);
 void sTan_HA(int n, const float* a, float* r);
 void sTan_21(int n, const float* a, float* r);
+void dErf_HA(int n, const double* a, double* r);
+void sErf_HA(int n, const float* a, float* r);
+void dErfc_HA(int n, const double* a, double* r);
+void sErfc_HA(int n, const float* a, float* r);
 }  // namespace xeb::baseline

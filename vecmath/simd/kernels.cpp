@@ -11,6 +11,7 @@ void roots_entries(vm::KernelTable& t);
 void divide_entries(vm::KernelTable& t);
 void power_entries(vm::KernelTable& t);
 void trig_entries(vm::KernelTable& t);
+void erf_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
     explog_entries(t);
@@ -18,6 +19,7 @@ void fill_kernel_table(vm::KernelTable& t) {
     divide_entries(t);
     power_entries(t);
     trig_entries(t);
+    erf_entries(t);
 }
 
 }  // namespace XEB_ISA
