@@ -137,8 +137,15 @@ int32_t convolve_overlap_save(const float* lng, int32_t L, const float* sht, int
         // the outputs, since at most N - S + 1 inputs are taken.
         const int64_t overlap = p > 0 ? S - 1 : 0;
         const int64_t count = std::min(std::min(L - p + overlap, int64_t{L}), overlap + step);
-        load_padded(lng + (p - overlap), static_cast<int32_t>(count), seg, n);
-        st = sigFftForwardEdge(seg, seg, plan.p, w);
+        // A whole block is transformed straight from the input (the same
+        // bits as from a copy); a short one is padded with zeros first.
+        const float* from = lng + (p - overlap);
+        if (count == n) {
+            st = sigFftForwardEdge(from, seg, plan.p, w);
+        } else {
+            load_padded(from, static_cast<int32_t>(count), seg, n);
+            st = sigFftForwardEdge(seg, seg, plan.p, w);
+        }
         if (st != SIG_OK) return st;
         sigMulSpectrumEdge(filter, seg, static_cast<int32_t>(n));
         st = sigFftInverseEdge(seg, seg, plan.p, w);

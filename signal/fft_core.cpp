@@ -19,6 +19,9 @@
 #include <xmmintrin.h>
 
 #include <cstring>
+#include <type_traits>
+
+#include "signal/fft_class.h"
 
 namespace xeb::sig {
 namespace {
@@ -164,8 +167,8 @@ inline void store_groups(float* out, int64_t g0, int64_t groups, int32_t group_s
 // Radix 16 (even k): two radix-4 layers with one rotation between, the
 // rotations taken from the first 24 floats of the stage table (s = 4).
 template <bool Inv, class Source>
-void first_pass16(const Source& src, float* out, int64_t groups, const float* tw) {
-    for (int64_t g0 = 0; g0 < groups; g0 += 4) {
+void first_pass16(const Source& src, float* out, int64_t groups, const float* tw, int64_t from) {
+    for (int64_t g0 = from; g0 < groups; g0 += 4) {
         Cx4 pt[16], y[16];
         src.load(g0, pt);
         for (int q = 0; q < 4; ++q)
@@ -189,8 +192,8 @@ constexpr float kNegSin8[4] = {0.0f, -kR8, -1.0f, -kR8};
 
 // Radix 8 (odd k): two 4-point transforms and one radix-2 layer.
 template <bool Inv, class Source>
-void first_pass8(const Source& src, float* out, int64_t groups) {
-    for (int64_t g0 = 0; g0 < groups; g0 += 4) {
+void first_pass8(const Source& src, float* out, int64_t groups, int64_t from) {
+    for (int64_t g0 = from; g0 < groups; g0 += 4) {
         Cx4 pt[8], e[4], o[4], x[8];
         src.load(g0, pt);
         butterfly4<Inv>(pt[0], pt[1], pt[2], pt[3], e[0], e[1], e[2], e[3]);
@@ -239,19 +242,34 @@ int32_t log2_of(int64_t n) {
 // 2^k points over n consecutive points (n / 2^k independent transforms).
 template <bool Inv, class Source>
 void core_passes(Source src, float* buf, int64_t n, int32_t k, const float* tw) {
+    // The class in use takes the first pass, in whole registers of groups,
+    // and the radix-4 passes, where it has them.
+    const FftClassTable& in_class = fft_class_table();
+    const bool radix16 = k % 2 == 0;
+    int64_t done = 0;
+    if (const auto first = in_class.first[Inv ? 1 : 0]) {
+        if constexpr (std::is_same_v<Source, PairSource>)
+            done = first(src.data, nullptr, nullptr, buf, n, tw, radix16);
+        else
+            done = first(src.data, src.table, src.stream, buf, n, tw, radix16);
+    }
     int32_t s;
-    if (k % 2 == 0) {
+    if (radix16) {
         src.group_size = 16;
         src.groups = n / 16;
-        first_pass16<Inv>(src, buf, n / 16, tw);
+        first_pass16<Inv>(src, buf, n / 16, tw, done);
         s = 4;
     } else {
         src.group_size = 8;
         src.groups = n / 8;
-        first_pass8<Inv>(src, buf, n / 8);
+        first_pass8<Inv>(src, buf, n / 8, done);
         s = 3;
     }
-    for (s += 2; s <= k; s += 2) radix4_pass<Inv>(buf, n, s, tw + sigStageOffset(k, s));
+    const auto class_pass = in_class.radix4[Inv ? 1 : 0];
+    for (s += 2; s <= k; s += 2) {
+        if (class_pass) class_pass(buf, n, s, tw + sigStageOffset(k, s));
+        else radix4_pass<Inv>(buf, n, s, tw + sigStageOffset(k, s));
+    }
 }
 
 // Leave the blocks in `data`, as pairs or as they are.

@@ -16,6 +16,7 @@
 
 #include <cstring>
 
+#include "signal/fft_class.h"
 #include "signal/fft_core.h"
 
 namespace xeb::sig {
@@ -326,6 +327,10 @@ namespace {
 // (a.re b.re + a.im b.im, a.im b.re - a.re b.im).
 template <bool Conj>
 void spectrum_product(const float* a, float* b, int64_t pairs) {
+    if (const auto class_product = fft_class_table().product[Conj ? 1 : 0]) {
+        class_product(a, b, pairs);
+        return;
+    }
     int64_t i = 0;
     for (; i + 4 <= pairs; i += 4) {
         __m128 are, aim, bre, bim;

@@ -11,6 +11,7 @@
 #include "signal/fft_core.h"
 #include "signal/fft_plan.h"
 #include "support/scale.h"
+#include "support/kernel_class.h"
 #include "support/signals.h"
 
 namespace {
@@ -317,3 +318,62 @@ TEST(FftTransform, SharedPlanAcrossThreads) {
 }
 
 }  // namespace
+// ---- kernel classes -----------------------------------------------------------
+
+// Spectrum products round each product before the sum in every class, so
+// they give the baseline's bits, whatever the length's tail; the class's
+// transforms (fused twiddle products) stay within a few roundings of the
+// baseline's, relative to the largest value, at every path (index table,
+// one core, halving, blocking levels), and AVX2 and AVX-512 give the same
+// bits.
+TEST(FftClasses, AgainstBaseline) {
+    std::mt19937 gen(17);
+    std::uniform_real_distribution<float> u(-4, 4);
+    struct Products {
+        std::vector<float> edge, conj;
+    };
+    auto products = [&](int32_t n) {
+        std::vector<float> a(n), b(n);
+        for (auto& v : a) v = u(gen);
+        for (auto& v : b) v = u(gen);
+        Products p{b, b};
+        EXPECT_EQ(sigMulSpectrumEdge(a.data(), p.edge.data(), n), SIG_OK);
+        EXPECT_EQ(sigMulConjSpectrumOrdered(a.data(), p.conj.data(), n), SIG_OK);
+        return p;
+    };
+    const int32_t lengths[] = {1, 2, 3, 9, 34, 35, 101, 4096};
+    const int top = xt::test_scale() < 1 ? 16 : 18;
+    std::vector<Products> base_products;
+    std::vector<std::vector<float>> base_spectra, wide_spectra;
+    for (xt::KernelClass c : xt::machine_classes()) {
+        xt::ClassInUse in_class(c);
+        const bool baseline = c == xt::KernelClass::Baseline;
+        gen.seed(17);
+        for (std::size_t i = 0; i < std::size(lengths); ++i) {
+            const Products p = products(lengths[i]);
+            if (baseline) base_products.push_back(p);
+            EXPECT_EQ(p.edge, base_products[i].edge) << xeb::frame::class_name(c) << " n " << lengths[i];
+            EXPECT_EQ(p.conj, base_products[i].conj) << xeb::frame::class_name(c) << " n " << lengths[i];
+        }
+        for (int order = 4; order <= top; ++order) {
+            const std::size_t n = std::size_t{1} << order;
+            const auto x = xt::uniform_signal(n, 500 + order);
+            PlanGuard g(order, SIG_SCALE_NONE);
+            std::vector<float> y(n), back(n);
+            ASSERT_EQ(sigFftForwardEdge(x.data(), y.data(), g.p, nullptr), SIG_OK);
+            ASSERT_EQ(sigFftInverseEdge(y.data(), back.data(), g.p, nullptr), SIG_OK);
+            y.insert(y.end(), back.begin(), back.end());
+            if (baseline) base_spectra.push_back(y);
+            // The classes' lanes compute alike: AVX2 and AVX-512 agree.
+            else if (wide_spectra.size() < base_spectra.size()) wide_spectra.push_back(y);
+            else EXPECT_EQ(y, wide_spectra[order - 4]) << xeb::frame::class_name(c) << " order " << order;
+            const auto& b = base_spectra[order - 4];
+            float peak = 0, worst = 0;
+            for (std::size_t i = 0; i < y.size(); ++i) {
+                peak = std::max(peak, std::fabs(b[i]));
+                worst = std::max(worst, std::fabs(y[i] - b[i]));
+            }
+            EXPECT_LT(worst, 0x1p-24f * 8 * order * peak) << xeb::frame::class_name(c) << " order " << order;
+        }
+    }
+}

@@ -1,0 +1,37 @@
+// The pieces of the real FFT and of the spectrum products that the SIMD
+// kernel classes take over: one table of entry points per class, filled
+// when the library loads (signal/simd/fft_passes.cpp, compiled once per
+// class), null entries in the baseline class, whose own loops then run.
+//
+// A class's radix-4 pass computes the same butterflies as the baseline's
+// on the same block layout and stage tables, several blocks per register;
+// its products may be fused, so its bits may differ from the baseline's
+// within the error budget of signal/fft_core.cpp.  A class's spectrum
+// product rounds each product before the sum, as the baseline does, and so
+// gives the baseline's bits.
+#pragma once
+
+#include <cstdint>
+
+namespace xeb::sig {
+
+struct FftClassTable {
+    // One radix-4 pass over groups of 2^s points (s >= 5) of n points in
+    // block layout, tab the stage's table; [0] forward, [1] inverse.
+    void (*radix4[2])(float* data, int64_t n, int32_t s, const float* tab);
+    // The first pass of the core over n points (radix 16, or 8 when
+    // radix16 is false, tab the stage table), block layout out: from
+    // consecutive pairs (table null) or from the positions the index
+    // table and the four stream offsets give (signal/fft_core.cpp).  It
+    // does the leading groups in whole registers of groups and returns how
+    // many it did; the baseline does the rest.  [0] forward, [1] inverse.
+    int64_t (*first[2])(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
+                        const float* tab, bool radix16);
+    // b := a * b ([0]) or a * conj(b) ([1]) on `pairs` complex pairs.
+    void (*product[2])(const float* a, float* b, int64_t pairs);
+};
+
+// The table of the class in use.
+const FftClassTable& fft_class_table();
+
+}  // namespace xeb::sig
