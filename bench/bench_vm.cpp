@@ -358,6 +358,7 @@ void register_all() {
             if (k.family != p.family) continue;
             const bool binary = k.shape == Shape::TwoInputs || k.shape == Shape::ScalarArgument;
             if ((k.simd_bound_ulp > 0 && k.shape == Shape::OneInput) || (binary && k.family != "SinCos")) {
+                if (std::string(p.peer).rfind("sleef", 0) == 0) continue;  // SLEEF runs inside, in the class's set
                 for (int n : p.sizes)
                     benchmark::RegisterBenchmark(k.name.c_str(), [&k, &p](benchmark::State& st) {
                         if (k.precision == 'd') run_class_kernel<double>(st, k, p.loops.d, p.a[0], p.b);

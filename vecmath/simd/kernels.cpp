@@ -10,12 +10,14 @@ void explog_entries(vm::KernelTable& t);
 void roots_entries(vm::KernelTable& t);
 void divide_entries(vm::KernelTable& t);
 void power_entries(vm::KernelTable& t);
+void hyperbolic_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
     explog_entries(t);
     roots_entries(t);
     divide_entries(t);
     power_entries(t);
+    hyperbolic_entries(t);
 }
 
 }  // namespace XEB_ISA
