@@ -3,9 +3,9 @@ median time per value over five runs of 10^6 values, in its own process.
 
 Run pinned like the benchmark: taskset -c 1 /usr/bin/python3 bench/numpy_hypergeometric_negbinomial.py
 """
-import time
-
 import numpy as np
+
+from numpy_timing import report
 
 COUNT = 1_000_000
 gen = np.random.Generator(np.random.MT19937(1))
@@ -24,10 +24,4 @@ CASES = [
     ("Negbinomial<10, 1>", lambda: gen.negative_binomial(1, 0.001, COUNT)),
 ]
 
-for name, draw in CASES:
-    times = []
-    for _ in range(5):
-        start = time.perf_counter()
-        draw()
-        times.append(time.perf_counter() - start)
-    print(f"{name:42s} {sorted(times)[2] / COUNT * 1e9:8.1f} ns per value")
+report(CASES, COUNT)

@@ -13,6 +13,7 @@
 // nor any parameter.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 
 #include "frame/kernel_frame.h"
@@ -106,10 +107,25 @@ inline T mul(T x, T m) {
     return static_cast<T>(static_cast<W>(x) * m);
 }
 
+// Whether x * m + s, rounded once from the working precision, is the
+// product rounded in T plus s: true when s is a zero and m a power of two
+// of magnitude at least 1, so that the product is exact in the working
+// precision and never rounds to a zero (whose sign the addition would
+// change).  Then the pass needs no x87.
+template <class T>
+bool exact_affine(T m, T s) {
+    int exponent = 0;
+    const T mantissa = std::frexp(m, &exponent);
+    return s == T(0) && (mantissa == T(0.5) || mantissa == T(-0.5)) && exponent >= 1;
+}
+
 // The final pass of most laws: r[i] = r[i] * m + s.
 template <class T>
 void affine(int32_t n, T* r, T m, T s) {
-    for (int32_t i = 0; i < n; ++i) r[i] = mul_add(r[i], m, s);
+    if (exact_affine(m, s))
+        for (int32_t i = 0; i < n; ++i) r[i] = r[i] * m + s;
+    else
+        for (int32_t i = 0; i < n; ++i) r[i] = mul_add(r[i], m, s);
 }
 
 // What follows an inner law's draw in Gumbel and Lognormal: unless the

@@ -63,14 +63,22 @@ struct BoxMuller {
     static void angles(int32_t k, T* u) {
         for (int32_t i = 0; i < k; ++i) u[i] = mul(u[i], P::kTwoPi);
     }
+    // Pairs u[2i], u[2i+1] of draws into radius[i] and the angle 2 pi
+    // u[2i+1] into angle[i], in one pass; angle may be u itself (reads stay
+    // ahead of writes).
+    static void split(int32_t k, const T* u, T* radius, T* angle) {
+        for (int32_t i = 0; i < k; ++i) {
+            const T size = u[2 * i], side = u[2 * i + 1];
+            radius[i] = size;
+            angle[i] = mul(side, P::kTwoPi);
+        }
+    }
 
     // Method 0: k results R sin T into r from 2k draws.
     static int32_t single_block(RukStream* stream, int32_t k, T* r, T* buffer) {
         const int32_t status = P::uniform(stream, 2 * k, buffer, T(0), T(1));
         if (status < 0) return status;
-        P::pack(k, buffer, 2, r);
-        P::pack(k, buffer + 1, 2, buffer);  // in place: reads stay ahead of writes
-        angles(k, buffer);
+        split(k, buffer, r, buffer);
         P::sin(k, buffer, buffer);
         radii(k, r);
         for (int32_t i = 0; i < k; ++i) r[i] = mul(r[i], buffer[i]);
@@ -103,9 +111,7 @@ struct BoxMuller {
     static int32_t paired_block(RukStream* stream, int32_t pairs, T* out, Scratch& s) {
         const int32_t status = P::uniform(stream, 2 * pairs, s.draws, T(0), T(1));
         if (status < 0) return status;
-        P::pack(pairs, s.draws, 2, s.radius);
-        P::pack(pairs, s.draws + 1, 2, s.angle);
-        angles(pairs, s.angle);
+        split(pairs, s.draws, s.radius, s.angle);
         P::sincos(pairs, s.angle, s.sine, s.cosine);
         radii(pairs, s.radius);
         for (int32_t i = 0; i < pairs; ++i) {

@@ -78,25 +78,34 @@ int32_t mcg_skip_ahead(Word& x, Word a, int32_t nskip, Pow pow, Mul mul) {
 //
 // When a is 0 and c a power of two (the interval (0, 1) of the generators
 // with a power-of-two scale), w c is w converted to T with its one
-// rounding, then scaled exactly: the same numbers, without the x87, as
-// long as no w c leaves the normal range of T (checked on c).
+// rounding, then scaled exactly and a (a zero: the sign of a zero w c
+// follows the addition) added: the same numbers, without the x87, as long
+// as no w c leaves the normal range of T (checked on c).
+//
+// exact_scale tells whether (a, c) is such a case.
+template <class T>
+bool exact_scale(T a, long double c) {
+    int exponent = 0;
+    const long double mantissa = std::frexp(c, &exponent);
+    return a == 0 && (mantissa == 0.5L || mantissa == -0.5L) &&
+           std::fabs(c) >= std::numeric_limits<T>::min() &&
+           std::fabs(c) <= std::numeric_limits<T>::max() * 0x1p-64L;
+}
+
 template <class Word, class T, class Words>
 int32_t real_from_words(int32_t n, T* r, T a, T b, long double unit, Words words) {
     const frame::StreamControlWords control_words;
     constexpr int32_t kBlock = 4096;
     const long double c = (static_cast<long double>(b) - a) * unit, lo = a;
-    int exponent = 0;
-    const long double mantissa = std::frexp(c, &exponent);
-    const bool exact_scale = a == 0 && (mantissa == 0.5L || mantissa == -0.5L) &&
-                             std::fabs(c) >= std::numeric_limits<T>::min() &&
-                             std::fabs(c) <= std::numeric_limits<T>::max() * 0x1p-64L;
+    const bool exact = exact_scale(a, c);
     const T scale = static_cast<T>(c);
     Word w[kBlock];
     for (int32_t done = 0; done < n; done += kBlock) {
         const int32_t k = n - done < kBlock ? n - done : kBlock;
         words(k, w);
-        if (exact_scale)
-            for (int32_t i = 0; i < k; ++i) r[done + i] = static_cast<T>(static_cast<int64_t>(w[i])) * scale;
+        if (exact)
+            for (int32_t i = 0; i < k; ++i)
+                r[done + i] = static_cast<T>(static_cast<int64_t>(w[i])) * scale + a;
         else
             for (int32_t i = 0; i < k; ++i)
                 r[done + i] = static_cast<T>(static_cast<long double>(static_cast<int64_t>(w[i])) * c + lo);

@@ -27,7 +27,9 @@
 //      as the moving buffer, and the last n slots are copied back as the
 //      new state;
 //   2. tempering, in place;
-//   3. the conversion to the interval, in place (real kernels only).
+//   3. the conversion to the interval, in place (real kernels only); the
+//      double kernel on an interval whose word * c is exact in double (see
+//      exact_scale) tempers and converts in one pass, without the x87.
 // A slot is 4 bytes for the integer and single kernels; the double kernel
 // uses its 8-byte result slots, each holding the word in its low half and 0
 // in its high half, so that pass 3 reads it as a 64-bit integer.  Each pass
@@ -239,6 +241,31 @@ struct MersenneTwister {
         }
     }
 
+    // Passes 1 to 3 when word * c is exact in double (c a power of two, see
+    // exact_scale): tempering and conversion in one pass, the word becoming
+    // a double through the bits of 2^52 + word (exact below 2^52), two
+    // lanes at a time.  Adding a (a zero) keeps
+    // the sign rule of word * c + a: a zero word on a negative c gives -0
+    // only when a is -0.
+    static void scaled_doubles(RukStream* stream, int32_t count, double* r, double c, double a) {
+        using Words = simd::Vec<uint64_t, 2>;
+        using Reals = simd::Vec<double, 2>;
+        auto* slot = reinterpret_cast<uint64_t*>(r);
+        State& s = state_of<State>(stream);
+        const Constants k = G::constants(s);
+        raw_words(s, count, slot, k);
+        const Reals two52 = simd::broadcast<Reals>(0x1p52), scale = simd::broadcast<Reals>(c),
+                    zero = simd::broadcast<Reals>(a);
+        const Words exponent = simd::broadcast<Words>(0x4330000000000000ull);
+        int32_t j = 0;
+        for (; j + 2 <= count; j += 2) {
+            const Words w = temper(simd::load<Words>(slot + j), k);
+            simd::store(r + j, (simd::bitcast<double>(w | exponent) - two52) * scale + zero);
+        }
+        for (; j < count; ++j)
+            r[j] = static_cast<double>(temper(Lanes<uint64_t>::get(slot + j), k)) * c + a;
+    }
+
     // The three kernels.
     static int32_t integers(RukStream* stream, int32_t count, uint32_t* r) {
         tempered_words(stream, count, r);
@@ -249,6 +276,10 @@ struct MersenneTwister {
         const frame::StreamControlWords words;
         // Slot: the 64-bit integer whose low half is the word.
         const long double c = (static_cast<long double>(b) - a) * 0x1p-32L;
+        if (exact_scale(a, c)) {
+            scaled_doubles(stream, count, r, static_cast<double>(c), a);
+            return RUK_OK;
+        }
         const long double aa = a;
         fill_converted<uint64_t>(stream, count, r, [c, aa](uint64_t w) {
             return static_cast<double>(static_cast<long double>(static_cast<int64_t>(w)) * c + aa);

@@ -24,7 +24,9 @@
 // 8 chains of 2^k steps: chain j starts from the state jumped j 2^k steps
 // ahead, by the matrix powers A^(2^k) (built by the compiler), and the 8
 // chains advance side by side, two to a 128-bit vector, each writing its
-// own stretch of the output.  The numbers are the sequence itself, so every
+// own stretch of the output: two vectors at a time (their state fills the
+// registers), two steps at a time, so that each chain's pair of results
+// goes out in one 8-byte store.  The numbers are the sequence itself, so every
 // block split gives the same numbers.
 //
 // Jumps: skip-ahead by k is the k-th power of each component's companion
@@ -200,12 +202,28 @@ void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
             c[h].x[i] = U64x2{start[2 * h][i], start[2 * h + 1][i]};
             c[h].y[i] = U64x2{start[2 * h][3 + i], start[2 * h + 1][3 + i]};
         }
-    auto put = [out, steps](int h, int32_t i, U64x2 z) {
-        out[2 * h * steps + i] = static_cast<uint32_t>(z[0]);
-        out[(2 * h + 1) * steps + i] = static_cast<uint32_t>(z[1]);
+    // Steps i and i + 1 of chains 2h and 2h + 1 (z holding them in the low
+    // halves of its lanes) regrouped by chain: one 8-byte store each.
+    auto put = [out, steps](int h, int32_t i, U64x2 z, U64x2 z_next) {
+        const __m128i a = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z), 0x08);
+        const __m128i b = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z_next), 0x08);
+        const __m128i pairs = _mm_unpacklo_epi32(a, b);
+        const int64_t first = _mm_cvtsi128_si64(pairs);
+        const int64_t second = _mm_cvtsi128_si64(_mm_unpackhi_epi64(pairs, pairs));
+        std::memcpy(out + 2 * h * steps + i, &first, sizeof first);
+        std::memcpy(out + (2 * h + 1) * steps + i, &second, sizeof second);
     };
-    for (int32_t i = 0; i < steps; ++i)
-        for (int h = 0; h < kChains / 2; ++h) put(h, i, c[h].step());
+    // Two vectors at a time, so that their twelve state vectors stay in
+    // registers while the other's reductions hide each one's latency; two
+    // steps at a time (steps is even).
+    for (int h = 0; h < kChains / 2; h += 2) {
+        Chain<U64x2> c0 = c[h], c1 = c[h + 1];
+        for (int32_t i = 0; i < steps; i += 2) {
+            const U64x2 z0 = c0.step(), z1 = c1.step();
+            put(h, i, z0, c0.step());
+            put(h + 1, i, z1, c1.step());
+        }
+    }
 }
 
 // n outputs z to out, in blocks of chains while they pay, then one chain.
