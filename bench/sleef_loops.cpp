@@ -69,6 +69,37 @@ SleefFamily exp_family(bool wide) {
     return {};
 }
 
+SleefFamily sin_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_sind8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_sind8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_sinf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_sinf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_sind4_u10avx2>, &over_array<double, __m256d, 4, Sleef_sind4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_sinf8_u10avx2>, &over_array<float, __m256, 8, Sleef_sinf8_u35avx2>};
+    return {};
+}
+
+SleefFamily cos_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_cosd8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_cosd8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_cosf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_cosf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_cosd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_cosd4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_cosf8_u10avx2>, &over_array<float, __m256, 8, Sleef_cosf8_u35avx2>};
+    return {};
+}
+
+SleefFamily tan_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, Sleef_tand8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_tand8_u35avx512f>,
+                &over_array<float, __m512, 16, Sleef_tanf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_tanf16_u35avx512f>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, Sleef_tand4_u10avx2>, &over_array<double, __m256d, 4, Sleef_tand4_u35avx2>,
+                &over_array<float, __m256, 8, Sleef_tanf8_u10avx2>, &over_array<float, __m256, 8, Sleef_tanf8_u35avx2>};
+    return {};
+}
+
+
 SleefFamily ln_family(bool wide) {
     if (wide && avx512())
         return {&over_array<double, __m512d, 8, Sleef_logd8_u10avx512f>,
@@ -180,6 +211,9 @@ SleefBinary sleef_binary(const std::string& family, bool wide) {
 SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Exp") return exp_family(wide);
     if (family == "Ln") return ln_family(wide);
+    if (family == "Sin") return sin_family(wide);
+    if (family == "Cos") return cos_family(wide);
+    if (family == "Tan") return tan_family(wide);
     if (family == "Log10") return log10_family(wide);
     if (family == "Sqrt") return sqrt_family(wide);
     if (family == "Cbrt") return cbrt_family(wide);

@@ -20,7 +20,7 @@ struct SleefFamily {
 // The functions of a family of the kernel catalogue ("Exp", "Ln", "Log10",
 // "Sqrt" (u05 in the u10 place), "Cbrt"; no u35 form of Exp or Log10 in
 // SLEEF; "Erf", "Erfc": erf u10 and erfc u15, its only one, in the u10
-// place).  Null members throughout for
+// place; "Sin", "Cos", "Tan").  Null members throughout for
 // other families, when the processor has neither AVX2 nor AVX-512, or in a
 // build without SLEEF.
 SleefFamily sleef_family(const std::string& family, bool avx512);

@@ -26,7 +26,8 @@
 //   static constexpr const char* name;      the event name
 //   static constexpr T filler;              a fast-domain value for the tail
 //   static MaskOf<T, N> special(V a);       lanes that need the one-element path
-//   static V compute(V a);                  the vector code
+//   static V compute(V a);                  the vector code (a Pair<V> for
+//                                           two outputs, y and z)
 //   static void one(T a, int i, const Arrays<T>& x);  store x.y[i], raise events
 // A kernel of two inputs (Div, Pow, and Powx with its scalar in every lane)
 // takes both in special, compute and one, and supplies filler_b for the
@@ -77,6 +78,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "frame/simd.h"
 #include "xebruk/frame.h"
@@ -90,13 +92,20 @@ struct Arrays {
     const T* a;
     T* y;
     const T* b;  // the second input (a again for one-input kernels)
+    T* z = nullptr;  // the second output of a two-output kernel (SinCos)
+};
+
+// The results of a two-output kernel's compute: y and z.
+template <class V>
+struct Pair {
+    V y, z;
 };
 
 inline void raise(int code, int index, const Arrays<double>& x, const char* name) {
-    xebdError(code, index, x.a, x.b, x.y, x.y, name);
+    xebdError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, name);
 }
 inline void raise(int code, int index, const Arrays<float>& x, const char* name) {
-    xebsError(code, index, x.a, x.b, x.y, x.y, name);
+    xebsError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, name);
 }
 
 class MxcsrGuard {
@@ -132,7 +141,7 @@ struct IgnoreSecond : K {
     using T = typename simd::Traits<V>::Lane;
     static constexpr T filler_b = K::filler;
     static auto special(V a, V) { return K::special(a); }
-    [[gnu::always_inline]] static V compute(V a, V) { return K::compute(a); }
+    [[gnu::always_inline]] static auto compute(V a, V) { return K::compute(a); }
     static void one(T a, T, int i, const Arrays<T>& x) { K::one(a, i, x); }
 };
 
@@ -144,6 +153,17 @@ __attribute__((noinline)) void redo_lanes(typename K::V a, typename K::V b, unsi
                                           const Arrays<typename simd::Traits<typename K::V>::Lane>& x) {
     for (int l = 0; l < count; ++l)
         if (lanes >> l & 1) K::one(simd::lane(a, l), simd::lane(b, l), i + l, x);
+}
+
+// Stores the results of a register at element i: y, or y and z.
+template <class T, class V>
+[[gnu::always_inline]] inline void put(const Arrays<T>& x, int i, V v) {
+    simd::store(x.y + i, v);
+}
+template <class T, class V>
+[[gnu::always_inline]] inline void put(const Arrays<T>& x, int i, Pair<V> v) {
+    simd::store(x.y + i, v.y);
+    simd::store(x.z + i, v.z);
 }
 
 // Runs kernel K of two inputs over x.a and b: b an array, or with
@@ -169,7 +189,7 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
             a = simd::load<V>(in + i);
             c = second(i);
             redo = simd::bits(K::special(a, c));
-            simd::store(out + i, K::compute(a, c));
+            put(x, i, K::compute(a, c));
             if (redo != 0) break;
         }
         if (redo == 0) break;
@@ -177,7 +197,7 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
         i += W;
     }
     if (i == n) return;
-    T pad_a[W], pad_b[W], result[W];
+    T pad_a[W], pad_b[W], result[W], result_z[W];
     for (int l = 0; l < W; ++l) {
         const bool inside = i + l < n;
         pad_a[l] = inside ? in[i + l] : K::filler;
@@ -185,18 +205,26 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
     }
     const V a = simd::load<V>(pad_a), c = simd::load<V>(pad_b);
     const unsigned redo = simd::bits(K::special(a, c));
-    simd::store(result, K::compute(a, c));
-    for (int l = 0; i + l < n; ++l) out[i + l] = result[l];
+    put(Arrays<T>{pad_a, result, pad_b, result_z}, 0, K::compute(a, c));
+    for (int l = 0; i + l < n; ++l) {
+        out[i + l] = result[l];
+        if constexpr (!std::is_same_v<decltype(K::compute(a, c)), V>) x.z[i + l] = result_z[l];
+    }
     if (redo != 0) redo_lanes<K>(a, c, redo, i, n - i, x);
 }
 
-// The exported forms of kernel K: (n, a, r), (n, a, b, r) and (n, a, b
-// scalar, r).  Events of the vector-scalar form name array a for both
+// The exported forms of kernel K: (n, a, r), (n, a, y, z) for a kernel
+// whose compute gives a Pair, (n, a, b, r) and (n, a, b scalar, r).  Events of the vector-scalar form name array a for both
 // inputs.
 template <class K>
 void unary(int n, const typename simd::Traits<typename K::V>::Lane* a,
            typename simd::Traits<typename K::V>::Lane* r) {
     run<IgnoreSecond<K>, false>(n, {a, r, a}, a);
+}
+template <class K>
+void two_outputs(int n, const typename simd::Traits<typename K::V>::Lane* a,
+                 typename simd::Traits<typename K::V>::Lane* y, typename simd::Traits<typename K::V>::Lane* z) {
+    run<IgnoreSecond<K>, false>(n, {a, y, a, z}, a);
 }
 template <class K>
 void binary(int n, const typename simd::Traits<typename K::V>::Lane* a,

@@ -33,8 +33,12 @@ run(scalar_b_missing 2 "^$" "needs its scalar: --b VALUE" "" vm powx_ha --range 
 # field picks: pairs on which _HA and the lower forms differ.
 set(pow_d "0x1.dfece1037ff51p+2 100.1\n")
 run(entry_default 0 "^0x1.f10f4172a64dbp\\+290\n$" "^$" "${pow_d}" vm pow --hex)
+# The double power's _50 has code of its own in the baseline class only (the
+# SIMD classes run its _HA code): there it differs from _HA in the last bit.
+set(ENV{XEBRUK_KERNEL_CLASS} baseline)
 run(entry_la 0 "^0x1.f10f4172a64dap\\+290\n$" "^$" "${pow_d}" vm pow --accuracy la --hex)
 run(entry_ep_export 0 "^0x1.f10f4172a64dap\\+290\n$" "^$" "${pow_d}" vm xebdPow --accuracy ep --hex)
+unset(ENV{XEBRUK_KERNEL_CLASS})
 run(entry_after_mode 0 "^0x1.f10f4172a64dbp\\+290\n$" "^$" "${pow_d}" vm pow --mode 0x1A01 --accuracy ha --hex)
 run(entry_events 0 "^-inf\n$" "event 2 at element 0 in _xebdLn_(50|HA).*status word after the call: 2" "0" vm ln --accuracy la)
 run(bad_accuracy 2 "^$" "--accuracy needs ha, la or ep, not 'hi'" "" vm exp --accuracy hi)

@@ -1,6 +1,7 @@
 // Writes vecmath/explog_vector_tables.inc: the tables and polynomial
 // coefficients of the exponential and logarithms of the SIMD kernel
-// classes (vecmath/simd/explog.cpp).  Every value is computed with MPFR at
+// classes (vecmath/simd/explog.cpp), and vecmath/pow_vector_tables.inc,
+// the logarithm of their double power (vecmath/simd/power.cpp).  Every value is computed with MPFR at
 // 256 bits and rounded once to its format; each polynomial interpolates
 // its function at the Chebyshev points of its interval (within a small
 // factor of the minimax error) and its measured error, with the
@@ -238,6 +239,18 @@ void exponential(FILE* o) {
     row(o, "uint32_t", "expScaleBitsF", scale_f, 4);
 }
 
+// Widens [rmin, rmax] to the values of r = z invc - 1 at a row's ends.
+void widen_reach(double zlo, double zhi, double invc, double& rmin, double& rmax) {
+    Big r;
+    for (double z : {zlo, zhi}) {
+        mpfr_set_d(r.v, z, MPFR_RNDN);
+        mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
+        mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
+        rmin = std::min(rmin, to_double(r));
+        rmax = std::max(rmax, to_double(r));
+    }
+}
+
 // Row j of the logarithms covers the significands whose bit patterns lie
 // in [kOffset + j 2^48, kOffset + (j + 1) 2^48): [0.703125, 1.40625) in 16
 // rows, half of row 9 on each side of 1.
@@ -269,7 +282,7 @@ void logarithms(FILE* o) {
 
     std::vector<double> inv, logc;
     double rmin = 0, rmax = 0;
-    Big c, lc, r;
+    Big c, lc;
     for (int j = 0; j < 16; ++j) {
         const double zlo = from_bits(kOffset + (static_cast<uint64_t>(j) << 48));
         const double zhi = from_bits(kOffset + (static_cast<uint64_t>(j + 1) << 48));
@@ -294,13 +307,7 @@ void logarithms(FILE* o) {
         }
         inv.push_back(invc);
         logc.push_back(best);
-        for (double z : {zlo, zhi}) {
-            mpfr_set_d(r.v, z, MPFR_RNDN);
-            mpfr_mul_d(r.v, r.v, invc, MPFR_RNDN);
-            mpfr_sub_ui(r.v, r.v, 1, MPFR_RNDN);
-            rmin = std::min(rmin, to_double(r));
-            rmax = std::max(rmax, to_double(r));
-        }
+        widen_reach(zlo, zhi, invc, rmin, rmax);
     }
     row(o, "double", "logInvC", inv, 4);
     row(o, "double", "logLogC", logc, 4);
@@ -336,6 +343,60 @@ void logarithms(FILE* o) {
     scalar(o, "float", "log10eF", to_float(l10e), "log10(e)");
 }
 
+
+// ---------------------------------------------------------------- double power
+
+// Row j of the power's logarithm covers the significands whose patterns lie
+// in [kPowOffset + j 2^45, kPowOffset + (j + 1) 2^45): 128 rows over
+// [0.7012, 1.4023), row 76 from 1 - 2^-9 to 1 + 2^-8 (c = 1 there).
+constexpr uint64_t kPowOffset = 0x3FF0000000000000ull - (uint64_t{76} << 45) - (uint64_t{1} << 44);
+constexpr int kPowOneRow = 76;
+
+// (log1p(r) - r + r^2/2) / r^3.
+void log_cubic(Big& out, const Big& r) {
+    Big t;
+    mpfr_log1p(out.v, r.v, MPFR_RNDN);
+    mpfr_sub(out.v, out.v, r.v, MPFR_RNDN);
+    mpfr_sqr(t.v, r.v, MPFR_RNDN);
+    mpfr_div_2ui(t.v, t.v, 1, MPFR_RNDN);
+    mpfr_add(out.v, out.v, t.v, MPFR_RNDN);
+    mpfr_pow_ui(t.v, r.v, 3, MPFR_RNDN);
+    mpfr_div(out.v, out.v, t.v, MPFR_RNDN);
+}
+
+void power(FILE* o) {
+    std::fprintf(o, "// Tables and coefficients of the double power of the SIMD kernel classes\n"
+                    "// (vecmath/simd/power.cpp), declared in vecmath/power.h.\n\n");
+    Big t, e, lc;
+    std::fprintf(o, "// ---- log x = k ln 2 + log c + log1p(r), x = 2^k z, z in row j (bits 45 to 51 of\n"
+                    "// the offset pattern), r = z powInvC[j] - 1, log c = powLogC[j] + powLogCLo[j]\n"
+                    "// (together within 2^-106 of it); 1/c the double nearest 1/(row centre), c = 1\n"
+                    "// in row 76, around 1.\n\n");
+    std::vector<double> inv, logc, logc_lo;
+    double rmin = 0, rmax = 0;
+    for (int j = 0; j < 128; ++j) {
+        const double zlo = from_bits(kPowOffset + (static_cast<uint64_t>(j) << 45));
+        const double zhi = from_bits(kPowOffset + (static_cast<uint64_t>(j + 1) << 45));
+        const double invc = j == kPowOneRow ? 1.0 : 2.0 / (zlo + zhi);
+        mpfr_set_d(t.v, invc, MPFR_RNDN);
+        mpfr_log(lc.v, t.v, MPFR_RNDN);
+        mpfr_neg(lc.v, lc.v, MPFR_RNDN);
+        const double hi = to_double(lc);
+        mpfr_sub_d(e.v, lc.v, hi, MPFR_RNDN);
+        inv.push_back(invc);
+        logc.push_back(hi);
+        logc_lo.push_back(to_double(e));
+        widen_reach(zlo, zhi, invc, rmin, rmax);
+    }
+    row(o, "double", "powInvC", inv, 4);
+    row(o, "double", "powLogC", logc, 4);
+    row(o, "double", "powLogCLo", logc_lo, 4);
+    std::fprintf(o, "// r lies in [%a, %a].\n", rmin, rmax);
+    const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
+    fitted<double>(o, "powLogPoly", log_cubic, lo, hi, 6,
+                   "(log1p(r) - r + r^2/2) / r^3 ~ powLogPoly[0] + ... + powLogPoly[5] r^5");
+}
+
 void generate(FILE* o) {
     std::fprintf(o, "// Tables and coefficients of the exponential and logarithms of the SIMD kernel\n"
                     "// classes (vecmath/simd/explog.cpp), declared in vecmath/explog_shared.h.\n\n");
@@ -346,5 +407,5 @@ void generate(FILE* o) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    return write_or_check(argc, argv, "explog_vector_tables", {{"vecmath/explog_vector_tables.inc", generate}});
+    return write_or_check(argc, argv, "explog_vector_tables", {{"vecmath/explog_vector_tables.inc", generate}, {"vecmath/pow_vector_tables.inc", power}});
 }

@@ -50,31 +50,19 @@
 
 #include "frame/bits.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/erf_shared.h"
+#include "vecmath/kernel_table.h"
 #include "xebruk/vm_erf.h"
 
 namespace xeb {
+namespace erfdata {
+#include "vecmath/erf_tables.inc"
+}  // namespace erfdata
+
 namespace {
 
 using frame::Arrays;
-
-// A value held as hi + lo, |lo| well below ulp(hi) in the tables.
-struct Pair {
-    double hi, lo;
-};
-struct ErfRow {
-    double minus_c;
-    Pair value, slope, curve;  // erf(c), erf'(c), erf''(c)/2
-    double higher[12];         // orders 3 to 14
-};
-struct ErfcRow {
-    double minus_c;
-    Pair low[6];      // orders 0 to 5
-    double high[10];  // orders 6 to 15
-};
-static_assert(sizeof(ErfRow) == 19 * sizeof(double), "a row of 19 doubles");
-static_assert(sizeof(ErfcRow) == 23 * sizeof(double), "a row of 23 doubles");
-
-#include "vecmath/erf_tables.inc"
+using namespace erfdata;
 
 // ---------------------------------------------------------------- pairs
 
@@ -389,22 +377,33 @@ struct ErfcS : frame::KernelPolicy<float> {
 };
 
 }  // namespace
+
+double erfdata::erf_scalar(double x) { return erf_finite(x); }
+bool erfdata::erfc_scalar(double x, bool single, double& result) {
+    return single ? erfc_finite<ErfcLimitsS, true>(x, result) : erfc_finite<ErfcLimitsD, false>(x, result);
+}
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+void xeb::baseline::dErf_HA(int n, const double* a, double* r) { xeb::frame::run<xeb::ErfD>(n, xeb::frame::unary(a, r)); }
+void xeb::baseline::sErf_HA(int n, const float* a, float* r) { xeb::frame::run<xeb::ErfS>(n, xeb::frame::unary(a, r)); }
+void xeb::baseline::dErfc_HA(int n, const double* a, double* r) { xeb::frame::run<xeb::ErfcD>(n, xeb::frame::unary(a, r)); }
+void xeb::baseline::sErfc_HA(int n, const float* a, float* r) { xeb::frame::run<xeb::ErfcS>(n, xeb::frame::unary(a, r)); }
+
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdErf_HA(int n, const double* a, double* r) { run<xeb::ErfD>(n, unary(a, r)); }
-void xebdErf_50(int n, const double* a, double* r) { xebdErf_HA(n, a, r); }
-void xebsErf_HA(int n, const float* a, float* r) { run<xeb::ErfS>(n, unary(a, r)); }
-void xebsErf_21(int n, const float* a, float* r) { xebsErf_HA(n, a, r); }
-void xebsErf_11(int n, const float* a, float* r) { xebsErf_HA(n, a, r); }
-void xebdErfc_HA(int n, const double* a, double* r) { run<xeb::ErfcD>(n, unary(a, r)); }
-void xebdErfc_50(int n, const double* a, double* r) { xebdErfc_HA(n, a, r); }
-void xebsErfc_HA(int n, const float* a, float* r) { run<xeb::ErfcS>(n, unary(a, r)); }
-void xebsErfc_21(int n, const float* a, float* r) { xebsErfc_HA(n, a, r); }
-void xebsErfc_11(int n, const float* a, float* r) { xebsErfc_HA(n, a, r); }
+void xebdErf_HA(int n, const double* a, double* r) { active.dErf_HA(n, a, r); }
+void xebdErf_50(int n, const double* a, double* r) { active.dErf_50(n, a, r); }
+void xebsErf_HA(int n, const float* a, float* r) { active.sErf_HA(n, a, r); }
+void xebsErf_21(int n, const float* a, float* r) { active.sErf_21(n, a, r); }
+void xebsErf_11(int n, const float* a, float* r) { active.sErf_11(n, a, r); }
+void xebdErfc_HA(int n, const double* a, double* r) { active.dErfc_HA(n, a, r); }
+void xebdErfc_50(int n, const double* a, double* r) { active.dErfc_50(n, a, r); }
+void xebsErfc_HA(int n, const float* a, float* r) { active.sErfc_HA(n, a, r); }
+void xebsErfc_21(int n, const float* a, float* r) { active.sErfc_21(n, a, r); }
+void xebsErfc_11(int n, const float* a, float* r) { active.sErfc_11(n, a, r); }
 
 }  // extern "C"

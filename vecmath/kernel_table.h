@@ -19,6 +19,8 @@ template <class T>
 using Binary = void (*)(int, const T*, const T*, T*);
 template <class T>
 using WithScalar = void (*)(int, const T*, T, T*);
+template <class T>
+using TwoOutputs = void (*)(int, const T*, T*, T*);
 
 struct KernelTable {
     // Exponential and logarithms.
@@ -34,6 +36,14 @@ struct KernelTable {
     Binary<float> sDiv_HA, sDiv_21, sDiv_11, sPow_HA, sPow_21, sPow_11;
     WithScalar<double> dPowx_HA, dPowx_50;
     WithScalar<float> sPowx_HA, sPowx_21, sPowx_11;
+    // Sine, cosine, sine-cosine and tangent.
+    Unary<double> dSin_HA, dSin_50, dCos_HA, dCos_50, dTan_HA, dTan_50;
+    TwoOutputs<double> dSinCos_HA, dSinCos_50;
+    Unary<float> sSin_HA, sSin_21, sSin_11, sCos_HA, sCos_21, sCos_11, sTan_HA, sTan_21, sTan_11;
+    TwoOutputs<float> sSinCos_HA, sSinCos_21, sSinCos_11;
+    // Error function and its complement.
+    Unary<double> dErf_HA, dErf_50, dErfc_HA, dErfc_50;
+    Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
     // Hyperbolic and inverse hyperbolic.
     Unary<double> dSinh_HA, dSinh_50, dCosh_HA, dCosh_50, dTanh_HA, dTanh_50, dAsinh_HA, dAsinh_50, dAcosh_HA,
         dAcosh_50, dAtanh_HA, dAtanh_50;
@@ -80,6 +90,23 @@ void sPow_HA(int n, const float* a, const float* b, float* r);
 void sPow_21(int n, const float* a, const float* b, float* r);
 void dPowx_HA(int n, const double* a, double b, double* r);
 void sPowx_HA(int n, const float* a, float b, float* r);
+void dSin_HA(int n, const double* a, double* r);
+void dCos_HA(int n, const double* a, double* r);
+void dSinCos_HA(int n, const double* a, double* y, double* z);
+void dTan_HA(int n, const double* a, double* r);
+void dTan_50(int n, const double* a, double* r);
+void sSin_HA(int n, const float* a, float* r);
+void sSin_21(int n, const float* a, float* r);
+void sCos_HA(int n, const float* a, float* r);
+void sCos_21(int n, const float* a, float* r);
+void sSinCos_HA(int n, const float* a, float* y, float* z);
+void sSinCos_21(int n, const float* a, float* y, float* z);
+void sTan_HA(int n, const float* a, float* r);
+void sTan_21(int n, const float* a, float* r);
+void dErf_HA(int n, const double* a, double* r);
+void sErf_HA(int n, const float* a, float* r);
+void dErfc_HA(int n, const double* a, double* r);
+void sErfc_HA(int n, const float* a, float* r);
 void dSinh_HA(int n, const double* a, double* r);
 void sSinh_HA(int n, const float* a, float* r);
 void dCosh_HA(int n, const double* a, double* r);

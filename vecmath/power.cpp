@@ -534,6 +534,10 @@ PowSpecial powSpecialS(float x, float y) {
     const Decision<float> d = pow_special(x, y);
     return {d.decided, d.result, d.code, d.magnitude, d.sign};
 }
+PowSpecialOf<double> powSpecialD(double x, double y) {
+    const Decision<double> d = pow_special(x, y);
+    return {d.decided, d.result, d.code, d.magnitude, d.sign};
+}
 
 }  // namespace xeb
 

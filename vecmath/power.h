@@ -11,13 +11,23 @@ int powParity(double y);
 // one-element routines: true with the result and its event code (0 for
 // none) when the table decides x^y; otherwise false, with |x| and the
 // sign (+1, or -1 for a negative x with an odd integer y) to compute.
-struct PowSpecial {
+template <class T>
+struct PowSpecialOf {
     bool decided;
-    float result;
+    T result;
     int code;
-    float magnitude;
-    float sign;
+    T magnitude;
+    T sign;
 };
+using PowSpecial = PowSpecialOf<float>;
 PowSpecial powSpecialS(float x, float y);
+PowSpecialOf<double> powSpecialD(double x, double y);
+
+// The logarithm of the double power of the SIMD kernel classes
+// (tools/explog_vector_tables generates them into pow_vector_tables.inc):
+// log x = k ln 2 + log c + log1p(r) over 128 rows; see the generated file.
+namespace powv {
+extern const double powInvC[128], powLogC[128], powLogCLo[128], powLogPoly[6];
+}  // namespace powv
 
 }  // namespace xeb

@@ -35,6 +35,7 @@
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
 #include "frame/simd.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/trig_tables.h"
 #include "xebruk/vm_trig.h"
 
@@ -478,36 +479,49 @@ using xeb::frame::unary;
 template <class K>
 using TrigKernel = xeb::Trig<K>;
 
+namespace xeb::baseline {
+void dSin_HA(int n, const double* a, double* r) { run<TrigKernel<SinD>>(n, unary(a, r)); }
+void dCos_HA(int n, const double* a, double* r) { run<TrigKernel<CosD>>(n, unary(a, r)); }
+void dSinCos_HA(int n, const double* a, double* y, double* z) {
+    run<TrigKernel<SinCosD>>(n, two_outputs(a, y, z));
+}
+void dTan_HA(int n, const double* a, double* r) { run<TrigKernel<TanD<long double>>>(n, unary(a, r)); }
+void dTan_50(int n, const double* a, double* r) { run<TrigKernel<TanD<double>>>(n, unary(a, r)); }
+void sSin_HA(int n, const float* a, float* r) { run<TrigKernel<SinCosineS<false>>>(n, unary(a, r)); }
+void sSin_21(int n, const float* a, float* r) { run<TrigKernel<SinCosine21<false>>>(n, unary(a, r)); }
+void sCos_HA(int n, const float* a, float* r) { run<TrigKernel<SinCosineS<true>>>(n, unary(a, r)); }
+void sCos_21(int n, const float* a, float* r) { run<TrigKernel<SinCosine21<true>>>(n, unary(a, r)); }
+void sSinCos_HA(int n, const float* a, float* y, float* z) { run<TrigKernel<SinCosS>>(n, two_outputs(a, y, z)); }
+void sSinCos_21(int n, const float* a, float* y, float* z) { run<TrigKernel<SinCos21>>(n, two_outputs(a, y, z)); }
+void sTan_HA(int n, const float* a, float* r) { run<TrigKernel<TanS>>(n, unary(a, r)); }
+void sTan_21(int n, const float* a, float* r) { run<TrigKernel<Tan21>>(n, unary(a, r)); }
+}  // namespace xeb::baseline
+
+using xeb::vm::active;
+
+// Every exported name calls the kernel class in use.
 extern "C" {
 
-void xebdSin_HA(int n, const double* a, double* r) { run<TrigKernel<xeb::SinD>>(n, unary(a, r)); }
-void xebdSin_50(int n, const double* a, double* r) { xebdSin_HA(n, a, r); }
-void xebdCos_HA(int n, const double* a, double* r) { run<TrigKernel<xeb::CosD>>(n, unary(a, r)); }
-void xebdCos_50(int n, const double* a, double* r) { xebdCos_HA(n, a, r); }
-void xebdSinCos_HA(int n, const double* a, double* y, double* z) {
-    run<TrigKernel<xeb::SinCosD>>(n, two_outputs(a, y, z));
-}
-void xebdSinCos_50(int n, const double* a, double* y, double* z) { xebdSinCos_HA(n, a, y, z); }
-void xebdTan_HA(int n, const double* a, double* r) {
-    run<TrigKernel<xeb::TanD<long double>>>(n, unary(a, r));
-}
-void xebdTan_50(int n, const double* a, double* r) { run<TrigKernel<xeb::TanD<double>>>(n, unary(a, r)); }
+void xebdSin_HA(int n, const double* a, double* r) { active.dSin_HA(n, a, r); }
+void xebdSin_50(int n, const double* a, double* r) { active.dSin_50(n, a, r); }
+void xebdCos_HA(int n, const double* a, double* r) { active.dCos_HA(n, a, r); }
+void xebdCos_50(int n, const double* a, double* r) { active.dCos_50(n, a, r); }
+void xebdSinCos_HA(int n, const double* a, double* y, double* z) { active.dSinCos_HA(n, a, y, z); }
+void xebdSinCos_50(int n, const double* a, double* y, double* z) { active.dSinCos_50(n, a, y, z); }
+void xebdTan_HA(int n, const double* a, double* r) { active.dTan_HA(n, a, r); }
+void xebdTan_50(int n, const double* a, double* r) { active.dTan_50(n, a, r); }
 
-void xebsSin_HA(int n, const float* a, float* r) { run<TrigKernel<xeb::SinCosineS<false>>>(n, unary(a, r)); }
-void xebsSin_21(int n, const float* a, float* r) { run<TrigKernel<xeb::SinCosine21<false>>>(n, unary(a, r)); }
-void xebsSin_11(int n, const float* a, float* r) { xebsSin_21(n, a, r); }
-void xebsCos_HA(int n, const float* a, float* r) { run<TrigKernel<xeb::SinCosineS<true>>>(n, unary(a, r)); }
-void xebsCos_21(int n, const float* a, float* r) { run<TrigKernel<xeb::SinCosine21<true>>>(n, unary(a, r)); }
-void xebsCos_11(int n, const float* a, float* r) { xebsCos_21(n, a, r); }
-void xebsSinCos_HA(int n, const float* a, float* y, float* z) {
-    run<TrigKernel<xeb::SinCosS>>(n, two_outputs(a, y, z));
-}
-void xebsSinCos_21(int n, const float* a, float* y, float* z) {
-    run<TrigKernel<xeb::SinCos21>>(n, two_outputs(a, y, z));
-}
-void xebsSinCos_11(int n, const float* a, float* y, float* z) { xebsSinCos_21(n, a, y, z); }
-void xebsTan_HA(int n, const float* a, float* r) { run<TrigKernel<xeb::TanS>>(n, unary(a, r)); }
-void xebsTan_21(int n, const float* a, float* r) { run<TrigKernel<xeb::Tan21>>(n, unary(a, r)); }
-void xebsTan_11(int n, const float* a, float* r) { xebsTan_21(n, a, r); }
+void xebsSin_HA(int n, const float* a, float* r) { active.sSin_HA(n, a, r); }
+void xebsSin_21(int n, const float* a, float* r) { active.sSin_21(n, a, r); }
+void xebsSin_11(int n, const float* a, float* r) { active.sSin_11(n, a, r); }
+void xebsCos_HA(int n, const float* a, float* r) { active.sCos_HA(n, a, r); }
+void xebsCos_21(int n, const float* a, float* r) { active.sCos_21(n, a, r); }
+void xebsCos_11(int n, const float* a, float* r) { active.sCos_11(n, a, r); }
+void xebsSinCos_HA(int n, const float* a, float* y, float* z) { active.sSinCos_HA(n, a, y, z); }
+void xebsSinCos_21(int n, const float* a, float* y, float* z) { active.sSinCos_21(n, a, y, z); }
+void xebsSinCos_11(int n, const float* a, float* y, float* z) { active.sSinCos_11(n, a, y, z); }
+void xebsTan_HA(int n, const float* a, float* r) { active.sTan_HA(n, a, r); }
+void xebsTan_21(int n, const float* a, float* r) { active.sTan_21(n, a, r); }
+void xebsTan_11(int n, const float* a, float* r) { active.sTan_11(n, a, r); }
 
 }  // extern "C"

@@ -10,6 +10,8 @@ void explog_entries(vm::KernelTable& t);
 void roots_entries(vm::KernelTable& t);
 void divide_entries(vm::KernelTable& t);
 void power_entries(vm::KernelTable& t);
+void trig_entries(vm::KernelTable& t);
+void erf_entries(vm::KernelTable& t);
 void hyperbolic_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
@@ -17,6 +19,8 @@ void fill_kernel_table(vm::KernelTable& t) {
     roots_entries(t);
     divide_entries(t);
     power_entries(t);
+    trig_entries(t);
+    erf_entries(t);
     hyperbolic_entries(t);
 }
 
