@@ -59,6 +59,19 @@ R divide(R a, R b) {
 bool avx512() { return __builtin_cpu_supports("avx512f"); }
 bool avx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
 
+// A family's u10 and u35 forms in both precisions, in the class's
+// instruction set: the AVX-512 functions first, then the AVX2 ones.
+template <auto D8, auto D8Low, auto F16, auto F16Low, auto D4, auto D4Low, auto F8, auto F8Low>
+SleefFamily in_class(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, D8>, &over_array<double, __m512d, 8, D8Low>,
+                &over_array<float, __m512, 16, F16>, &over_array<float, __m512, 16, F16Low>};
+    if (avx2())
+        return {&over_array<double, __m256d, 4, D4>, &over_array<double, __m256d, 4, D4Low>,
+                &over_array<float, __m256, 8, F8>, &over_array<float, __m256, 8, F8Low>};
+    return {};
+}
+
 SleefFamily exp_family(bool wide) {
     if (wide && avx512())
         return {&over_array<double, __m512d, 8, Sleef_expd8_u10avx512f>, nullptr,
@@ -70,46 +83,23 @@ SleefFamily exp_family(bool wide) {
 }
 
 SleefFamily sin_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_sind8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_sind8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_sinf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_sinf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_sind4_u10avx2>, &over_array<double, __m256d, 4, Sleef_sind4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_sinf8_u10avx2>, &over_array<float, __m256, 8, Sleef_sinf8_u35avx2>};
-    return {};
+    return in_class<Sleef_sind8_u10avx512f, Sleef_sind8_u35avx512f, Sleef_sinf16_u10avx512f, Sleef_sinf16_u35avx512f,
+                    Sleef_sind4_u10avx2, Sleef_sind4_u35avx2, Sleef_sinf8_u10avx2, Sleef_sinf8_u35avx2>(wide);
 }
 
 SleefFamily cos_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_cosd8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_cosd8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_cosf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_cosf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_cosd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_cosd4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_cosf8_u10avx2>, &over_array<float, __m256, 8, Sleef_cosf8_u35avx2>};
-    return {};
+    return in_class<Sleef_cosd8_u10avx512f, Sleef_cosd8_u35avx512f, Sleef_cosf16_u10avx512f, Sleef_cosf16_u35avx512f,
+                    Sleef_cosd4_u10avx2, Sleef_cosd4_u35avx2, Sleef_cosf8_u10avx2, Sleef_cosf8_u35avx2>(wide);
 }
 
 SleefFamily tan_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_tand8_u10avx512f>, &over_array<double, __m512d, 8, Sleef_tand8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_tanf16_u10avx512f>, &over_array<float, __m512, 16, Sleef_tanf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_tand4_u10avx2>, &over_array<double, __m256d, 4, Sleef_tand4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_tanf8_u10avx2>, &over_array<float, __m256, 8, Sleef_tanf8_u35avx2>};
-    return {};
+    return in_class<Sleef_tand8_u10avx512f, Sleef_tand8_u35avx512f, Sleef_tanf16_u10avx512f, Sleef_tanf16_u35avx512f,
+                    Sleef_tand4_u10avx2, Sleef_tand4_u35avx2, Sleef_tanf8_u10avx2, Sleef_tanf8_u35avx2>(wide);
 }
 
-
 SleefFamily ln_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_logd8_u10avx512f>,
-                &over_array<double, __m512d, 8, Sleef_logd8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_logf16_u10avx512f>,
-                &over_array<float, __m512, 16, Sleef_logf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_logd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_logd4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_logf8_u10avx2>, &over_array<float, __m256, 8, Sleef_logf8_u35avx2>};
-    return {};
+    return in_class<Sleef_logd8_u10avx512f, Sleef_logd8_u35avx512f, Sleef_logf16_u10avx512f, Sleef_logf16_u35avx512f,
+                    Sleef_logd4_u10avx2, Sleef_logd4_u35avx2, Sleef_logf8_u10avx2, Sleef_logf8_u35avx2>(wide);
 }
 
 SleefFamily log10_family(bool wide) {
@@ -123,27 +113,13 @@ SleefFamily log10_family(bool wide) {
 }
 
 SleefFamily sqrt_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_sqrtd8_u05avx512f>,
-                &over_array<double, __m512d, 8, Sleef_sqrtd8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_sqrtf16_u05avx512f>,
-                &over_array<float, __m512, 16, Sleef_sqrtf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_sqrtd4_u05avx2>, &over_array<double, __m256d, 4, Sleef_sqrtd4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_sqrtf8_u05avx2>, &over_array<float, __m256, 8, Sleef_sqrtf8_u35avx2>};
-    return {};
+    return in_class<Sleef_sqrtd8_u05avx512f, Sleef_sqrtd8_u35avx512f, Sleef_sqrtf16_u05avx512f, Sleef_sqrtf16_u35avx512f,
+                    Sleef_sqrtd4_u05avx2, Sleef_sqrtd4_u35avx2, Sleef_sqrtf8_u05avx2, Sleef_sqrtf8_u35avx2>(wide);
 }
 
 SleefFamily cbrt_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_cbrtd8_u10avx512f>,
-                &over_array<double, __m512d, 8, Sleef_cbrtd8_u35avx512f>,
-                &over_array<float, __m512, 16, Sleef_cbrtf16_u10avx512f>,
-                &over_array<float, __m512, 16, Sleef_cbrtf16_u35avx512f>};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_cbrtd4_u10avx2>, &over_array<double, __m256d, 4, Sleef_cbrtd4_u35avx2>,
-                &over_array<float, __m256, 8, Sleef_cbrtf8_u10avx2>, &over_array<float, __m256, 8, Sleef_cbrtf8_u35avx2>};
-    return {};
+    return in_class<Sleef_cbrtd8_u10avx512f, Sleef_cbrtd8_u35avx512f, Sleef_cbrtf16_u10avx512f, Sleef_cbrtf16_u35avx512f,
+                    Sleef_cbrtd4_u10avx2, Sleef_cbrtd4_u35avx2, Sleef_cbrtf8_u10avx2, Sleef_cbrtf8_u35avx2>(wide);
 }
 
 // The native operations, one register at a time.
@@ -191,6 +167,22 @@ SleefFamily erf_family(bool wide, bool complement) {
     return {};
 }
 
+SleefFamily invtrig_family(const std::string& family, bool wide) {
+    if (family == "Asin")
+        return in_class<Sleef_asind8_u10avx512f, Sleef_asind8_u35avx512f, Sleef_asinf16_u10avx512f,
+                        Sleef_asinf16_u35avx512f, Sleef_asind4_u10avx2, Sleef_asind4_u35avx2,
+                        Sleef_asinf8_u10avx2, Sleef_asinf8_u35avx2>(wide);
+    if (family == "Acos")
+        return in_class<Sleef_acosd8_u10avx512f, Sleef_acosd8_u35avx512f, Sleef_acosf16_u10avx512f,
+                        Sleef_acosf16_u35avx512f, Sleef_acosd4_u10avx2, Sleef_acosd4_u35avx2,
+                        Sleef_acosf8_u10avx2, Sleef_acosf8_u35avx2>(wide);
+    if (family == "Atan")
+        return in_class<Sleef_atand8_u10avx512f, Sleef_atand8_u35avx512f, Sleef_atanf16_u10avx512f,
+                        Sleef_atanf16_u35avx512f, Sleef_atand4_u10avx2, Sleef_atand4_u35avx2,
+                        Sleef_atanf8_u10avx2, Sleef_atanf8_u35avx2>(wide);
+    return {};
+}
+
 // A family SLEEF has in u10 only (as taken here): the hyperbolic ones.
 template <auto D8, auto F16, auto D4, auto F8>
 SleefFamily u10_family(bool wide) {
@@ -218,6 +210,7 @@ SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Sqrt") return sqrt_family(wide);
     if (family == "Cbrt") return cbrt_family(wide);
     if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
+    if (family == "Asin" || family == "Acos" || family == "Atan") return invtrig_family(family, wide);
     if (family == "Sinh")
         return u10_family<Sleef_sinhd8_u10avx512f, Sleef_sinhf16_u10avx512f, Sleef_sinhd4_u10avx2, Sleef_sinhf8_u10avx2>(wide);
     if (family == "Cosh")

@@ -230,7 +230,7 @@ std::vector<T> around(std::vector<T> points) {
 // 2.29 (single), the reciprocal range of the single _21 at 2^126.
 TEST(InvTrig, BranchThresholdsAndTheirNeighbours) {
     const std::vector<double> arc = around<double>({0.5, 1.0}), atan_d = around<double>(
-        {0.4375, 0.4375 + 0x1p-30, 0.6875, 0.6875 + 0x1p-30, 1.1875, 1.1875 + 0x1p-30, 2.4375});
+        {0.3125, 0.4375, 0.4375 + 0x1p-30, 0.6875, 0.6875 + 0x1p-30, 1.1875, 1.1875 + 0x1p-30, 2.4375});
     const std::vector<float> arc_s = around<float>({0.5f, 1.0f}),
                              atan_s = around<float>({0.4375f, 0.72f, 2.29f, 0x1p126f});
     for (const auto& k : xeb::catalogue::vector_kernels()) {

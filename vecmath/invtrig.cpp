@@ -43,6 +43,7 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
 #include "xebruk/vm_invtrig.h"
 #include "xebruk/vm_scalar.h"
 
@@ -577,15 +578,20 @@ struct Atan2S : frame::KernelPolicy<float> {
 using xeb::frame::binary;
 using xeb::frame::run;
 using xeb::frame::unary;
+using xeb::vm::active;
+
+void xeb::baseline::dAsin_HA(int n, const double* a, double* r) { run<ArcSineD<false>>(n, unary(a, r)); }
+void xeb::baseline::dAcos_HA(int n, const double* a, double* r) { run<ArcSineD<true>>(n, unary(a, r)); }
+void xeb::baseline::dAtan_HA(int n, const double* a, double* r) { run<AtanD>(n, unary(a, r)); }
 
 extern "C" {
 
-void xebdAsin_HA(int n, const double* a, double* r) { run<xeb::ArcSineD<false>>(n, unary(a, r)); }
-void xebdAsin_50(int n, const double* a, double* r) { xebdAsin_HA(n, a, r); }
-void xebdAcos_HA(int n, const double* a, double* r) { run<xeb::ArcSineD<true>>(n, unary(a, r)); }
-void xebdAcos_50(int n, const double* a, double* r) { xebdAcos_HA(n, a, r); }
-void xebdAtan_HA(int n, const double* a, double* r) { run<xeb::AtanD>(n, unary(a, r)); }
-void xebdAtan_50(int n, const double* a, double* r) { xebdAtan_HA(n, a, r); }
+void xebdAsin_HA(int n, const double* a, double* r) { active.dAsin_HA(n, a, r); }
+void xebdAsin_50(int n, const double* a, double* r) { active.dAsin_50(n, a, r); }
+void xebdAcos_HA(int n, const double* a, double* r) { active.dAcos_HA(n, a, r); }
+void xebdAcos_50(int n, const double* a, double* r) { active.dAcos_50(n, a, r); }
+void xebdAtan_HA(int n, const double* a, double* r) { active.dAtan_HA(n, a, r); }
+void xebdAtan_50(int n, const double* a, double* r) { active.dAtan_50(n, a, r); }
 void xebdAtan2_HA(int n, const double* a, const double* b, double* r) { run<xeb::Atan2D>(n, binary(a, b, r)); }
 void xebdAtan2_50(int n, const double* a, const double* b, double* r) { xebdAtan2_HA(n, a, b, r); }
 

@@ -49,6 +49,9 @@ constexpr KernelTable baseline_table() {
     t.sErf_HA = t.sErf_21 = t.sErf_11 = baseline::sErf_HA;
     t.dErfc_HA = t.dErfc_50 = baseline::dErfc_HA;
     t.sErfc_HA = t.sErfc_21 = t.sErfc_11 = baseline::sErfc_HA;
+    t.dAsin_HA = t.dAsin_50 = baseline::dAsin_HA;
+    t.dAcos_HA = t.dAcos_50 = baseline::dAcos_HA;
+    t.dAtan_HA = t.dAtan_50 = baseline::dAtan_HA;
     t.dSinh_HA = t.dSinh_50 = baseline::dSinh_HA;
     t.sSinh_HA = t.sSinh_21 = t.sSinh_11 = baseline::sSinh_HA;
     t.dCosh_HA = t.dCosh_50 = baseline::dCosh_HA;

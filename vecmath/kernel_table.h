@@ -44,6 +44,8 @@ struct KernelTable {
     // Error function and its complement.
     Unary<double> dErf_HA, dErf_50, dErfc_HA, dErfc_50;
     Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
+    // Inverse trigonometric functions.
+    Unary<double> dAsin_HA, dAsin_50, dAcos_HA, dAcos_50, dAtan_HA, dAtan_50;
     // Hyperbolic and inverse hyperbolic.
     Unary<double> dSinh_HA, dSinh_50, dCosh_HA, dCosh_50, dTanh_HA, dTanh_50, dAsinh_HA, dAsinh_50, dAcosh_HA,
         dAcosh_50, dAtanh_HA, dAtanh_50;
@@ -107,6 +109,9 @@ void dErf_HA(int n, const double* a, double* r);
 void sErf_HA(int n, const float* a, float* r);
 void dErfc_HA(int n, const double* a, double* r);
 void sErfc_HA(int n, const float* a, float* r);
+void dAsin_HA(int n, const double* a, double* r);
+void dAcos_HA(int n, const double* a, double* r);
+void dAtan_HA(int n, const double* a, double* r);
 void dSinh_HA(int n, const double* a, double* r);
 void sSinh_HA(int n, const float* a, float* r);
 void dCosh_HA(int n, const double* a, double* r);

@@ -12,6 +12,7 @@ void divide_entries(vm::KernelTable& t);
 void power_entries(vm::KernelTable& t);
 void trig_entries(vm::KernelTable& t);
 void erf_entries(vm::KernelTable& t);
+void invtrig_entries(vm::KernelTable& t);
 void hyperbolic_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
@@ -21,6 +22,7 @@ void fill_kernel_table(vm::KernelTable& t) {
     power_entries(t);
     trig_entries(t);
     erf_entries(t);
+    invtrig_entries(t);
     hyperbolic_entries(t);
 }
 

@@ -1,0 +1,236 @@
+// Arcsine, arccosine and arctangent of the SIMD kernel classes, written once
+// over the vector type and compiled once per class (see frame/class_frame.h
+// for the frame and the recipe).  Coefficients: the baseline's sets of
+// vecmath/invtrig_tables.inc (tools/invtrig_tables).  Every operation is IEEE
+// with the fused multiply-adds written out, so AVX2 and AVX-512 give the same
+// bits; the one-element routines run the same templates on one lane.
+//
+// Double Asin and Acos.  With P(z) = z A(z^2) + z^2 B(z^2) (relative error of
+// y + y P(y^2) as asin y: 2^-58.5 for |y| <= 0.5):
+//   |x| < 0.5:   asin |x| = |x| + |x| P(x^2),      acos x = pi/2 - (x + x P(x^2));
+//   |x| >= 0.5:  w = (1 - |x|)/2 (exact), s = sqrt(w) = y + yl (y the rounded
+//                root, yl = (w - y^2)/2y from one fused residual), asin s =
+//                s + s P(w), and asin |x| = pi/2 - 2 asin s, acos x = 2 asin s
+//                (x > 0) or pi - 2 asin s (x < 0).
+// Each result is K + S (V + V P + 2 yl) with V = |x|, x or 2y exact and K =
+// 0, pi/2 or pi as hi + lo; K + S V is split exactly as hi + err (Fast2Sum:
+// |K| >= |V| wherever K is not 0), and V z (z = x^2 as z + z_lo, or w) as
+// vz + vz_lo, so that the leading term V z A6 of V P is rounded once, in the
+// tail's sum.  Error budget, in ulps of the result: the polynomial 2^-58.5
+// relative on asin s, at most twice that after the doubling: 0.02; the
+// roundings of the rest of V P (below 0.01 of the result): 0.02; the tail's
+// sum 0.03; the final sum 0.5.  Bound 0.6 (measured 0.59, next to 0.5).
+//
+// Double Atan.  Classes by |x|: centres c = 0, 0.5, 1, 1.5 up to 0.3125,
+// 0.6875, 1.1875, 2.4375, t = (|x| - c) / (1 + c^2 + c (|x| - c)) (exact
+// numerator; the denominator d rounded once and its error dl recovered by
+// one fused product), and beyond t = -1/|x| about pi/2.  t = th + tl from
+// one reciprocal r = 1/d: th = num r, tl = (num - th d - th dl) r.  atan t =
+// t - t z Q(z), z = t^2, |t| <= 0.4375, Q's relative error 2^-56.7; t z as
+// tz + tz_lo, so that t z Q(0) is rounded once, in the tail's sum; the
+// centre's arctangent hi + lo; hi + th split exactly (|hi| >= |th|).  Error
+// budget: the polynomial 0.08 ulp at most (class 0, where the result is t's
+// arctangent alone: its end at 0.3125 rather than 0.4375 keeps the tail
+// below 0.04 of the result there), the tail's roundings 0.02, tl's error
+// 2^-100; the final sum 0.5.  Bound 0.6 (measured 0.56).
+//
+// Lanes leave the vector code for the one-element routines: |x| >= 1 and
+// NaNs for the arcsines (1 exactly, and the domain event with the default
+// NaN above it, as the baseline), NaNs and infinities for the arctangent (whose
+// reciprocal would be 0, and its residual 0 times infinity).  A NaN gives
+// |x| quieted, as the baseline's x87 and SSE code does.
+#include <cstdint>
+
+#include "frame/class_frame.h"
+#include "vecmath/kernel_table.h"
+#include "vecmath/simd/lanes.h"
+
+namespace xeb {
+inline namespace XEB_ISA {
+namespace {
+
+using namespace simd;
+using namespace lanes;
+using class_frame::Arrays;
+
+// Centre of a double arctangent class: c, 1 + c^2, atan(c) = hi + lo.
+struct AtanCentre {
+    double c, one_plus_c2, hi, lo;
+};
+#include "vecmath/invtrig_tables.inc"
+
+// The vector code is inlined into the frame's loop whatever its size.
+#define XEB_INLINE [[gnu::always_inline]] inline
+
+constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
+constexpr uint64_t kSignBit = 0x8000000000000000ull;
+constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
+constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
+constexpr uint64_t kDefaultNaNBits = 0xFFF8000000000000ull;  // the x87's square root of a negative
+constexpr double kHalfPiHi = 0x1.921fb54442d18p+0, kHalfPiLo = 0x1.1a62633145c07p-54;
+constexpr double kPiHi = 0x1.921fb54442d18p+1, kPiLo = 0x1.1a62633145c07p-53;
+
+// Lanes whose magnitude's bits are Limit or more.
+template <uint64_t Limit, int N>
+MaskOf<double, N> magnitude_from(D<N> x) {
+    return compare<Cmp::Ge>(bitcast<uint64_t>(x) & kAbs, broadcast<U<N>>(Limit));
+}
+
+template <int N>
+XEB_INLINE D<N> sign_flip(D<N> v, MaskOf<double, N> m) {
+    return bitcast<double>(bitcast<uint64_t>(v) ^ select(m, broadcast<U<N>>(kSignBit), broadcast<U<N>>(0)));
+}
+
+// ---------------------------------------------------------------- Asin, Acos
+
+// P(z) - z A6 = z A'(z^2) z^2 + z^2 B(z^2), where A(w) = A'(w) w + A6 (A and
+// B in Horner order from the highest coefficient, A6 = asinA[6], near 1/6).
+template <int N>
+XEB_INLINE D<N> asin_poly_rest(D<N> z) {
+    const D<N> w = z * z;
+    D<N> a = broadcast<D<N>>(asinA[0]), b = broadcast<D<N>>(asinB[0]);
+    for (int k = 1; k < 6; ++k) a = fma(a, w, broadcast<D<N>>(asinA[k]));
+    for (int k = 1; k < 6; ++k) b = fma(b, w, broadcast<D<N>>(asinB[k]));
+    return fma(z * w, a, w * b);
+}
+
+template <bool Cosine>
+struct ArcSineK {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = Cosine ? "_xebdAcos_HA" : "_xebdAsin_HA";
+    static constexpr double filler = 0.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) { return magnitude_from<kOneBits>(x); }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        const D<N> zero = broadcast<D<N>>(0.0);
+        const U<N> sign = bitcast<uint64_t>(x) & kSignBit;
+        const D<N> ax = bitcast<double>(bitcast<uint64_t>(x) & kAbs);
+        const auto small = compare<Cmp::Lt>(ax, broadcast<D<N>>(0.5));
+        const D<N> w = fnma(ax, broadcast<D<N>>(0.5), broadcast<D<N>>(0.5));  // (1 - |x|)/2, exact
+        const D<N> y = sqrt(w);
+        const D<N> two_yl = fnma(y, y, w) / y;  // 2 (s - y)
+        const D<N> v = select(small, Cosine ? x : ax, y + y);
+        // V z as vz + vz_lo (z = x^2 as z + z_lo, or w exactly), so that the
+        // leading term V z A6 costs one rounding, in the tail's sum.
+        const D<N> z = select(small, x * x, w), z_lo = select(small, fms(x, x, z), zero);
+        const D<N> vz = v * z, vz_lo = fma(v, z_lo, fms(v, z, vz));
+        const D<N> inner = fma(v, asin_poly_rest(z), vz_lo * asinA[6]);
+        const D<N> two_yl_or_0 = select(small, zero, two_yl);
+        // K and the sign S (a mask of the lanes with S = -1).
+        D<N> k_hi, k_lo;
+        MaskOf<double, N> minus;
+        if constexpr (Cosine) {
+            const auto negative = compare<Cmp::Lt>(x, 0.0);
+            k_hi = select(small, broadcast<D<N>>(kHalfPiHi), select(negative, broadcast<D<N>>(kPiHi), zero));
+            k_lo = select(small, broadcast<D<N>>(kHalfPiLo), select(negative, broadcast<D<N>>(kPiLo), zero));
+            minus = small | negative;
+        } else {
+            k_hi = select(small, zero, broadcast<D<N>>(kHalfPiHi));
+            k_lo = select(small, zero, broadcast<D<N>>(kHalfPiLo));
+            minus = ~small;
+        }
+        const D<N> sv = sign_flip(v, minus);
+        const D<N> hi = k_hi + sv;
+        const D<N> err = (k_hi - hi) + sv;
+        const D<N> r = hi + fma(sign_flip(vz, minus), broadcast<D<N>>(asinA[6]),
+                                (k_lo + err) + sign_flip(two_yl_or_0 + inner, minus));
+        if constexpr (Cosine) return r;
+        else return bitcast<double>(bitcast<uint64_t>(r) | sign);
+    }
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t magnitude = bits(a) & kAbs;
+        const bool negative = bits(a) >> 63 != 0;
+        if (magnitude > kInfBits) {
+            x.y[i] = double_of(magnitude) + double_of(magnitude);
+        } else if (magnitude == kOneBits) {
+            if constexpr (Cosine) x.y[i] = negative ? kPiHi : 0.0;
+            else x.y[i] = negative ? -kHalfPiHi : kHalfPiHi;
+        } else if (magnitude > kOneBits) {
+            x.y[i] = double_of(kDefaultNaNBits);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else {
+            x.y[i] = compute(D<1>{a}).v;
+        }
+    }
+};
+
+// ---------------------------------------------------------------- Atan
+
+// Rows by class (0 to 3 the centres, 4 beyond 2.4375), padded to eight.
+constexpr double kAtanC[8] = {atanCentres[0].c, atanCentres[1].c, atanCentres[2].c, atanCentres[3].c};
+constexpr double kAtanOnePlusC2[8] = {atanCentres[0].one_plus_c2, atanCentres[1].one_plus_c2,
+                                      atanCentres[2].one_plus_c2, atanCentres[3].one_plus_c2};
+constexpr double kAtanHi[8] = {atanCentres[0].hi, atanCentres[1].hi, atanCentres[2].hi, atanCentres[3].hi,
+                               atanCentres[4].hi};
+constexpr double kAtanLo[8] = {atanCentres[0].lo, atanCentres[1].lo, atanCentres[2].lo, atanCentres[3].lo,
+                               atanCentres[4].lo};
+constexpr double kAtanLimits[4] = {0.3125, 0.6875, 1.1875, 2.4375};
+
+// (Q(z) - Q(0)) / z in two chains of z^2 (atanPoly ascending: Q(0) = p0).
+template <int N>
+XEB_INLINE D<N> atan_poly_rest(D<N> z) {
+    const D<N> w = z * z;
+    const double* p = atanPoly;
+    D<N> even = broadcast<D<N>>(p[9]), odd = broadcast<D<N>>(p[10]);
+    for (int k = 7; k >= 1; k -= 2) even = fma(even, w, broadcast<D<N>>(p[k]));
+    for (int k = 8; k >= 2; k -= 2) odd = fma(odd, w, broadcast<D<N>>(p[k]));
+    return fma(odd, z, even);
+}
+
+struct AtanK {
+    using V = D<kNative<double>>;
+    static constexpr const char* name = "_xebdAtan_HA";
+    static constexpr double filler = 0.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> x) { return magnitude_from<kInfBits>(x); }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> x) {
+        const U<N> sign = bitcast<uint64_t>(x) & kSignBit;
+        const D<N> ax = bitcast<double>(bitcast<uint64_t>(x) & kAbs);
+        const U<N> one = broadcast<U<N>>(1), none = broadcast<U<N>>(0);
+        U<N> k = none;
+        for (double limit : kAtanLimits) k = k + select(compare<Cmp::Gt>(ax, limit), one, none);
+        const auto far = compare<Cmp::Gt>(ax, kAtanLimits[3]);
+        const D<N> c = lookup<8>(kAtanC, k), opc2 = lookup<8>(kAtanOnePlusC2, k);
+        const D<N> d = ax - c;  // exact
+        const D<N> den_near = fma(c, d, opc2);
+        const D<N> num = select(far, broadcast<D<N>>(-1.0), d);
+        const D<N> den = select(far, ax, den_near);
+        const D<N> den_lo = select(far, broadcast<D<N>>(0.0), fma(c, d, opc2 - den_near));
+        const D<N> r = broadcast<D<N>>(1.0) / den;
+        const D<N> th = num * r;
+        const D<N> tl = fnma(th, den_lo, fnma(th, den, num)) * r;
+        // t z = t^3 as tz + tz_lo (to 2^-104), so that its leading term
+        // t z p0 costs one rounding, in the tail's sum.
+        const D<N> z = th * th, z_lo = fms(th, th, z);
+        const D<N> tz = th * z, tz_lo = fma(th, z_lo, fms(th, z, tz));
+        const D<N> c_hi = lookup<8>(kAtanHi, k), c_lo = lookup<8>(kAtanLo, k);
+        const D<N> hi = c_hi + th;
+        const D<N> err = (c_hi - hi) + th;
+        const D<N> rest = fma(tz * z, atan_poly_rest(z), tz_lo * atanPoly[0]);
+        const D<N> result = hi + fnma(tz, broadcast<D<N>>(atanPoly[0]), ((c_lo + err) + tl) - rest);
+        return bitcast<double>(bitcast<uint64_t>(result) | sign);
+    }
+    static void one(double a, int i, const Arrays<double>& x) {
+        const uint64_t magnitude = bits(a) & kAbs;
+        if (magnitude > kInfBits) x.y[i] = double_of(magnitude) + double_of(magnitude);
+        else if (magnitude == kInfBits) x.y[i] = bits(a) >> 63 ? -kHalfPiHi : kHalfPiHi;
+        else x.y[i] = compute(D<1>{a}).v;
+    }
+};
+
+}  // namespace
+
+#undef XEB_INLINE
+
+void invtrig_entries(vm::KernelTable& t) {
+    t.dAsin_HA = t.dAsin_50 = class_frame::unary<ArcSineK<false>>;
+    t.dAcos_HA = t.dAcos_50 = class_frame::unary<ArcSineK<true>>;
+    t.dAtan_HA = t.dAtan_50 = class_frame::unary<AtanK>;
+}
+
+}  // namespace XEB_ISA
+}  // namespace xeb
