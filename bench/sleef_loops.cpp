@@ -183,6 +183,15 @@ SleefFamily invtrig_family(const std::string& family, bool wide) {
     return {};
 }
 
+// A family SLEEF has in u10 only (as taken here): the hyperbolic ones.
+template <auto D8, auto F16, auto D4, auto F8>
+SleefFamily u10_family(bool wide) {
+    if (wide && avx512())
+        return {&over_array<double, __m512d, 8, D8>, nullptr, &over_array<float, __m512, 16, F16>, nullptr};
+    if (avx2()) return {&over_array<double, __m256d, 4, D4>, nullptr, &over_array<float, __m256, 8, F8>, nullptr};
+    return {};
+}
+
 }  // namespace
 
 SleefBinary sleef_binary(const std::string& family, bool wide) {
@@ -202,6 +211,18 @@ SleefFamily sleef_family(const std::string& family, bool wide) {
     if (family == "Cbrt") return cbrt_family(wide);
     if (family == "Erf" || family == "Erfc") return erf_family(wide, family == "Erfc");
     if (family == "Asin" || family == "Acos" || family == "Atan") return invtrig_family(family, wide);
+    if (family == "Sinh")
+        return u10_family<Sleef_sinhd8_u10avx512f, Sleef_sinhf16_u10avx512f, Sleef_sinhd4_u10avx2, Sleef_sinhf8_u10avx2>(wide);
+    if (family == "Cosh")
+        return u10_family<Sleef_coshd8_u10avx512f, Sleef_coshf16_u10avx512f, Sleef_coshd4_u10avx2, Sleef_coshf8_u10avx2>(wide);
+    if (family == "Tanh")
+        return u10_family<Sleef_tanhd8_u10avx512f, Sleef_tanhf16_u10avx512f, Sleef_tanhd4_u10avx2, Sleef_tanhf8_u10avx2>(wide);
+    if (family == "Asinh")
+        return u10_family<Sleef_asinhd8_u10avx512f, Sleef_asinhf16_u10avx512f, Sleef_asinhd4_u10avx2, Sleef_asinhf8_u10avx2>(wide);
+    if (family == "Acosh")
+        return u10_family<Sleef_acoshd8_u10avx512f, Sleef_acoshf16_u10avx512f, Sleef_acoshd4_u10avx2, Sleef_acoshf8_u10avx2>(wide);
+    if (family == "Atanh")
+        return u10_family<Sleef_atanhd8_u10avx512f, Sleef_atanhf16_u10avx512f, Sleef_atanhd4_u10avx2, Sleef_atanhf8_u10avx2>(wide);
     return {};
 }
 

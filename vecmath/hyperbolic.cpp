@@ -52,6 +52,7 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/hyperbolic_tables.h"
 #include "xebruk/vm_hyperbolic.h"
 
@@ -347,29 +348,37 @@ struct SinhCoshS : frame::KernelPolicy<float> {
 };
 
 }  // namespace
+
+void baseline::dSinh_HA(int n, const double* a, double* r) { frame::run<SinhCoshD<true>>(n, frame::unary(a, r)); }
+void baseline::sSinh_HA(int n, const float* a, float* r) { frame::run<SinhCoshS<true>>(n, frame::unary(a, r)); }
+void baseline::dCosh_HA(int n, const double* a, double* r) { frame::run<SinhCoshD<false>>(n, frame::unary(a, r)); }
+void baseline::sCosh_HA(int n, const float* a, float* r) { frame::run<SinhCoshS<false>>(n, frame::unary(a, r)); }
+void baseline::dTanh_HA(int n, const double* a, double* r) { frame::run<TanhD>(n, frame::unary(a, r)); }
+void baseline::sTanh_HA(int n, const float* a, float* r) { frame::run<TanhS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdSinh_HA(int n, const double* a, double* r) { run<xeb::SinhCoshD<true>>(n, unary(a, r)); }
-void xebdSinh_50(int n, const double* a, double* r) { xebdSinh_HA(n, a, r); }
-void xebsSinh_HA(int n, const float* a, float* r) { run<xeb::SinhCoshS<true>>(n, unary(a, r)); }
-void xebsSinh_21(int n, const float* a, float* r) { xebsSinh_HA(n, a, r); }
-void xebsSinh_11(int n, const float* a, float* r) { xebsSinh_HA(n, a, r); }
+void xebdSinh_HA(int n, const double* a, double* r) { active.dSinh_HA(n, a, r); }
+void xebdSinh_50(int n, const double* a, double* r) { active.dSinh_50(n, a, r); }
+void xebsSinh_HA(int n, const float* a, float* r) { active.sSinh_HA(n, a, r); }
+void xebsSinh_21(int n, const float* a, float* r) { active.sSinh_21(n, a, r); }
+void xebsSinh_11(int n, const float* a, float* r) { active.sSinh_11(n, a, r); }
 
-void xebdCosh_HA(int n, const double* a, double* r) { run<xeb::SinhCoshD<false>>(n, unary(a, r)); }
-void xebdCosh_50(int n, const double* a, double* r) { xebdCosh_HA(n, a, r); }
-void xebsCosh_HA(int n, const float* a, float* r) { run<xeb::SinhCoshS<false>>(n, unary(a, r)); }
-void xebsCosh_21(int n, const float* a, float* r) { xebsCosh_HA(n, a, r); }
-void xebsCosh_11(int n, const float* a, float* r) { xebsCosh_HA(n, a, r); }
+void xebdCosh_HA(int n, const double* a, double* r) { active.dCosh_HA(n, a, r); }
+void xebdCosh_50(int n, const double* a, double* r) { active.dCosh_50(n, a, r); }
+void xebsCosh_HA(int n, const float* a, float* r) { active.sCosh_HA(n, a, r); }
+void xebsCosh_21(int n, const float* a, float* r) { active.sCosh_21(n, a, r); }
+void xebsCosh_11(int n, const float* a, float* r) { active.sCosh_11(n, a, r); }
 
-void xebdTanh_HA(int n, const double* a, double* r) { run<xeb::TanhD>(n, unary(a, r)); }
-void xebdTanh_50(int n, const double* a, double* r) { xebdTanh_HA(n, a, r); }
-void xebsTanh_HA(int n, const float* a, float* r) { run<xeb::TanhS>(n, unary(a, r)); }
-void xebsTanh_21(int n, const float* a, float* r) { xebsTanh_HA(n, a, r); }
-void xebsTanh_11(int n, const float* a, float* r) { xebsTanh_HA(n, a, r); }
+void xebdTanh_HA(int n, const double* a, double* r) { active.dTanh_HA(n, a, r); }
+void xebdTanh_50(int n, const double* a, double* r) { active.dTanh_50(n, a, r); }
+void xebsTanh_HA(int n, const float* a, float* r) { active.sTanh_HA(n, a, r); }
+void xebsTanh_21(int n, const float* a, float* r) { active.sTanh_21(n, a, r); }
+void xebsTanh_11(int n, const float* a, float* r) { active.sTanh_11(n, a, r); }
 
 }  // extern "C"

@@ -48,6 +48,7 @@
 #include "frame/bits.h"
 #include "frame/fpu.h"
 #include "frame/kernel_frame.h"
+#include "vecmath/kernel_table.h"
 #include "vecmath/hyperbolic_tables.h"
 #include "xebruk/vm_hyperbolic.h"
 
@@ -348,29 +349,37 @@ struct AtanhS : SinglePolicy {
 };
 
 }  // namespace
+
+void baseline::dAsinh_HA(int n, const double* a, double* r) { run_blocks<AsinhD>(n, frame::unary(a, r)); }
+void baseline::sAsinh_HA(int n, const float* a, float* r) { frame::run<AsinhS>(n, frame::unary(a, r)); }
+void baseline::dAcosh_HA(int n, const double* a, double* r) { run_blocks<AcoshD>(n, frame::unary(a, r)); }
+void baseline::sAcosh_HA(int n, const float* a, float* r) { frame::run<AcoshS>(n, frame::unary(a, r)); }
+void baseline::dAtanh_HA(int n, const double* a, double* r) { run_blocks<AtanhD>(n, frame::unary(a, r)); }
+void baseline::sAtanh_HA(int n, const float* a, float* r) { frame::run<AtanhS>(n, frame::unary(a, r)); }
+
 }  // namespace xeb
 
-using xeb::frame::run;
-using xeb::frame::unary;
+// The exported names run the kernel class in use.
+using xeb::vm::active;
 
 extern "C" {
 
-void xebdAsinh_HA(int n, const double* a, double* r) { xeb::run_blocks<xeb::AsinhD>(n, unary(a, r)); }
-void xebdAsinh_50(int n, const double* a, double* r) { xebdAsinh_HA(n, a, r); }
-void xebsAsinh_HA(int n, const float* a, float* r) { run<xeb::AsinhS>(n, unary(a, r)); }
-void xebsAsinh_21(int n, const float* a, float* r) { xebsAsinh_HA(n, a, r); }
-void xebsAsinh_11(int n, const float* a, float* r) { xebsAsinh_HA(n, a, r); }
+void xebdAsinh_HA(int n, const double* a, double* r) { active.dAsinh_HA(n, a, r); }
+void xebdAsinh_50(int n, const double* a, double* r) { active.dAsinh_50(n, a, r); }
+void xebsAsinh_HA(int n, const float* a, float* r) { active.sAsinh_HA(n, a, r); }
+void xebsAsinh_21(int n, const float* a, float* r) { active.sAsinh_21(n, a, r); }
+void xebsAsinh_11(int n, const float* a, float* r) { active.sAsinh_11(n, a, r); }
 
-void xebdAcosh_HA(int n, const double* a, double* r) { xeb::run_blocks<xeb::AcoshD>(n, unary(a, r)); }
-void xebdAcosh_50(int n, const double* a, double* r) { xebdAcosh_HA(n, a, r); }
-void xebsAcosh_HA(int n, const float* a, float* r) { run<xeb::AcoshS>(n, unary(a, r)); }
-void xebsAcosh_21(int n, const float* a, float* r) { xebsAcosh_HA(n, a, r); }
-void xebsAcosh_11(int n, const float* a, float* r) { xebsAcosh_HA(n, a, r); }
+void xebdAcosh_HA(int n, const double* a, double* r) { active.dAcosh_HA(n, a, r); }
+void xebdAcosh_50(int n, const double* a, double* r) { active.dAcosh_50(n, a, r); }
+void xebsAcosh_HA(int n, const float* a, float* r) { active.sAcosh_HA(n, a, r); }
+void xebsAcosh_21(int n, const float* a, float* r) { active.sAcosh_21(n, a, r); }
+void xebsAcosh_11(int n, const float* a, float* r) { active.sAcosh_11(n, a, r); }
 
-void xebdAtanh_HA(int n, const double* a, double* r) { xeb::run_blocks<xeb::AtanhD>(n, unary(a, r)); }
-void xebdAtanh_50(int n, const double* a, double* r) { xebdAtanh_HA(n, a, r); }
-void xebsAtanh_HA(int n, const float* a, float* r) { run<xeb::AtanhS>(n, unary(a, r)); }
-void xebsAtanh_21(int n, const float* a, float* r) { xebsAtanh_HA(n, a, r); }
-void xebsAtanh_11(int n, const float* a, float* r) { xebsAtanh_HA(n, a, r); }
+void xebdAtanh_HA(int n, const double* a, double* r) { active.dAtanh_HA(n, a, r); }
+void xebdAtanh_50(int n, const double* a, double* r) { active.dAtanh_50(n, a, r); }
+void xebsAtanh_HA(int n, const float* a, float* r) { active.sAtanh_HA(n, a, r); }
+void xebsAtanh_21(int n, const float* a, float* r) { active.sAtanh_21(n, a, r); }
+void xebsAtanh_11(int n, const float* a, float* r) { active.sAtanh_11(n, a, r); }
 
 }  // extern "C"

@@ -52,6 +52,18 @@ constexpr KernelTable baseline_table() {
     t.dAsin_HA = t.dAsin_50 = baseline::dAsin_HA;
     t.dAcos_HA = t.dAcos_50 = baseline::dAcos_HA;
     t.dAtan_HA = t.dAtan_50 = baseline::dAtan_HA;
+    t.dSinh_HA = t.dSinh_50 = baseline::dSinh_HA;
+    t.sSinh_HA = t.sSinh_21 = t.sSinh_11 = baseline::sSinh_HA;
+    t.dCosh_HA = t.dCosh_50 = baseline::dCosh_HA;
+    t.sCosh_HA = t.sCosh_21 = t.sCosh_11 = baseline::sCosh_HA;
+    t.dTanh_HA = t.dTanh_50 = baseline::dTanh_HA;
+    t.sTanh_HA = t.sTanh_21 = t.sTanh_11 = baseline::sTanh_HA;
+    t.dAsinh_HA = t.dAsinh_50 = baseline::dAsinh_HA;
+    t.sAsinh_HA = t.sAsinh_21 = t.sAsinh_11 = baseline::sAsinh_HA;
+    t.dAcosh_HA = t.dAcosh_50 = baseline::dAcosh_HA;
+    t.sAcosh_HA = t.sAcosh_21 = t.sAcosh_11 = baseline::sAcosh_HA;
+    t.dAtanh_HA = t.dAtanh_50 = baseline::dAtanh_HA;
+    t.sAtanh_HA = t.sAtanh_21 = t.sAtanh_11 = baseline::sAtanh_HA;
     return t;
 }
 

@@ -46,6 +46,11 @@ struct KernelTable {
     Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
     // Inverse trigonometric functions.
     Unary<double> dAsin_HA, dAsin_50, dAcos_HA, dAcos_50, dAtan_HA, dAtan_50;
+    // Hyperbolic and inverse hyperbolic.
+    Unary<double> dSinh_HA, dSinh_50, dCosh_HA, dCosh_50, dTanh_HA, dTanh_50, dAsinh_HA, dAsinh_50, dAcosh_HA,
+        dAcosh_50, dAtanh_HA, dAtanh_50;
+    Unary<float> sSinh_HA, sSinh_21, sSinh_11, sCosh_HA, sCosh_21, sCosh_11, sTanh_HA, sTanh_21, sTanh_11, sAsinh_HA,
+        sAsinh_21, sAsinh_11, sAcosh_HA, sAcosh_21, sAcosh_11, sAtanh_HA, sAtanh_21, sAtanh_11;
 };
 
 // The table of the class in use.
@@ -107,4 +112,16 @@ void sErfc_HA(int n, const float* a, float* r);
 void dAsin_HA(int n, const double* a, double* r);
 void dAcos_HA(int n, const double* a, double* r);
 void dAtan_HA(int n, const double* a, double* r);
+void dSinh_HA(int n, const double* a, double* r);
+void sSinh_HA(int n, const float* a, float* r);
+void dCosh_HA(int n, const double* a, double* r);
+void sCosh_HA(int n, const float* a, float* r);
+void dTanh_HA(int n, const double* a, double* r);
+void sTanh_HA(int n, const float* a, float* r);
+void dAsinh_HA(int n, const double* a, double* r);
+void sAsinh_HA(int n, const float* a, float* r);
+void dAcosh_HA(int n, const double* a, double* r);
+void sAcosh_HA(int n, const float* a, float* r);
+void dAtanh_HA(int n, const double* a, double* r);
+void sAtanh_HA(int n, const float* a, float* r);
 }  // namespace xeb::baseline

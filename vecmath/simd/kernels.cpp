@@ -13,6 +13,7 @@ void power_entries(vm::KernelTable& t);
 void trig_entries(vm::KernelTable& t);
 void erf_entries(vm::KernelTable& t);
 void invtrig_entries(vm::KernelTable& t);
+void hyperbolic_entries(vm::KernelTable& t);
 
 void fill_kernel_table(vm::KernelTable& t) {
     explog_entries(t);
@@ -22,6 +23,7 @@ void fill_kernel_table(vm::KernelTable& t) {
     trig_entries(t);
     erf_entries(t);
     invtrig_entries(t);
+    hyperbolic_entries(t);
 }
 
 }  // namespace XEB_ISA
