@@ -72,14 +72,17 @@ SleefFamily in_class(bool wide) {
     return {};
 }
 
-SleefFamily exp_family(bool wide) {
+// A family SLEEF has in u10 only (as taken here): the hyperbolic ones.
+template <auto D8, auto F16, auto D4, auto F8>
+SleefFamily u10_family(bool wide) {
     if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_expd8_u10avx512f>, nullptr,
-                &over_array<float, __m512, 16, Sleef_expf16_u10avx512f>, nullptr};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_expd4_u10avx2>, nullptr,
-                &over_array<float, __m256, 8, Sleef_expf8_u10avx2>, nullptr};
+        return {&over_array<double, __m512d, 8, D8>, nullptr, &over_array<float, __m512, 16, F16>, nullptr};
+    if (avx2()) return {&over_array<double, __m256d, 4, D4>, nullptr, &over_array<float, __m256, 8, F8>, nullptr};
     return {};
+}
+
+SleefFamily exp_family(bool wide) {
+    return u10_family<Sleef_expd8_u10avx512f, Sleef_expf16_u10avx512f, Sleef_expd4_u10avx2, Sleef_expf8_u10avx2>(wide);
 }
 
 SleefFamily sin_family(bool wide) {
@@ -103,13 +106,7 @@ SleefFamily ln_family(bool wide) {
 }
 
 SleefFamily log10_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, Sleef_log10d8_u10avx512f>, nullptr,
-                &over_array<float, __m512, 16, Sleef_log10f16_u10avx512f>, nullptr};
-    if (avx2())
-        return {&over_array<double, __m256d, 4, Sleef_log10d4_u10avx2>, nullptr,
-                &over_array<float, __m256, 8, Sleef_log10f8_u10avx2>, nullptr};
-    return {};
+    return u10_family<Sleef_log10d8_u10avx512f, Sleef_log10f16_u10avx512f, Sleef_log10d4_u10avx2, Sleef_log10f8_u10avx2>(wide);
 }
 
 SleefFamily sqrt_family(bool wide) {
@@ -180,15 +177,6 @@ SleefFamily invtrig_family(const std::string& family, bool wide) {
         return in_class<Sleef_atand8_u10avx512f, Sleef_atand8_u35avx512f, Sleef_atanf16_u10avx512f,
                         Sleef_atanf16_u35avx512f, Sleef_atand4_u10avx2, Sleef_atand4_u35avx2,
                         Sleef_atanf8_u10avx2, Sleef_atanf8_u35avx2>(wide);
-    return {};
-}
-
-// A family SLEEF has in u10 only (as taken here): the hyperbolic ones.
-template <auto D8, auto F16, auto D4, auto F8>
-SleefFamily u10_family(bool wide) {
-    if (wide && avx512())
-        return {&over_array<double, __m512d, 8, D8>, nullptr, &over_array<float, __m512, 16, F16>, nullptr};
-    if (avx2()) return {&over_array<double, __m256d, 4, D4>, nullptr, &over_array<float, __m256, 8, F8>, nullptr};
     return {};
 }
 
