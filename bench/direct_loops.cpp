@@ -1,8 +1,6 @@
 // The plain loops of bench/direct_loops.h, compiled for AVX-512.
 #include "direct_loops.h"
 
-#include <type_traits>
-
 namespace xbench {
 namespace {
 
@@ -13,9 +11,12 @@ struct Width {
     using T = Lane;
     typedef Lane V __attribute__((vector_size(Bytes)));
     static constexpr int64_t kLanes = Bytes / sizeof(Lane);
-    // Lane 0 into every lane: one broadcast.
-    typedef std::conditional_t<sizeof(Lane) == 8, int64_t, int32_t> Index __attribute__((vector_size(Bytes)));
-    static V set1(T v) { return __builtin_shuffle(V{v}, Index{}); }
+    // Every lane v: one broadcast.
+    static V set1(T v) {
+        V r;
+        for (int64_t i = 0; i < kLanes; ++i) r[i] = v;
+        return r;
+    }
     static V load(const T* p) {
         V r;
         __builtin_memcpy(&r, p, sizeof r);

@@ -206,7 +206,7 @@ XEB_INLINE double erf_outside(double a) {
 
 struct ErfD {
     using V = D<kNative<double>>;
-    static constexpr const char* name = "_xebdErf_HA";  // raises no event
+    [[maybe_unused]] static constexpr const char* name = "_xebdErf_HA";  // raises no event
     static constexpr double filler = 1.0;
 
     template <int N>
@@ -235,7 +235,7 @@ XEB_INLINE F<N> on_halves(F<N> x) {
 
 struct ErfS {
     using V = F<kNative<float>>;
-    static constexpr const char* name = "_xebsErf_HA";  // raises no event
+    [[maybe_unused]] static constexpr const char* name = "_xebsErf_HA";  // raises no event
     static constexpr float filler = 1.0f;
 
     template <int N>
