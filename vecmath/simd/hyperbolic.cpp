@@ -22,7 +22,10 @@
 // errors scale with r): below 2^-60.  The quotient: its head is one
 // division, its remainder one fused product (whose own rounding is 2^-105
 // of the head), the rest 2^-104.  The sums of the pairs are two-sums; the
-// final rounding 0.5 ulp.  Bound 0.51 (double), 0.5 + 2^-28 (single).
+// final rounding 0.5 ulp: 0.51 by these terms.  Measured (4 x 10^6
+// arguments a function): up to 0.53 ulp at |x| of 0.01 to 0.02, more than
+// the terms account for; the bound the tests hold is 0.6 (double),
+// 0.5 + 2^-28 (single).
 // Sinh and Cosh from |x| = 708.39 (the exponential's fast limit) go one at
 // a time: e^|x| / 2 from the exponential's terms with the scale shifted by
 // 2^-1009 (e^-|x| is below 2^-1000 of it), within 0.56 ulp; from
@@ -37,7 +40,10 @@
 // 2^-66 of log w next to 1, 2^-66 absolute elsewhere).  Next to 1 (Acosh)
 // and next to 0 (Asinh, Atanh, where w - 1 is carried whole in the pair)
 // the result keeps its relative accuracy: below 2^-60 before the final
-// rounding.  Bound 0.51 (double), 0.5 + 2^-28 (single).  From |x| = 2^28
+// rounding by the terms above.  Measured: Asinh 0.539 ulp and Atanh 0.525
+// at |x| of 0.015 to 0.03, Acosh 0.549 just above 1 (x near 1.0005), more
+// than these terms account for; the bound the tests hold is 0.6 (double),
+// 0.5 + 2^-28 (single).  From |x| = 2^28
 // w is 2|x| (x^2 +- 1 = x^2 to 2^-56, 2^-62 of the result); Asinh and
 // Acosh from 2^1022 go one at a time: log|x| + ln 2.
 #include <cstdint>
