@@ -130,7 +130,10 @@ XEB_INLINE PairV<N> add_times(D<N> c_hi, D<N> c_lo, PairV<N> s, D<N> th, D<N> tl
 // The rows of N lanes as columns: rows are loaded whole, N doubles at a
 // time, and transposed by log2(N) rounds of two-register shuffles (round
 // `Bit` exchanges bit Bit of the lane with bit Bit of the column), which
-// costs a few instructions per column where a gather costs tens.
+// costs a few instructions per column where a gather costs tens.  The
+// loops over lanes, columns and coefficients are unrolled whole (the
+// pragmas): GCC at -O2 would otherwise keep these arrays of registers in
+// memory and lose the gain.
 template <int Bit, int N, int... K>
 XEB_INLINE void exchange(D<N>& a, D<N>& b, std::integer_sequence<int, K...>) {
     const auto low = __builtin_shufflevector(a.v, b.v, ((K & Bit) ? N + (K ^ Bit) : K)...);
@@ -141,6 +144,7 @@ XEB_INLINE void exchange(D<N>& a, D<N>& b, std::integer_sequence<int, K...>) {
 template <int Bit, int N>
 XEB_INLINE void transpose_from(D<N> (&r)[N]) {
     if constexpr (Bit < N) {
+        #pragma GCC unroll 32
         for (int i = 0; i < N; ++i)
             if ((i & Bit) == 0) exchange<Bit>(r[i], r[i | Bit], std::make_integer_sequence<int, N>{});
         transpose_from<2 * Bit>(r);
@@ -153,11 +157,14 @@ XEB_INLINE void transpose_from(D<N> (&r)[N]) {
 template <int Cols, int N>
 XEB_INLINE void read_rows(const double* base, U<N> row, D<N> (&col)[Cols]) {
     static_assert(Cols >= N, "rows at least a register long");
+    #pragma GCC unroll 32
     for (int first = 0; first < Cols; first += N) {
         const int j = first + N <= Cols ? first : Cols - N;
         D<N> r[N];
+        #pragma GCC unroll 32
         for (int l = 0; l < N; ++l) r[l] = load<D<N>>(base + lane(row, l) * Cols + j);
         transpose_from<1>(r);
+        #pragma GCC unroll 32
         for (int k = 0; k < N; ++k) col[j + k] = r[k];
     }
 }
@@ -187,6 +194,7 @@ XEB_INLINE D<N> erf_magnitude(D<N> ax) {
     read_rows(&ed::erfRows[0].minus_c, ((b >> 32) - kFirstRowHigh) >> 18, c);
     const D<N> t = ax + c[0];  // exact: ax and c within a factor of 2
     D<N> q = c[18];
+    #pragma GCC unroll 32
     for (int k = 17; k >= 7; --k) q = fma(q, t, c[k]);
     const D<N> higher = q * (t * t * t);
     const D<N> zero{};
@@ -273,9 +281,12 @@ XEB_INLINE D<N> erfc_value(D<N> x, const ed::ErfcRow* rows, double clamp, double
     read_rows(&rows[0].minus_c, row, c);
     const PairV<N> t = two_sum(ax, c[0]);
     D<N> q = c[22];
+    #pragma GCC unroll 32
     for (int k = 21; k >= 13; --k) q = fma(q, t.hi, c[k]);
+    #pragma GCC unroll 32
     for (int k = 5; k >= PairOrders; --k) q = fma(q, t.hi, c[1 + 2 * k]);
     PairV<N> p{q, D<N>{}};
+    #pragma GCC unroll 32
     for (int k = PairOrders - 1; k >= 0; --k) p = add_times(c[1 + 2 * k], c[2 + 2 * k], p, t.hi, t.lo);
 
     // exp(-x^2) = 2^(n/16) e^r as eh + el, n = round(-x^2 16/ln 2): the
