@@ -60,8 +60,6 @@ using class_frame::Arrays;
 namespace ed = erfdata;
 namespace ex = explog;
 
-#define XEB_INLINE [[gnu::always_inline]] inline
-
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint64_t kSign = 0x8000000000000000ull;
 constexpr uint64_t kInfBits = 0x7FF0000000000000ull;
@@ -381,8 +379,6 @@ struct ErfcS {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 // No lower form has code of its own: each is its precision's _HA entry.
 void erf_entries(vm::KernelTable& t) {

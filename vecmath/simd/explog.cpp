@@ -260,7 +260,6 @@ XEB_INLINE D<N> ln_single(D<N> z, D<N> kd, U<N> row) {
     return fma(kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, row)) + fma(r2, g, r);
 }
 
-
 template <class B, Form Fm>
 struct LogS {
     using V = F<kNative<float>>;  // a whole register of floats (_HA: two of doubles)
@@ -314,8 +313,6 @@ struct LogS {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 void explog_entries(vm::KernelTable& t) {
     t.dExp_HA = t.dExp_50 = class_frame::unary<ExpD>;

@@ -18,9 +18,6 @@ using namespace simd;
 using class_frame::Arrays;
 namespace ex = explog;
 
-// The vector code is inlined into the frame's loop whatever its size.
-#define XEB_INLINE [[gnu::always_inline]] inline
-
 using namespace lanes;
 
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;

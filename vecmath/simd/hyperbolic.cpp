@@ -361,8 +361,6 @@ struct HyperbolicS {
 
 }  // namespace
 
-#undef XEB_INLINE
-
 void hyperbolic_entries(vm::KernelTable& t) {
     t.dSinh_HA = t.dSinh_50 = class_frame::unary<HyperbolicD<Fn::Sinh>>;
     t.dCosh_HA = t.dCosh_50 = class_frame::unary<HyperbolicD<Fn::Cosh>>;

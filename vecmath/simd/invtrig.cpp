@@ -59,9 +59,6 @@ struct AtanCentre {
 };
 #include "vecmath/invtrig_tables.inc"
 
-// The vector code is inlined into the frame's loop whatever its size.
-#define XEB_INLINE [[gnu::always_inline]] inline
-
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint64_t kSignBit = 0x8000000000000000ull;
 constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
@@ -223,8 +220,6 @@ struct AtanK {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 void invtrig_entries(vm::KernelTable& t) {
     t.dAsin_HA = t.dAsin_50 = class_frame::unary<ArcSineK<false>>;

@@ -7,6 +7,9 @@
 
 #include "frame/simd.h"
 
+// The vector code is inlined into the frame's loop whatever its size.
+#define XEB_INLINE [[gnu::always_inline]] inline
+
 namespace xeb {
 inline namespace XEB_ISA {
 namespace lanes {

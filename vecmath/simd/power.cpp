@@ -255,8 +255,6 @@ constexpr char kPowxS[] = "_xebsPowx_HA";
 
 }  // namespace
 
-#undef XEB_INLINE
-
 void power_entries(vm::KernelTable& t) {
     t.dPow_HA = t.dPow_50 = class_frame::binary<PowD<kPowD>>;
     t.dPowx_HA = t.dPowx_50 = class_frame::vector_scalar<PowD<kPowxD>>;

@@ -50,9 +50,6 @@ namespace {
 using namespace simd;
 using class_frame::Arrays;
 
-// The vector code is inlined into the frame's loop whatever its size.
-#define XEB_INLINE [[gnu::always_inline]] inline
-
 using namespace lanes;
 
 template <class T>
@@ -77,7 +74,6 @@ template <class T>
 constexpr const char* pick(const char* d, const char* s) {
     return sizeof(T) == 8 ? d : s;
 }
-
 
 // Not positive and finite (zeros, negatives, infinities, NaNs).
 template <class T, int N>
@@ -312,8 +308,6 @@ struct CubeRootK {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 void roots_entries(vm::KernelTable& t) {
     t.dInv_HA = t.dInv_50 = class_frame::unary<InvK<double>>;

@@ -57,8 +57,6 @@ using namespace lanes;
 using class_frame::Arrays;
 using class_frame::Pair;
 
-#define XEB_INLINE [[gnu::always_inline]] inline
-
 constexpr double kTwoOverPi = 0x1.45f306dc9c883p-1;
 constexpr double kShift = 0x1.8p52;  // x 2/pi + kShift leaves q in the low bits
 constexpr double kPio2[3] = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54, -0x1.f1976b7ed8fbcp-110};
@@ -306,8 +304,6 @@ struct TrigS {
 };
 
 }  // namespace
-
-#undef XEB_INLINE
 
 void trig_entries(vm::KernelTable& t) {
     t.dSin_HA = t.dSin_50 = class_frame::unary<TrigD<Fn::Sin>>;
