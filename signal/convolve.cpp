@@ -97,7 +97,10 @@ int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t S, Buffers& b
         }
         ws.order = order;
         int32_t bytes = 0;
-        if (const int32_t st = sigFftWorkSize(ws.plan, &bytes); st != SIG_OK) return st;
+        if (const int32_t st = sigFftWorkSize(ws.plan, &bytes); st != SIG_OK) {
+            sigConvWorkspaceRelease(&ws);
+            return st;
+        }
         ws.workFloats = (int64_t{bytes} + 3) / 4;
     }
     const int64_t n = int64_t{1} << order;
@@ -116,8 +119,8 @@ int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t S, Buffers& b
 
 // The spectrum of the short input padded to N, with the 1/N of the inverse
 // transform folded in: a power of two, so each product and every rounding
-// of the unscaled inverse is the scaled one exactly (no value of a float
-// convolution comes near the subnormal range through a factor of 2^-30).
+// of the unscaled inverse is the scaled one exactly (the bits of scaling at
+// the end), unless a scaled value falls below the normal range.
 // A workspace that already holds the spectrum of the same taps keeps it.
 int32_t filter_spectrum(sigConvWorkspace& ws, const float* sht, int32_t S, const Buffers& b) {
     const int64_t n = int64_t{1} << ws.order;
