@@ -52,6 +52,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "frame/bits.h"
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/guards.h"
@@ -88,7 +89,45 @@ double ln1(double x) {
     return x;
 }
 
+// ln_near (poisson.h) settles most of PTPE's tests without the vector
+// kernel.  ln_near(w), for a positive normal w = 2^e m with m in
+// [sqrt(1/2), sqrt(2)), is e ln 2 + 2 atanh(s), s = (m - 1)/(m + 1), by the
+// series to s^17: |s| <= 0.1716, truncation below 2 |s|^19 / 19 < 4e-16.
+// The roundings of s, the Horner sum, ln 2 and the last sums add below
+// 1e-12 absolute for |ln w| < 710, and ln1 is within 1 ulp of ln w (below
+// 2e-13 there), so ln1(w) lies within kLnMargin of ln_near(w).  A test on
+// ln1(w) is decided from ln_near(w) where its threshold is further away
+// than the margin (the margin's own rounding is far below the slack);
+// nearer, ln1 itself decides.
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+constexpr double kSqrt2 = 0x1.6a09e667f3bcdp+0;
+constexpr double kAtanhSeries[8] = {1.0 / 3,  1.0 / 5,  1.0 / 7,  1.0 / 9,
+                                    1.0 / 11, 1.0 / 13, 1.0 / 15, 1.0 / 17};
+constexpr uint64_t kSmallestNormalBits = 0x0010000000000000ull;
+constexpr uint64_t kInfinityBits = 0x7FF0000000000000ull;
+constexpr uint64_t kFractionMask = 0x000FFFFFFFFFFFFFull;
+constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
+constexpr double kTwo31 = 0x1p31;
+
+// w positive, finite and normal.
+bool in_ln_near_domain(double w) { return bits(w) - kSmallestNormalBits < kInfinityBits - kSmallestNormalBits; }
+
 }  // namespace
+
+double ln_near(double w) {
+    const uint64_t u = bits(w);
+    int e = static_cast<int>(u >> 52) - 1023;
+    double m = double_from_bits((u & kFractionMask) | kOneBits);  // [1, 2)
+    const bool high = m > kSqrt2;
+    m = high ? 0.5 * m : m;  // exact
+    e += high;
+    const double s = (m - 1.0) / (m + 1.0);
+    const double z = s * s;
+    const double* c = kAtanhSeries;
+    double q = c[7];
+    for (int k = 6; k >= 0; --k) q = q * z + c[k];
+    return e * kLn2 + (s + s * (z * q)) * 2.0;
+}
 
 PoissonCache fresh_poisson_cache() {
     PoissonCache c{};
@@ -195,11 +234,32 @@ bool squeeze_test(int32_t K, double W, const PoissonPtpe& t, double lambda) {
     const double A = (1.0 + (x / 3.0 - 0.5) * x) * ((k + 0.5) * x) + (k + (kSqueezeShift - lambda));
     double E = 0.25 * (x * x * x * x) * (k + 0.5);
     if (x < 0.0) E = E / (1.0 + x);
+    const double below = A - kSqueezeBand - E;  // at most A: E >= 0
+    if (in_ln_near_domain(W)) {
+        const double near = ln_near(W);
+        if (near - kLnMargin > A) return false;
+        if (near + kLnMargin < below) return true;
+    }
     const double L = ln1(W);
     if (L > A) return false;
-    if (L < A - kSqueezeBand - E) return true;
+    if (L < below) return true;
     return L <= (k + 0.5) * ln1(lambda * w) + k + (t.m + 0.5) * t.ln_m_over_mean - t.m +
                     (t.inv_m - w) / 12.0 + (w * w * w - t.inv_m3) / 360.0;
+}
+
+// An exponential tail's point y(ln1(v)), y a rounded affine map, or a
+// stand-in with the same sign and the same integer part, which is all the
+// trial reads of it.  The rounded map is monotone, so y(ln1(v)) lies
+// between its values at the ends of ln_near(v) -+ kLnMargin; where those
+// agree in sign and integer part (below 2^31), so does it.
+template <class Map>
+double tail_point(double v, Map y) {
+    if (in_ln_near_domain(v)) {
+        const double near = ln_near(v);
+        const double a = y(near - kLnMargin), b = y(near + kLnMargin);
+        if ((a < 0.0) == (b < 0.0) && std::trunc(a) == std::trunc(b) && std::fabs(a) < kTwo31) return a;
+    }
+    return y(ln1(v));
 }
 
 // One trial on the floats u1, u2: true with the result in K.
@@ -217,12 +277,12 @@ bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t
         if (W > 1.0) return false;
         K = truncate_to_int32(X);
     } else if (U <= t.p3) {  // left exponential tail
-        const double Y = ln1(V) * t.inv_lambda_l + t.xl;
+        const double Y = tail_point(V, [&](double L) { return L * t.inv_lambda_l + t.xl; });
         if (Y < 0.0) return false;
         K = truncate_to_int32(Y);
         W = static_cast<float>((U - t.p2) * V * t.lambda_l);
     } else {  // right exponential tail
-        K = truncate_to_int32(-ln1(V) * t.inv_lambda_r + t.xr);
+        K = truncate_to_int32(tail_point(V, [&](double L) { return -L * t.inv_lambda_r + t.xr; }));
         W = static_cast<float>((U - t.p3) * V * t.lambda_r);
     }
     // M from the mean, not the record: the ratio products below then run

@@ -11,9 +11,11 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "frame/bits.h"
 #include "laws/poisson.h"
 #include "support/chi_square.h"
 #include "support/law_draws.h"
@@ -57,6 +59,23 @@ TEST(Poisson, ExactMethodFollowsTheLaw) {
                               "poisson " + std::to_string(mean) + " on " + std::to_string(id));
         }
     }
+}
+
+// PTPE decides from its quick logarithm only where the kernel's cannot
+// decide otherwise: that rests on ln_near staying within 1e-12 of ln w,
+// far inside kLnMargin, for the uniforms and acceptance levels it sees
+// (floats in (0, 1]) and for any positive normal double.
+TEST(Poisson, QuickLogarithmIsWithinItsBound) {
+    std::mt19937_64 bitsource(11);
+    const std::size_t n = xt::scaled(2000000);
+    long double worst = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const uint64_t b = bitsource();
+        const double w = i % 2 ? static_cast<double>(xeb::float_from_bits(0x00800000u + static_cast<uint32_t>(b) % 0x3F000000u))
+                               : xeb::double_from_bits(0x0010000000000000ull + b % 0x7FE0000000000000ull);
+        worst = std::max(worst, std::fabs(xeb::laws::ln_near(w) - std::log(static_cast<long double>(w))));
+    }
+    EXPECT_LT(worst, 1e-12L);
 }
 
 TEST(Poisson, ExactMethodSplitsGiveOneCallsCounts) {
