@@ -23,7 +23,11 @@
 //
 // Arithmetic is in double, under the laws' fixed control words; the
 // exponential, logarithms and root come from the high-accuracy vector
-// kernels on single elements (below 1 ulp each).
+// kernels on single elements (below 1 ulp each).  Most of PTPE's tests on
+// a logarithm are settled without calling the kernel, by a quick logarithm
+// or, in calls of 1024 results or more, by levels of W kept for the call
+// (see ln_near and SqueezeLevels): each answers only where the kernel's
+// logarithm could not answer otherwise, so results do not change.
 // The table's sums add the small terms first: cum[k] is within a few ulp
 // of P(X <= k).  The hat constants only shape the proposal.  The
 // acceptance tests compare W with f(K) / f(M) as a product of ratios
@@ -49,6 +53,7 @@
 // halves are built anew from them at load.
 #include "laws/poisson.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -226,25 +231,86 @@ bool ratio_test(int64_t K, int64_t M, double W, const PoissonPtpe& t, double lam
 }
 
 // K > 50 with M >= 100: ln W against ln f(K)/f(M) by a squeeze and then
-// Stirling's series.
-bool squeeze_test(int32_t K, double W, const PoissonPtpe& t, double lambda) {
+// Stirling's series.  Its levels depend on K alone: reject where ln W is
+// above A, accept below `below` (at most A, as E >= 0), and in between
+// accept up to the series' value.
+struct Squeeze {
+    double k, w, A, below;
+};
+
+Squeeze squeeze_levels(int32_t K, double lambda) {
     const double k = K;
     const double w = 1.0 / k;
     const double x = w * (lambda - k);
     const double A = (1.0 + (x / 3.0 - 0.5) * x) * ((k + 0.5) * x) + (k + (kSqueezeShift - lambda));
     double E = 0.25 * (x * x * x * x) * (k + 0.5);
     if (x < 0.0) E = E / (1.0 + x);
-    const double below = A - kSqueezeBand - E;  // at most A: E >= 0
+    return {k, w, A, A - kSqueezeBand - E};
+}
+
+double stirling_level(const Squeeze& q, const PoissonPtpe& t, double lambda) {
+    const double k = q.k, w = q.w;
+    return (k + 0.5) * ln1(lambda * w) + k + (t.m + 0.5) * t.ln_m_over_mean - t.m + (t.inv_m - w) / 12.0 +
+           (w * w * w - t.inv_m3) / 360.0;
+}
+
+bool squeeze_test(int32_t K, double W, const PoissonPtpe& t, double lambda) {
+    const Squeeze q = squeeze_levels(K, lambda);
     if (in_ln_near_domain(W)) {
         const double near = ln_near(W);
-        if (near - kLnMargin > A) return false;
-        if (near + kLnMargin < below) return true;
+        if (near - kLnMargin > q.A) return false;
+        if (near + kLnMargin < q.below) return true;
     }
     const double L = ln1(W);
-    if (L > A) return false;
-    if (L < below) return true;
-    return L <= (k + 0.5) * ln1(lambda * w) + k + (t.m + 0.5) * t.ln_m_over_mean - t.m +
-                    (t.inv_m - w) / 12.0 + (w * w * w - t.inv_m3) / 360.0;
+    if (L > q.A) return false;
+    if (L < q.below) return true;
+    return L <= stirling_level(q, t, lambda);
+}
+
+// The squeeze's outcome as levels of W, for the K a long call meets most:
+// those of the parallelogram, each computed at its first use.  With
+// T = max(below, min(A, series)) the squeeze accepts exactly where
+// ln1(W) < T or ln1(W) <= T, depending on which level T is; below
+// exp(T - kLevelMargin) (as xebdExp_HA rounds it, within 1 ulp) ln1(W) is
+// surely below T, above exp(T + kLevelMargin) surely above it (ln1 is
+// within 1e-12 of ln), and between the two the squeeze itself decides.
+constexpr double kLevelMargin = 0x1p-28;
+constexpr int32_t kLevelSlots = 1024;  // K the cache covers, at most
+constexpr int32_t kLevelsFromCount = 1024;  // calls of fewer results go without
+
+struct SqueezeLevels {
+    int32_t first = 0, count = 0;  // K from first, count of them; 0: none
+    double accept_below[kLevelSlots];  // NaN until computed
+    double reject_above[kLevelSlots];
+};
+
+void start_levels(SqueezeLevels& c, const PoissonPtpe& t, double lambda, int32_t n) {
+    c.count = 0;
+    if (n < kLevelsFromCount || truncate_to_int32(lambda) < kSqueezeFromMode) return;
+    const int32_t first = truncate_to_int32(t.xl), last = truncate_to_int32(t.xr);
+    if (first <= kSqueezeFromK || last - first >= kLevelSlots) return;
+    c.first = first;
+    c.count = last - first + 1;
+    for (int32_t i = 0; i < c.count; ++i) c.accept_below[i] = NAN;
+}
+
+// The squeeze's outcome for K > 50 with M >= 100, from the levels where
+// they settle it.
+bool squeeze_decision(int32_t K, double W, SqueezeLevels& c, const PoissonPtpe& t, double lambda) {
+    const uint32_t i = static_cast<uint32_t>(K - c.first);
+    if (i < static_cast<uint32_t>(c.count) && W > 0.0) {
+        if (std::isnan(c.accept_below[i])) {
+            const Squeeze q = squeeze_levels(K, lambda);
+            const double T = std::max(q.below, std::min(q.A, stirling_level(q, t, lambda)));
+            double ends[2] = {T - kLevelMargin, T + kLevelMargin};
+            xebdExp_HA(2, ends, ends);
+            c.accept_below[i] = ends[0];
+            c.reject_above[i] = ends[1];
+        }
+        if (W < c.accept_below[i]) return true;
+        if (W > c.reject_above[i]) return false;
+    }
+    return squeeze_test(K, W, t, lambda);
 }
 
 // An exponential tail's point y(ln1(v)), y a rounded affine map, or a
@@ -263,7 +329,7 @@ double tail_point(double v, Map y) {
 }
 
 // One trial on the floats u1, u2: true with the result in K.
-bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t& K) {
+bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, SqueezeLevels& levels, int32_t& K) {
     const double U = static_cast<float>(u1 * t.p4);
     const double V = u2;
     if (U <= t.p1) {  // triangle: accepted outright
@@ -288,14 +354,16 @@ bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t
     // M from the mean, not the record: the ratio products below then run
     // over factors below 1 whatever a record read from a file holds.
     const int64_t M = truncate_to_int32(lambda);
-    if (M >= kSqueezeFromMode && K > kSqueezeFromK) return squeeze_test(K, W, t, lambda);
+    if (M >= kSqueezeFromMode && K > kSqueezeFromK) return squeeze_decision(K, W, levels, t, lambda);
     return ratio_test(K, M, W, t, lambda);
 }
 
 int32_t sample_ptpe(RukStream* stream, int32_t n, int32_t* r, const PoissonPtpe& t, double lambda) {
+    SqueezeLevels levels;
+    start_levels(levels, t, lambda, n);
     return run_trials<kBuffer, float>(
         stream, n, r, [](const float*, int32_t) {},
-        [&](float u1, float u2, int32_t, int32_t& K) { return ptpe_trial(u1, u2, t, lambda, K); });
+        [&](float u1, float u2, int32_t, int32_t& K) { return ptpe_trial(u1, u2, t, lambda, levels, K); });
 }
 
 }  // namespace

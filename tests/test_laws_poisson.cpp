@@ -96,6 +96,17 @@ TEST(Poisson, ExactMethodSplitsGiveOneCallsCounts) {
             EXPECT_EQ(parts, one) << mean << " in " << counts.size() << " calls";
         }
     }
+    // Long calls settle most squeezes from levels of W kept for the call;
+    // calls of 1000 decide each by logarithms: the same counts.
+    const int32_t n = static_cast<int32_t>(xt::scaled(400000, 4000) / 1000 * 1000);
+    for (const double mean : {100.0, 2345.6, 5e4}) {
+        const Ints one = draw(0, mean, static_cast<std::size_t>(n));
+        StreamHandle h;
+        new_stream(h, RUK_BRNG_MT19937, 3);
+        Ints parts(one.size());
+        for (int32_t at = 0; at < n; at += 1000) ASSERT_EQ(rukiRngPoisson(0, h.get(), 1000, parts.data() + at, mean), RUK_OK);
+        EXPECT_EQ(parts, one) << mean;
+    }
 }
 
 // The law of a map's count for a standard Gaussian against Poisson.
