@@ -23,7 +23,11 @@
 //
 // Arithmetic is in double, under the laws' fixed control words; the
 // exponential, logarithms and root come from the high-accuracy vector
-// kernels on single elements (below 1 ulp each).
+// kernels on single elements (below 1 ulp each).  Most of PTPE's tests on
+// a logarithm are settled without calling the kernel, by a quick logarithm
+// or, in calls of 1024 results or more, by levels of W kept for the call
+// (see ln_near and SqueezeLevels): each answers only where the kernel's
+// logarithm could not answer otherwise, so results do not change.
 // The table's sums add the small terms first: cum[k] is within a few ulp
 // of P(X <= k).  The hat constants only shape the proposal.  The
 // acceptance tests compare W with f(K) / f(M) as a product of ratios
@@ -49,9 +53,11 @@
 // halves are built anew from them at load.
 #include "laws/poisson.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
+#include "frame/bits.h"
 #include "frame/kernel_frame.h"
 #include "laws/chunk_cache.h"
 #include "laws/guards.h"
@@ -88,7 +94,45 @@ double ln1(double x) {
     return x;
 }
 
+// ln_near (poisson.h) settles most of PTPE's tests without the vector
+// kernel.  ln_near(w), for a positive normal w = 2^e m with m in
+// [sqrt(1/2), sqrt(2)), is e ln 2 + 2 atanh(s), s = (m - 1)/(m + 1), by the
+// series to s^17: |s| <= 0.1716, truncation below 2 |s|^19 / 19 < 4e-16.
+// The roundings of s, the Horner sum, ln 2 and the last sums add below
+// 1e-12 absolute for |ln w| < 710, and ln1 is within 1 ulp of ln w (below
+// 2e-13 there), so ln1(w) lies within kLnMargin of ln_near(w).  A test on
+// ln1(w) is decided from ln_near(w) where its threshold is further away
+// than the margin (the margin's own rounding is far below the slack);
+// nearer, ln1 itself decides.
+constexpr double kLn2 = 0x1.62e42fefa39efp-1;
+constexpr double kSqrt2 = 0x1.6a09e667f3bcdp+0;
+constexpr double kAtanhSeries[8] = {1.0 / 3,  1.0 / 5,  1.0 / 7,  1.0 / 9,
+                                    1.0 / 11, 1.0 / 13, 1.0 / 15, 1.0 / 17};
+constexpr uint64_t kSmallestNormalBits = 0x0010000000000000ull;
+constexpr uint64_t kInfinityBits = 0x7FF0000000000000ull;
+constexpr uint64_t kFractionMask = 0x000FFFFFFFFFFFFFull;
+constexpr uint64_t kOneBits = 0x3FF0000000000000ull;
+constexpr double kTwo31 = 0x1p31;
+
+// w positive, finite and normal.
+bool in_ln_near_domain(double w) { return bits(w) - kSmallestNormalBits < kInfinityBits - kSmallestNormalBits; }
+
 }  // namespace
+
+double ln_near(double w) {
+    const uint64_t u = bits(w);
+    int e = static_cast<int>(u >> 52) - 1023;
+    double m = double_from_bits((u & kFractionMask) | kOneBits);  // [1, 2)
+    const bool high = m > kSqrt2;
+    m = high ? 0.5 * m : m;  // exact
+    e += high;
+    const double s = (m - 1.0) / (m + 1.0);
+    const double z = s * s;
+    const double* c = kAtanhSeries;
+    double q = c[7];
+    for (int k = 6; k >= 0; --k) q = q * z + c[k];
+    return e * kLn2 + (s + s * (z * q)) * 2.0;
+}
 
 PoissonCache fresh_poisson_cache() {
     PoissonCache c{};
@@ -187,23 +231,105 @@ bool ratio_test(int64_t K, int64_t M, double W, const PoissonPtpe& t, double lam
 }
 
 // K > 50 with M >= 100: ln W against ln f(K)/f(M) by a squeeze and then
-// Stirling's series.
-bool squeeze_test(int32_t K, double W, const PoissonPtpe& t, double lambda) {
+// Stirling's series.  Its levels depend on K alone: reject where ln W is
+// above A, accept below `below` (at most A, as E >= 0), and in between
+// accept up to the series' value.
+struct Squeeze {
+    double k, w, A, below;
+};
+
+Squeeze squeeze_levels(int32_t K, double lambda) {
     const double k = K;
     const double w = 1.0 / k;
     const double x = w * (lambda - k);
     const double A = (1.0 + (x / 3.0 - 0.5) * x) * ((k + 0.5) * x) + (k + (kSqueezeShift - lambda));
     double E = 0.25 * (x * x * x * x) * (k + 0.5);
     if (x < 0.0) E = E / (1.0 + x);
+    return {k, w, A, A - kSqueezeBand - E};
+}
+
+double stirling_level(const Squeeze& q, const PoissonPtpe& t, double lambda) {
+    const double k = q.k, w = q.w;
+    return (k + 0.5) * ln1(lambda * w) + k + (t.m + 0.5) * t.ln_m_over_mean - t.m + (t.inv_m - w) / 12.0 +
+           (w * w * w - t.inv_m3) / 360.0;
+}
+
+bool squeeze_test(int32_t K, double W, const PoissonPtpe& t, double lambda) {
+    const Squeeze q = squeeze_levels(K, lambda);
+    if (in_ln_near_domain(W)) {
+        const double near = ln_near(W);
+        if (near - kLnMargin > q.A) return false;
+        if (near + kLnMargin < q.below) return true;
+    }
     const double L = ln1(W);
-    if (L > A) return false;
-    if (L < A - kSqueezeBand - E) return true;
-    return L <= (k + 0.5) * ln1(lambda * w) + k + (t.m + 0.5) * t.ln_m_over_mean - t.m +
-                    (t.inv_m - w) / 12.0 + (w * w * w - t.inv_m3) / 360.0;
+    if (L > q.A) return false;
+    if (L < q.below) return true;
+    return L <= stirling_level(q, t, lambda);
+}
+
+// The squeeze's outcome as levels of W, for the K a long call meets most:
+// those of the parallelogram, each computed at its first use.  With
+// T = max(below, min(A, series)) the squeeze accepts exactly where
+// ln1(W) < T or ln1(W) <= T, depending on which level T is; below
+// exp(T - kLevelMargin) (as xebdExp_HA rounds it, within 1 ulp) ln1(W) is
+// surely below T, above exp(T + kLevelMargin) surely above it (ln1 is
+// within 1e-12 of ln), and between the two the squeeze itself decides.
+constexpr double kLevelMargin = 0x1p-28;
+constexpr int32_t kLevelSlots = 1024;  // K the cache covers, at most
+constexpr int32_t kLevelsFromCount = 1024;  // calls of fewer results go without
+
+struct SqueezeLevels {
+    int32_t first = 0, count = 0;  // K from first, count of them; 0: none
+    double accept_below[kLevelSlots];  // NaN until computed
+    double reject_above[kLevelSlots];
+};
+
+void start_levels(SqueezeLevels& c, const PoissonPtpe& t, double lambda, int32_t n) {
+    c.count = 0;
+    if (n < kLevelsFromCount || truncate_to_int32(lambda) < kSqueezeFromMode) return;
+    const int32_t first = truncate_to_int32(t.xl), last = truncate_to_int32(t.xr);
+    if (first <= kSqueezeFromK || last - first >= kLevelSlots) return;
+    c.first = first;
+    c.count = last - first + 1;
+    for (int32_t i = 0; i < c.count; ++i) c.accept_below[i] = NAN;
+}
+
+// The squeeze's outcome for K > 50 with M >= 100, from the levels where
+// they settle it.
+bool squeeze_decision(int32_t K, double W, SqueezeLevels& c, const PoissonPtpe& t, double lambda) {
+    const uint32_t i = static_cast<uint32_t>(K - c.first);
+    if (i < static_cast<uint32_t>(c.count) && W > 0.0) {
+        if (std::isnan(c.accept_below[i])) {
+            const Squeeze q = squeeze_levels(K, lambda);
+            const double T = std::max(q.below, std::min(q.A, stirling_level(q, t, lambda)));
+            double ends[2] = {T - kLevelMargin, T + kLevelMargin};
+            xebdExp_HA(2, ends, ends);
+            c.accept_below[i] = ends[0];
+            c.reject_above[i] = ends[1];
+        }
+        if (W < c.accept_below[i]) return true;
+        if (W > c.reject_above[i]) return false;
+    }
+    return squeeze_test(K, W, t, lambda);
+}
+
+// An exponential tail's point y(ln1(v)), y a rounded affine map, or a
+// stand-in with the same sign and the same integer part, which is all the
+// trial reads of it.  The rounded map is monotone, so y(ln1(v)) lies
+// between its values at the ends of ln_near(v) -+ kLnMargin; where those
+// agree in sign and integer part (below 2^31), so does it.
+template <class Map>
+double tail_point(double v, Map y) {
+    if (in_ln_near_domain(v)) {
+        const double near = ln_near(v);
+        const double a = y(near - kLnMargin), b = y(near + kLnMargin);
+        if ((a < 0.0) == (b < 0.0) && std::trunc(a) == std::trunc(b) && std::fabs(a) < kTwo31) return a;
+    }
+    return y(ln1(v));
 }
 
 // One trial on the floats u1, u2: true with the result in K.
-bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t& K) {
+bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, SqueezeLevels& levels, int32_t& K) {
     const double U = static_cast<float>(u1 * t.p4);
     const double V = u2;
     if (U <= t.p1) {  // triangle: accepted outright
@@ -217,25 +343,27 @@ bool ptpe_trial(float u1, float u2, const PoissonPtpe& t, double lambda, int32_t
         if (W > 1.0) return false;
         K = truncate_to_int32(X);
     } else if (U <= t.p3) {  // left exponential tail
-        const double Y = ln1(V) * t.inv_lambda_l + t.xl;
+        const double Y = tail_point(V, [&](double L) { return L * t.inv_lambda_l + t.xl; });
         if (Y < 0.0) return false;
         K = truncate_to_int32(Y);
         W = static_cast<float>((U - t.p2) * V * t.lambda_l);
     } else {  // right exponential tail
-        K = truncate_to_int32(-ln1(V) * t.inv_lambda_r + t.xr);
+        K = truncate_to_int32(tail_point(V, [&](double L) { return -L * t.inv_lambda_r + t.xr; }));
         W = static_cast<float>((U - t.p3) * V * t.lambda_r);
     }
     // M from the mean, not the record: the ratio products below then run
     // over factors below 1 whatever a record read from a file holds.
     const int64_t M = truncate_to_int32(lambda);
-    if (M >= kSqueezeFromMode && K > kSqueezeFromK) return squeeze_test(K, W, t, lambda);
+    if (M >= kSqueezeFromMode && K > kSqueezeFromK) return squeeze_decision(K, W, levels, t, lambda);
     return ratio_test(K, M, W, t, lambda);
 }
 
 int32_t sample_ptpe(RukStream* stream, int32_t n, int32_t* r, const PoissonPtpe& t, double lambda) {
+    SqueezeLevels levels;
+    start_levels(levels, t, lambda, n);
     return run_trials<kBuffer, float>(
         stream, n, r, [](const float*, int32_t) {},
-        [&](float u1, float u2, int32_t, int32_t& K) { return ptpe_trial(u1, u2, t, lambda, K); });
+        [&](float u1, float u2, int32_t, int32_t& K) { return ptpe_trial(u1, u2, t, lambda, levels, K); });
 }
 
 }  // namespace

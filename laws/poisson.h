@@ -43,6 +43,13 @@ static_assert(sizeof(PoissonCache) == 672, "the chunk holds 84 doubles");
 constexpr int kPoissonPtpeDoubles = sizeof(PoissonPtpe) / sizeof(double);
 constexpr int kPoissonTableDoubles = sizeof(PoissonTable) / sizeof(double);
 
+// PTPE's quick logarithm of a positive normal w: within kLnMargin of what
+// xebdLn_HA gives (below 1e-12 from ln w), so that a test on the kernel's
+// logarithm whose threshold lies further than the margin is decided
+// without it.
+constexpr double kLnMargin = 0x1p-30;
+double ln_near(double w);
+
 // A new record: no PTPE set-up, and the table of mean 0.
 PoissonCache fresh_poisson_cache();
 void build_poisson_table(PoissonTable& t, double lambda);

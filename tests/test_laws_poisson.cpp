@@ -11,9 +11,11 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "frame/bits.h"
 #include "laws/poisson.h"
 #include "support/chi_square.h"
 #include "support/law_draws.h"
@@ -59,6 +61,23 @@ TEST(Poisson, ExactMethodFollowsTheLaw) {
     }
 }
 
+// PTPE decides from its quick logarithm only where the kernel's cannot
+// decide otherwise: that rests on ln_near staying within 1e-12 of ln w,
+// far inside kLnMargin, for the uniforms and acceptance levels it sees
+// (floats in (0, 1]) and for any positive normal double.
+TEST(Poisson, QuickLogarithmIsWithinItsBound) {
+    std::mt19937_64 bitsource(11);
+    const std::size_t n = xt::scaled(2000000);
+    long double worst = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const uint64_t b = bitsource();
+        const double w = i % 2 ? static_cast<double>(xeb::float_from_bits(0x00800000u + static_cast<uint32_t>(b) % 0x3F000000u))
+                               : xeb::double_from_bits(0x0010000000000000ull + b % 0x7FE0000000000000ull);
+        worst = std::max(worst, std::fabs(xeb::laws::ln_near(w) - std::log(static_cast<long double>(w))));
+    }
+    EXPECT_LT(worst, 1e-12L);
+}
+
 TEST(Poisson, ExactMethodSplitsGiveOneCallsCounts) {
     for (const double mean : {5.0, 27.0, 100.0, 1e4}) {
         StreamHandle whole;
@@ -76,6 +95,17 @@ TEST(Poisson, ExactMethodSplitsGiveOneCallsCounts) {
             }
             EXPECT_EQ(parts, one) << mean << " in " << counts.size() << " calls";
         }
+    }
+    // Long calls settle most squeezes from levels of W kept for the call;
+    // calls of 1000 decide each by logarithms: the same counts.
+    const int32_t n = static_cast<int32_t>(xt::scaled(400000, 4000) / 1000 * 1000);
+    for (const double mean : {100.0, 2345.6, 5e4}) {
+        const Ints one = draw(0, mean, static_cast<std::size_t>(n));
+        StreamHandle h;
+        new_stream(h, RUK_BRNG_MT19937, 3);
+        Ints parts(one.size());
+        for (int32_t at = 0; at < n; at += 1000) ASSERT_EQ(rukiRngPoisson(0, h.get(), 1000, parts.data() + at, mean), RUK_OK);
+        EXPECT_EQ(parts, one) << mean;
     }
 }
 

@@ -18,13 +18,15 @@ struct ErfRow {
     Pair value, slope, curve;  // erf(c), erf'(c), erf''(c)/2
     double higher[12];         // orders 3 to 14
 };
-struct ErfcRow {
+// Each row starts a cache line, so that the vector kernels' whole-row
+// loads split no line at its head.
+struct alignas(64) ErfcRow {
     double minus_c;
     Pair low[6];      // orders 0 to 5
     double high[10];  // orders 6 to 15
 };
 static_assert(sizeof(ErfRow) == 19 * sizeof(double), "a row of 19 doubles");
-static_assert(sizeof(ErfcRow) == 23 * sizeof(double), "a row of 23 doubles");
+static_assert(sizeof(ErfcRow) == 24 * sizeof(double), "23 doubles and padding to 192 bytes");
 
 extern const ErfRow erfRows[22];
 extern const Pair erfSeriesLead[2];
