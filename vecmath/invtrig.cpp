@@ -583,6 +583,9 @@ using xeb::vm::active;
 void xeb::baseline::dAsin_HA(int n, const double* a, double* r) { run<ArcSineD<false>>(n, unary(a, r)); }
 void xeb::baseline::dAcos_HA(int n, const double* a, double* r) { run<ArcSineD<true>>(n, unary(a, r)); }
 void xeb::baseline::dAtan_HA(int n, const double* a, double* r) { run<AtanD>(n, unary(a, r)); }
+void xeb::baseline::dAtan2_HA(int n, const double* a, const double* b, double* r) {
+    run<Atan2D>(n, binary(a, b, r));
+}
 
 extern "C" {
 
@@ -592,8 +595,8 @@ void xebdAcos_HA(int n, const double* a, double* r) { active.dAcos_HA(n, a, r); 
 void xebdAcos_50(int n, const double* a, double* r) { active.dAcos_50(n, a, r); }
 void xebdAtan_HA(int n, const double* a, double* r) { active.dAtan_HA(n, a, r); }
 void xebdAtan_50(int n, const double* a, double* r) { active.dAtan_50(n, a, r); }
-void xebdAtan2_HA(int n, const double* a, const double* b, double* r) { run<xeb::Atan2D>(n, binary(a, b, r)); }
-void xebdAtan2_50(int n, const double* a, const double* b, double* r) { xebdAtan2_HA(n, a, b, r); }
+void xebdAtan2_HA(int n, const double* a, const double* b, double* r) { active.dAtan2_HA(n, a, b, r); }
+void xebdAtan2_50(int n, const double* a, const double* b, double* r) { active.dAtan2_50(n, a, b, r); }
 
 void xebsAsin_HA(int n, const float* a, float* r) { run<xeb::ArcSineS<false, true>>(n, unary(a, r)); }
 void xebsAsin_21(int n, const float* a, float* r) { run<xeb::ArcSineS<false, false>>(n, unary(a, r)); }

@@ -52,6 +52,7 @@ constexpr KernelTable baseline_table() {
     t.dAsin_HA = t.dAsin_50 = baseline::dAsin_HA;
     t.dAcos_HA = t.dAcos_50 = baseline::dAcos_HA;
     t.dAtan_HA = t.dAtan_50 = baseline::dAtan_HA;
+    t.dAtan2_HA = t.dAtan2_50 = baseline::dAtan2_HA;
     t.dSinh_HA = t.dSinh_50 = baseline::dSinh_HA;
     t.sSinh_HA = t.sSinh_21 = t.sSinh_11 = baseline::sSinh_HA;
     t.dCosh_HA = t.dCosh_50 = baseline::dCosh_HA;

@@ -34,6 +34,20 @@
 // below 0.04 of the result there), the tail's roundings 0.02, tl's error
 // 2^-100; the final sum 0.5.  Bound 0.6 (measured 0.56).
 //
+// Double Atan2.  m <= M the two magnitudes, the centre c = 0, 0.5 or 1 of
+// m/M (limits 0.3125 and 0.6875), t = (m - c M) / (M + c m) with an exact
+// numerator and the denominator as an exact sum d + dl, t = th + tl as for
+// Atan; the angle K + S (atan c + atan t), K = 0, pi/2 or pi and S = +-1 by
+// quadrant and steepness, K + S atan c + S th as three exact parts, and
+// atan(th + tl) = atan th + tl (1 - z).  The result is at least pi/4 where
+// K is not 0, so the class-0 case (the result t's arctangent alone) is the
+// worst, as for Atan: the polynomial 0.08 ulp, th's error through the slope
+// of the tail 2^-100, the tail's roundings 0.02, the final sum 0.5.  Bound
+// 0.6 (measured 0.562).  Lanes with an input outside 2^-510 .. 2^510 (where
+// m/M might not be a normal double) take the one-element routine, which
+// scales both by one power of two so that M lies in [1, 2) and runs the same
+// template, or where m/M is below 2^-1000 returns K + S m/M.
+//
 // Lanes leave the vector code for the one-element routines: |x| >= 1 and
 // NaNs for the arcsines (1 exactly, and the domain event with the default
 // NaN above it, as the baseline), NaNs and infinities for the arctangent (whose
@@ -219,12 +233,124 @@ struct AtanK {
     }
 };
 
+// ---------------------------------------------------------------- Atan2
+
+// Both inputs within 2^-510 .. 2^510: every quotient m/M is then a normal
+// double and no sum or product below overflows.
+constexpr uint64_t kAtan2Low = 0x2010000000000000ull;         // 2^-510
+constexpr uint64_t kAtan2Span = 0x5FD0000000000000ull - kAtan2Low;  // up to 2^510
+constexpr double kQuarterPi = 0x1.921fb54442d18p-1, kThreeQuarterPi = 0x1.2d97c7f3321d2p+1;
+constexpr uint64_t kQuietBit = 0x0008000000000000ull, kSignificand = 0x000FFFFFFFFFFFFFull;
+
+template <int N>
+MaskOf<double, N> outside_atan2_range(D<N> v) {
+    return compare<Cmp::Ge>((bitcast<uint64_t>(v) & kAbs) - kAtan2Low, broadcast<U<N>>(kAtan2Span));
+}
+
+struct Atan2K {
+    using V = D<kNative<double>>;
+    [[maybe_unused]] static constexpr const char* name = "_xebdAtan2_HA";  // raises no event
+    static constexpr double filler = 1.0, filler_b = 1.0;
+
+    template <int N>
+    static MaskOf<double, N> special(D<N> y, D<N> x) {
+        return outside_atan2_range(y) | outside_atan2_range(x);
+    }
+    template <int N>
+    XEB_INLINE static D<N> compute(D<N> y, D<N> x) {
+        const U<N> sign = bitcast<uint64_t>(y) & kSignBit;
+        const D<N> ay = bitcast<double>(bitcast<uint64_t>(y) & kAbs), ax = bitcast<double>(bitcast<uint64_t>(x) & kAbs);
+        const auto steep = compare<Cmp::Gt>(ay, ax);
+        const auto west = compare<Cmp::Lt>(x, 0.0);
+        const D<N> big = select(steep, ay, ax), small = select(steep, ax, ay);
+        const U<N> one = broadcast<U<N>>(1), none = broadcast<U<N>>(0);
+        const U<N> k = select(compare<Cmp::Gt>(small, big * kAtanLimits[0]), one, none) +
+                       select(compare<Cmp::Gt>(small, big * kAtanLimits[1]), one, none);
+        // t = (m - c M) / (M + c m) for the centre c = 0, 0.5 or 1 of m/M:
+        // the numerator exact (m within M/4 .. 2M where c is not 0), the
+        // denominator d + dl exactly (c m exact, d >= c m).
+        const D<N> c = lookup<8>(kAtanC, k);
+        const D<N> num = fnma(c, big, small), cm = c * small;
+        const D<N> den = big + cm, den_lo = cm - (den - big);
+        const D<N> r = broadcast<D<N>>(1.0) / den;
+        // The angle is K + S (atan c + atan t): K = pi/2 (steep), pi (x < 0)
+        // or 0, S = -1 where exactly one of the two holds.
+        const auto minus = (steep & ~west) | (west & ~steep);
+        const D<N> th = sign_flip(num * r, minus);
+        const D<N> tl = sign_flip(fnma(num * r, den_lo, fnma(num * r, den, num)) * r, minus);
+        const D<N> zero = broadcast<D<N>>(0.0);
+        const D<N> k_hi = select(steep, broadcast<D<N>>(kHalfPiHi), select(west, broadcast<D<N>>(kPiHi), zero));
+        const D<N> k_lo = select(steep, broadcast<D<N>>(kHalfPiLo), select(west, broadcast<D<N>>(kPiLo), zero));
+        const D<N> c_hi = sign_flip(lookup<8>(kAtanHi, k), minus), c_lo = sign_flip(lookup<8>(kAtanLo, k), minus);
+        // K + S atan c + S th as hi + e1 + e2 (two exact sums: |K| >= |atan
+        // c| where K is not 0, and the first sum is 0 or at least atan 0.5
+        // > |t|).
+        const D<N> s1 = k_hi + c_hi, e1 = (k_hi - s1) + c_hi;
+        const D<N> hi = s1 + th, e2 = (s1 - hi) + th;
+        const D<N> z = th * th, z_lo = fms(th, th, z);
+        const D<N> tz = th * z, tz_lo = fma(th, z_lo, fms(th, z, tz));
+        const D<N> rest = fma(tz * z, atan_poly_rest(z), tz_lo * atanPoly[0]);
+        // atan(th + tl) = atan th + tl (1 - z) to 2^-100: th is the
+        // quotient rounded twice, and the slope of atan t - t (up to 0.09
+        // in class 0) would otherwise weigh its error.
+        const D<N> result =
+            hi + fnma(tz, broadcast<D<N>>(atanPoly[0]), (((k_lo + e1) + (c_lo + e2)) + fnma(tl, z, tl)) - rest);
+        return bitcast<double>(bitcast<uint64_t>(result) | sign);
+    }
+    // The x87's choice between two NaNs, both quieted: the larger
+    // significand, and the positive one of two equal.
+    static double nan_of(uint64_t y, uint64_t x) {
+        const bool y_nan = (y & kAbs) > kInfBits, x_nan = (x & kAbs) > kInfBits;
+        y |= kQuietBit, x |= kQuietBit;
+        if (!x_nan) return double_of(y);
+        if (!y_nan) return double_of(x);
+        if ((y & kSignificand) != (x & kSignificand)) return double_of((y & kSignificand) > (x & kSignificand) ? y : x);
+        return double_of(y >> 63 ? x : y);
+    }
+    // |atan2(y, x)| for finite nonzero y, x of which one at least lies
+    // outside the vector code's range: both scaled by one power of two so
+    // that the larger lies in [1, 2); where the smaller then falls below
+    // 2^-1000 the angle is K + S m/M (m/M rounded once, the rest of its
+    // arctangent below 2^-2000 of it).
+    static double far(double y, double x) {
+        double ay = double_of(bits(y) & kAbs), ax = double_of(bits(x) & kAbs);
+        const bool steep = ay > ax, west = bits(x) >> 63 != 0;
+        if ((steep ? ay : ax) < 0x1p-900) ay *= 0x1p600, ax *= 0x1p600;
+        const int e = static_cast<int>(bits(steep ? ay : ax) >> 52) - 1023;
+        const double s1 = double_of(static_cast<uint64_t>(1023 - e / 2) << 52);
+        const double s2 = double_of(static_cast<uint64_t>(1023 - (e - e / 2)) << 52);
+        const double sy = ay * s1 * s2, sx = ax * s1 * s2;
+        if ((steep ? sx : sy) >= 0x1p-1000) return compute(D<1>{sy}, D<1>{west ? -sx : sx}).v;
+        const double ratio = steep ? ax / ay : ay / ax;
+        const double k_hi = steep ? kHalfPiHi : west ? kPiHi : 0.0;
+        const double k_lo = steep ? kHalfPiLo : west ? kPiLo : 0.0;
+        return k_hi + (steep != west ? k_lo - ratio : k_lo + ratio);
+    }
+    // C99's table for zeros and infinities; NaNs as the x87.
+    static void one(double a, double b, int i, const Arrays<double>& x) {
+        const uint64_t my = bits(a) & kAbs, mx = bits(b) & kAbs;
+        const bool west = bits(b) >> 63 != 0;
+        double r;
+        if (my > kInfBits || mx > kInfBits) {
+            x.y[i] = nan_of(bits(a), bits(b));
+            return;
+        }
+        if (my == 0) r = west ? kPiHi : 0.0;
+        else if (mx == 0) r = kHalfPiHi;
+        else if (my == kInfBits) r = mx != kInfBits ? kHalfPiHi : west ? kThreeQuarterPi : kQuarterPi;
+        else if (mx == kInfBits) r = west ? kPiHi : 0.0;
+        else r = far(a, b);
+        x.y[i] = double_of(bits(r) | (bits(a) & kSignBit));
+    }
+};
+
 }  // namespace
 
 void invtrig_entries(vm::KernelTable& t) {
     t.dAsin_HA = t.dAsin_50 = class_frame::unary<ArcSineK<false>>;
     t.dAcos_HA = t.dAcos_50 = class_frame::unary<ArcSineK<true>>;
     t.dAtan_HA = t.dAtan_50 = class_frame::unary<AtanK>;
+    t.dAtan2_HA = t.dAtan2_50 = class_frame::binary<Atan2K>;
 }
 
 }  // namespace XEB_ISA
