@@ -48,16 +48,29 @@
 // scales both by one power of two so that M lies in [1, 2) and runs the same
 // template, or where m/M is below 2^-1000 returns K + S m/M.
 //
+// Single Asin and Acos: each float widened to double and run through the
+// double template (0.59 ulp of a double), then one rounding to float: below
+// 0.5 + 2^-28 ulp (measured 0.500).  Single Atan and Atan2 in doubles: the
+// centre 0, 0.53125 or 1 of m/M (Atan: M or m is 1), t from an exact
+// numerator and denominator and one rounding, the single polynomial's
+// relative 2^-28 (at most 1/16 ulp of a float), a few double roundings
+// (2^-50), one rounding to float: bound 0.6 (measured 0.548).  The _21 and
+// _11 forms are these _HA kernels, whose events name the _HA form.
+//
 // Lanes leave the vector code for the one-element routines: |x| >= 1 and
 // NaNs for the arcsines (1 exactly, and the domain event with the default
 // NaN above it, as the baseline), NaNs and infinities for the arctangent (whose
 // reciprocal would be 0, and its residual 0 times infinity).  A NaN gives
-// |x| quieted, as the baseline's x87 and SSE code does.
+// |x| quieted, as the baseline's x87 and SSE code does; of a single NaN the
+// arcsine and the arctangent keep the sign, the arccosine drops it, as the
+// baseline's single code.  Single Atan2 sends zeros, infinities and NaNs of
+// either input to the scalar form, as the baseline does.
 #include <cstdint>
 
 #include "frame/class_frame.h"
 #include "vecmath/kernel_table.h"
 #include "vecmath/simd/lanes.h"
+#include "xebruk/vm_scalar.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -311,7 +324,7 @@ struct Atan2K {
     // outside the vector code's range: both scaled by one power of two so
     // that the larger lies in [1, 2); where the smaller then falls below
     // 2^-1000 the angle is K + S m/M (m/M rounded once, the rest of its
-    // arctangent below 2^-2000 of it).
+    // arctangent below 2^-2000 of it), which is K itself where K is not 0.
     static double far(double y, double x) {
         double ay = double_of(bits(y) & kAbs), ax = double_of(bits(x) & kAbs);
         const bool steep = ay > ax, west = bits(x) >> 63 != 0;
@@ -321,10 +334,8 @@ struct Atan2K {
         const double s2 = double_of(static_cast<uint64_t>(1023 - (e - e / 2)) << 52);
         const double sy = ay * s1 * s2, sx = ax * s1 * s2;
         if ((steep ? sx : sy) >= 0x1p-1000) return compute(D<1>{sy}, D<1>{west ? -sx : sx}).v;
-        const double ratio = steep ? ax / ay : ay / ax;
-        const double k_hi = steep ? kHalfPiHi : west ? kPiHi : 0.0;
-        const double k_lo = steep ? kHalfPiLo : west ? kPiLo : 0.0;
-        return k_hi + (steep != west ? k_lo - ratio : k_lo + ratio);
+        if (steep) return kHalfPiHi;  // K + S m/M rounds to K where K is not 0
+        return west ? kPiHi : ay / ax;
     }
     // C99's table for zeros and infinities; NaNs as the x87.
     static void one(double a, double b, int i, const Arrays<double>& x) {
@@ -344,6 +355,127 @@ struct Atan2K {
     }
 };
 
+// ---------------------------------------------------------------- single
+
+constexpr uint32_t kAbsF = 0x7FFFFFFFu, kSignBitF = 0x80000000u, kOneBitsF = 0x3F800000u, kInfBitsF = 0x7F800000u;
+constexpr uint32_t kDefaultNaNBitsF = 0xFFC00000u, kQuietBitF = 0x00400000u;
+constexpr float kHalfPiF = 0x1.921fb6p+0f, kPiF = 0x1.921fb6p+1f;  // rounded
+
+// The float lanes through the double kernel K's vector code, each result
+// rounded once to float.
+template <class K, int N>
+XEB_INLINE F<N> in_doubles(F<N> x) {
+    if constexpr (N == 1) return convert<float>(K::compute(convert<double>(x)));
+    else return join(convert<float>(K::compute(convert<double>(half<0>(x)))),
+                     convert<float>(K::compute(convert<double>(half<1>(x)))));
+}
+// |atan2(y, x)| of floats in double lanes (finite, not both zero; x = 1
+// for the one-argument arctangent): the centre c = 0, 0.53125 or 1 of m/M
+// (limits 0.4375 and 0.72), t = (m - c M) / (M + c m) from an exact
+// numerator and denominator and one rounding, the single polynomial (2^-28)
+// in doubles, then pi/2 less the angle where |y| > |x| and pi less that
+// where x < 0.
+constexpr double kSingleC[8] = {0.0, 0.53125, 1.0};
+constexpr double kSingleCentres[8] = {atanSingleCentresD[0], atanSingleCentresD[1], atanSingleCentresD[2]};
+
+template <bool UnitX, int N>
+XEB_INLINE D<N> single_angle(D<N> y, D<N> x) {
+    const D<N> ay = bitcast<double>(bitcast<uint64_t>(y) & kAbs);
+    const D<N> ax = UnitX ? broadcast<D<N>>(1.0) : bitcast<double>(bitcast<uint64_t>(x) & kAbs);
+    const auto steep = compare<Cmp::Gt>(ay, ax);
+    const D<N> big = select(steep, ay, ax), small = select(steep, ax, ay);
+    const U<N> one = broadcast<U<N>>(1), none = broadcast<U<N>>(0);
+    const U<N> k = select(compare<Cmp::Gt>(small, big * 0.4375), one, none) +
+                   select(compare<Cmp::Gt>(small, big * static_cast<double>(0.72f)), one, none);
+    const D<N> c = lookup<8>(kSingleC, k);
+    const D<N> t = fnma(c, big, small) / fma(c, small, big);
+    const D<N> z = t * t, z2 = z * z;
+    const float* a = atanSingle;
+    const D<N> poly = fma(fma(broadcast<D<N>>(a[3]), z2, broadcast<D<N>>(a[1])), z,
+                          fma(fma(broadcast<D<N>>(a[4]), z2, broadcast<D<N>>(a[2])), z2, broadcast<D<N>>(a[0])));
+    D<N> angle = lookup<8>(kSingleCentres, k) + fma(t * z, poly, t);
+    angle = select(steep, broadcast<D<N>>(kHalfPiHi) - angle, angle);
+    if constexpr (UnitX) return angle;
+    else return select(compare<Cmp::Lt>(x, 0.0), broadcast<D<N>>(kPiHi) - angle, angle);
+}
+
+// The same for float lanes (by halves in doubles), with the sign of y.
+template <bool UnitX, int N>
+XEB_INLINE F<N> single_atan2(F<N> y, F<N> x) {
+    F<N> r;
+    if constexpr (N == 1) {
+        r = convert<float>(single_angle<UnitX>(convert<double>(y), convert<double>(x)));
+    } else {
+        r = join(convert<float>(single_angle<UnitX>(convert<double>(half<0>(y)), convert<double>(half<0>(x)))),
+                 convert<float>(single_angle<UnitX>(convert<double>(half<1>(y)), convert<double>(half<1>(x)))));
+    }
+    return bitcast<float>(bitcast<uint32_t>(r) | (bitcast<uint32_t>(y) & kSignBitF));
+}
+
+template <bool Cosine>
+struct ArcSineS {
+    using V = F<kNative<float>>;
+    static constexpr const char* name = Cosine ? "_xebsAcos_HA" : "_xebsAsin_HA";
+    static constexpr float filler = 0.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, broadcast<W<N>>(kOneBitsF));
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) { return in_doubles<ArcSineK<Cosine>>(x); }
+    static void one(float a, int i, const Arrays<float>& x) {
+        const uint32_t magnitude = bits(a) & kAbsF;
+        const bool negative = bits(a) >> 31 != 0;
+        if (magnitude > kInfBitsF) {
+            x.y[i] = Cosine ? float_of(magnitude | kQuietBitF) : a + a;  // as the baseline's SSE code
+        } else if (magnitude == kOneBitsF) {
+            if constexpr (Cosine) x.y[i] = negative ? kPiF : 0.0f;
+            else x.y[i] = negative ? -kHalfPiF : kHalfPiF;
+        } else if (magnitude > kOneBitsF) {
+            x.y[i] = float_of(kDefaultNaNBitsF);
+            class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
+        } else {
+            x.y[i] = compute(F<1>{a}).v;
+        }
+    }
+};
+
+struct AtanS {
+    using V = F<kNative<float>>;
+    [[maybe_unused]] static constexpr const char* name = "_xebsAtan_HA";  // raises no event
+    static constexpr float filler = 0.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> x) {
+        return compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, broadcast<W<N>>(kInfBitsF));
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> x) { return single_atan2<true>(x, x); }
+    static void one(float a, int i, const Arrays<float>& x) {
+        if ((bits(a) & kAbsF) > kInfBitsF) x.y[i] = a + a;
+        else if ((bits(a) & kAbsF) == kInfBitsF) x.y[i] = bits(a) >> 31 ? -kHalfPiF : kHalfPiF;
+        else x.y[i] = compute(F<1>{a}).v;
+    }
+};
+
+// Zeros, infinities and NaNs go to the scalar form, which has C99's table
+// (and a NaN's x + y), as they do in the baseline.
+struct Atan2S {
+    using V = F<kNative<float>>;
+    [[maybe_unused]] static constexpr const char* name = "_xebsAtan2_HA";  // raises no event
+    static constexpr float filler = 1.0f, filler_b = 1.0f;
+
+    template <int N>
+    static MaskOf<float, N> special(F<N> y, F<N> x) {
+        return compare<Cmp::Ge>((bitcast<uint32_t>(y) & kAbsF) - 1u, broadcast<W<N>>(kInfBitsF - 1)) |
+               compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - 1u, broadcast<W<N>>(kInfBitsF - 1));
+    }
+    template <int N>
+    XEB_INLINE static F<N> compute(F<N> y, F<N> x) { return single_atan2<false>(y, x); }
+    static void one(float a, float b, int i, const Arrays<float>& x) { x.y[i] = xebsatan2_scalar(a, b); }
+};
+
 }  // namespace
 
 void invtrig_entries(vm::KernelTable& t) {
@@ -351,6 +483,10 @@ void invtrig_entries(vm::KernelTable& t) {
     t.dAcos_HA = t.dAcos_50 = class_frame::unary<ArcSineK<true>>;
     t.dAtan_HA = t.dAtan_50 = class_frame::unary<AtanK>;
     t.dAtan2_HA = t.dAtan2_50 = class_frame::binary<Atan2K>;
+    t.sAsin_HA = t.sAsin_21 = t.sAsin_11 = class_frame::unary<ArcSineS<false>>;
+    t.sAcos_HA = t.sAcos_21 = t.sAcos_11 = class_frame::unary<ArcSineS<true>>;
+    t.sAtan_HA = t.sAtan_21 = t.sAtan_11 = class_frame::unary<AtanS>;
+    t.sAtan2_HA = t.sAtan2_21 = t.sAtan2_11 = class_frame::binary<Atan2S>;
 }
 
 }  // namespace XEB_ISA
