@@ -140,33 +140,38 @@ TEST(InvTrig, SpecialValuesWithTheirEvents) {
         check_specials(f);
 }
 
-// NaNs of either sign, quiet and signalling, at index 1 and in the tail:
-// the bits of the baseline class's kernel in every class.
-TEST(InvTrig, NaNBitsAsTheBaseline) {
+// NaNs of either sign, quiet and signalling, at index 1 and in the tail.
+// Double: the bits of the baseline class's kernel.  Single: in the SIMD
+// classes the NaN quieted, without its sign for the arccosine (the
+// baseline's single code gives that in an optimised build; its operand
+// order, and so the NaN it keeps, is the compiler's).
+template <class T>
+void expect_nan_bits(const char* name, Unary<T> kernel, T nan, T want) {
+    std::vector<T> a(9, T(0.25)), got(9);
+    a[1] = a[8] = nan;
+    kernel(9, a.data(), got.data());
+    for (int i : {1, 8}) EXPECT_EQ(bits(got[i]), bits(want)) << name << std::hex << " " << bits(nan);
+}
+
+TEST(InvTrig, NaNBits) {
     const auto* base = xeb::vm::class_table(xeb::frame::KernelClass::Baseline);
-    const auto& now = xeb::vm::active;
-    const std::vector<std::tuple<const char*, Unary<double>, Unary<double>>> d = {
-        {"dAsin", base->dAsin_HA, now.dAsin_HA}, {"dAcos", base->dAcos_HA, now.dAcos_HA}, {"dAtan", base->dAtan_HA, now.dAtan_HA}};
-    const std::vector<std::tuple<const char*, Unary<float>, Unary<float>>> s = {
-        {"sAsin_HA", base->sAsin_HA, now.sAsin_HA}, {"sAsin_21", base->sAsin_21, now.sAsin_21},
-        {"sAcos_HA", base->sAcos_HA, now.sAcos_HA}, {"sAcos_21", base->sAcos_21, now.sAcos_21},
-        {"sAtan_HA", base->sAtan_HA, now.sAtan_HA}, {"sAtan_21", base->sAtan_21, now.sAtan_21}};
+    const bool simd = xeb::frame::kernel_class() != xeb::frame::KernelClass::Baseline;
     for (uint64_t nan : {0x7FF8000000000000ull, 0xFFF8000000000123ull, 0x7FF0000000000456ull, 0xFFF4000000000000ull}) {
-        std::vector<double> a(9, 0.25), want(9), got(9);
-        a[1] = a[8] = double_from_bits(nan);
-        for (const auto& [name, b, k] : d) {
-            b(9, a.data(), want.data());
-            k(9, a.data(), got.data());
-            for (int i : {1, 8}) EXPECT_EQ(bits(got[i]), bits(want[i])) << name << std::hex << " " << nan;
+        const double d = double_from_bits(nan);
+        for (auto [name, k, b] : {std::make_tuple("xebdAsin_HA", xebdAsin_HA, base->dAsin_HA),
+                                  std::make_tuple("xebdAcos_HA", xebdAcos_HA, base->dAcos_HA),
+                                  std::make_tuple("xebdAtan_HA", xebdAtan_HA, base->dAtan_HA)}) {
+            double want[9];
+            const double a[9] = {d, d, d, d, d, d, d, d, d};
+            b(9, a, want);
+            expect_nan_bits(name, k, d, want[1]);
         }
-        const uint32_t nan_f = static_cast<uint32_t>(nan >> 32) | 0x10u;
-        std::vector<float> af(9, 0.25f), want_f(9), got_f(9);
-        af[1] = af[8] = float_from_bits(nan_f);
-        for (const auto& [name, b, k] : s) {
-            b(9, af.data(), want_f.data());
-            k(9, af.data(), got_f.data());
-            for (int i : {1, 8}) EXPECT_EQ(bits(got_f[i]), bits(want_f[i])) << name << std::hex << " " << nan_f;
-        }
+        const uint32_t in = static_cast<uint32_t>(nan >> 32) | 0x10u, quiet = in | 0x00400000u;
+        const float f = float_from_bits(in), keep = float_from_bits(quiet), drop = float_from_bits(quiet & 0x7FFFFFFFu);
+        for (auto [name, k, want] : {std::make_tuple("xebsAsin_HA", xebsAsin_HA, keep), std::make_tuple("xebsAsin_21", xebsAsin_21, keep),
+                                     std::make_tuple("xebsAcos_HA", xebsAcos_HA, drop), std::make_tuple("xebsAcos_21", xebsAcos_21, drop),
+                                     std::make_tuple("xebsAtan_HA", xebsAtan_HA, keep), std::make_tuple("xebsAtan_21", xebsAtan_21, keep)})
+            if (simd) expect_nan_bits(name, k, f, want);
     }
 }
 
