@@ -141,6 +141,16 @@ SleefBinary pow_family(bool wide) {
     return {};
 }
 
+SleefBinary atan2_family(bool wide) {
+    if (wide && avx512())
+        return {&over_arrays<double, __m512d, 8, Sleef_atan2d8_u10avx512f>,
+                &over_arrays<float, __m512, 16, Sleef_atan2f16_u10avx512f>};
+    if (avx2())
+        return {&over_arrays<double, __m256d, 4, Sleef_atan2d4_u10avx2>,
+                &over_arrays<float, __m256, 8, Sleef_atan2f8_u10avx2>};
+    return {};
+}
+
 SleefBinary divide_family(bool wide) {
     if (wide && avx512())
         return {&over_arrays<double, __m512d, 8, divide<__m512d>>, &over_arrays<float, __m512, 16, divide<__m512>>};
@@ -185,6 +195,7 @@ SleefFamily invtrig_family(const std::string& family, bool wide) {
 SleefBinary sleef_binary(const std::string& family, bool wide) {
     if (family == "Pow" || family == "Powx") return pow_family(wide);
     if (family == "Div") return divide_family(wide);
+    if (family == "Atan2") return atan2_family(wide);
     return {};
 }
 

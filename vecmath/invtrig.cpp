@@ -583,6 +583,17 @@ using xeb::vm::active;
 void xeb::baseline::dAsin_HA(int n, const double* a, double* r) { run<ArcSineD<false>>(n, unary(a, r)); }
 void xeb::baseline::dAcos_HA(int n, const double* a, double* r) { run<ArcSineD<true>>(n, unary(a, r)); }
 void xeb::baseline::dAtan_HA(int n, const double* a, double* r) { run<AtanD>(n, unary(a, r)); }
+void xeb::baseline::dAtan2_HA(int n, const double* a, const double* b, double* r) {
+    run<Atan2D>(n, binary(a, b, r));
+}
+void xeb::baseline::sAsin_HA(int n, const float* a, float* r) { run<ArcSineS<false, true>>(n, unary(a, r)); }
+void xeb::baseline::sAsin_21(int n, const float* a, float* r) { run<ArcSineS<false, false>>(n, unary(a, r)); }
+void xeb::baseline::sAcos_HA(int n, const float* a, float* r) { run<ArcSineS<true, true>>(n, unary(a, r)); }
+void xeb::baseline::sAcos_21(int n, const float* a, float* r) { run<ArcSineS<true, false>>(n, unary(a, r)); }
+void xeb::baseline::sAtan_HA(int n, const float* a, float* r) { run<AtanS<true>>(n, unary(a, r)); }
+void xeb::baseline::sAtan_21(int n, const float* a, float* r) { run<AtanS<false>>(n, unary(a, r)); }
+void xeb::baseline::sAtan2_HA(int n, const float* a, const float* b, float* r) { run<Atan2S<true>>(n, binary(a, b, r)); }
+void xeb::baseline::sAtan2_21(int n, const float* a, const float* b, float* r) { run<Atan2S<false>>(n, binary(a, b, r)); }
 
 extern "C" {
 
@@ -592,20 +603,20 @@ void xebdAcos_HA(int n, const double* a, double* r) { active.dAcos_HA(n, a, r); 
 void xebdAcos_50(int n, const double* a, double* r) { active.dAcos_50(n, a, r); }
 void xebdAtan_HA(int n, const double* a, double* r) { active.dAtan_HA(n, a, r); }
 void xebdAtan_50(int n, const double* a, double* r) { active.dAtan_50(n, a, r); }
-void xebdAtan2_HA(int n, const double* a, const double* b, double* r) { run<xeb::Atan2D>(n, binary(a, b, r)); }
-void xebdAtan2_50(int n, const double* a, const double* b, double* r) { xebdAtan2_HA(n, a, b, r); }
+void xebdAtan2_HA(int n, const double* a, const double* b, double* r) { active.dAtan2_HA(n, a, b, r); }
+void xebdAtan2_50(int n, const double* a, const double* b, double* r) { active.dAtan2_50(n, a, b, r); }
 
-void xebsAsin_HA(int n, const float* a, float* r) { run<xeb::ArcSineS<false, true>>(n, unary(a, r)); }
-void xebsAsin_21(int n, const float* a, float* r) { run<xeb::ArcSineS<false, false>>(n, unary(a, r)); }
-void xebsAsin_11(int n, const float* a, float* r) { xebsAsin_21(n, a, r); }
-void xebsAcos_HA(int n, const float* a, float* r) { run<xeb::ArcSineS<true, true>>(n, unary(a, r)); }
-void xebsAcos_21(int n, const float* a, float* r) { run<xeb::ArcSineS<true, false>>(n, unary(a, r)); }
-void xebsAcos_11(int n, const float* a, float* r) { xebsAcos_21(n, a, r); }
-void xebsAtan_HA(int n, const float* a, float* r) { run<xeb::AtanS<true>>(n, unary(a, r)); }
-void xebsAtan_21(int n, const float* a, float* r) { run<xeb::AtanS<false>>(n, unary(a, r)); }
-void xebsAtan_11(int n, const float* a, float* r) { xebsAtan_21(n, a, r); }
-void xebsAtan2_HA(int n, const float* a, const float* b, float* r) { run<xeb::Atan2S<true>>(n, binary(a, b, r)); }
-void xebsAtan2_21(int n, const float* a, const float* b, float* r) { run<xeb::Atan2S<false>>(n, binary(a, b, r)); }
-void xebsAtan2_11(int n, const float* a, const float* b, float* r) { xebsAtan2_21(n, a, b, r); }
+void xebsAsin_HA(int n, const float* a, float* r) { active.sAsin_HA(n, a, r); }
+void xebsAsin_21(int n, const float* a, float* r) { active.sAsin_21(n, a, r); }
+void xebsAsin_11(int n, const float* a, float* r) { active.sAsin_11(n, a, r); }
+void xebsAcos_HA(int n, const float* a, float* r) { active.sAcos_HA(n, a, r); }
+void xebsAcos_21(int n, const float* a, float* r) { active.sAcos_21(n, a, r); }
+void xebsAcos_11(int n, const float* a, float* r) { active.sAcos_11(n, a, r); }
+void xebsAtan_HA(int n, const float* a, float* r) { active.sAtan_HA(n, a, r); }
+void xebsAtan_21(int n, const float* a, float* r) { active.sAtan_21(n, a, r); }
+void xebsAtan_11(int n, const float* a, float* r) { active.sAtan_11(n, a, r); }
+void xebsAtan2_HA(int n, const float* a, const float* b, float* r) { active.sAtan2_HA(n, a, b, r); }
+void xebsAtan2_21(int n, const float* a, const float* b, float* r) { active.sAtan2_21(n, a, b, r); }
+void xebsAtan2_11(int n, const float* a, const float* b, float* r) { active.sAtan2_11(n, a, b, r); }
 
 }  // extern "C"

@@ -52,6 +52,15 @@ constexpr KernelTable baseline_table() {
     t.dAsin_HA = t.dAsin_50 = baseline::dAsin_HA;
     t.dAcos_HA = t.dAcos_50 = baseline::dAcos_HA;
     t.dAtan_HA = t.dAtan_50 = baseline::dAtan_HA;
+    t.dAtan2_HA = t.dAtan2_50 = baseline::dAtan2_HA;
+    t.sAsin_HA = baseline::sAsin_HA;
+    t.sAsin_21 = t.sAsin_11 = baseline::sAsin_21;
+    t.sAcos_HA = baseline::sAcos_HA;
+    t.sAcos_21 = t.sAcos_11 = baseline::sAcos_21;
+    t.sAtan_HA = baseline::sAtan_HA;
+    t.sAtan_21 = t.sAtan_11 = baseline::sAtan_21;
+    t.sAtan2_HA = baseline::sAtan2_HA;
+    t.sAtan2_21 = t.sAtan2_11 = baseline::sAtan2_21;
     t.dSinh_HA = t.dSinh_50 = baseline::dSinh_HA;
     t.sSinh_HA = t.sSinh_21 = t.sSinh_11 = baseline::sSinh_HA;
     t.dCosh_HA = t.dCosh_50 = baseline::dCosh_HA;

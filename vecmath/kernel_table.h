@@ -46,6 +46,9 @@ struct KernelTable {
     Unary<float> sErf_HA, sErf_21, sErf_11, sErfc_HA, sErfc_21, sErfc_11;
     // Inverse trigonometric functions.
     Unary<double> dAsin_HA, dAsin_50, dAcos_HA, dAcos_50, dAtan_HA, dAtan_50;
+    Binary<double> dAtan2_HA, dAtan2_50;
+    Unary<float> sAsin_HA, sAsin_21, sAsin_11, sAcos_HA, sAcos_21, sAcos_11, sAtan_HA, sAtan_21, sAtan_11;
+    Binary<float> sAtan2_HA, sAtan2_21, sAtan2_11;
     // Hyperbolic and inverse hyperbolic.
     Unary<double> dSinh_HA, dSinh_50, dCosh_HA, dCosh_50, dTanh_HA, dTanh_50, dAsinh_HA, dAsinh_50, dAcosh_HA,
         dAcosh_50, dAtanh_HA, dAtanh_50;
@@ -112,6 +115,15 @@ void sErfc_HA(int n, const float* a, float* r);
 void dAsin_HA(int n, const double* a, double* r);
 void dAcos_HA(int n, const double* a, double* r);
 void dAtan_HA(int n, const double* a, double* r);
+void dAtan2_HA(int n, const double* a, const double* b, double* r);
+void sAsin_HA(int n, const float* a, float* r);
+void sAsin_21(int n, const float* a, float* r);
+void sAcos_HA(int n, const float* a, float* r);
+void sAcos_21(int n, const float* a, float* r);
+void sAtan_HA(int n, const float* a, float* r);
+void sAtan_21(int n, const float* a, float* r);
+void sAtan2_HA(int n, const float* a, const float* b, float* r);
+void sAtan2_21(int n, const float* a, const float* b, float* r);
 void dSinh_HA(int n, const double* a, double* r);
 void sSinh_HA(int n, const float* a, float* r);
 void dCosh_HA(int n, const double* a, double* r);
