@@ -12,12 +12,14 @@
 //   accuracy_report --check FILE
 // --only measures the rows of the kernels whose names start with one of the
 // given prefixes and takes every other row's measured columns from FILE as
-// it stands (the measurement is deterministic: a fixed seed per kernel), so
-// that a change to one family rewrites its rows without measuring them all.
+// it stands, matched by kernel and class (the measurement is deterministic:
+// a fixed seed per kernel), so that a change to one family rewrites its
+// rows without measuring them all.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -194,17 +196,16 @@ int main(int argc, char** argv) {
 
     // With --only, the rows kept come from the file being rewritten, which
     // must match the catalogue apart from the rows measured anew.
-    std::vector<std::string> kept;
+    // Measured columns of the rows kept, by kernel and class.
+    std::map<std::pair<std::string, std::string>, std::vector<std::string>> kept;
     if (!only.empty()) {
         if (out_path == nullptr) {
             std::fprintf(stderr, "accuracy_report: --only rewrites rows of the --out file\n");
             return 2;
         }
-        kept = file_rows(out_path);
-        if (kept.size() != table_rows().size()) {
-            std::fprintf(stderr, "accuracy_report: %s has %zu rows, the catalogue %zu: measure all rows\n",
-                         out_path, kept.size(), table_rows().size());
-            return 2;
+        for (const std::string& row : file_rows(out_path)) {
+            std::vector<std::string> columns = split_row(row);
+            if (columns.size() >= 2) kept[{columns[0], columns[1]}] = columns;
         }
     }
 
@@ -235,13 +236,13 @@ int main(int argc, char** argv) {
         std::vector<std::string> columns = catalogue_columns(*k, cls);
         const KernelClass c = cls == "all" ? chosen : class_named(cls);
         if (!only.empty() && !starts_with_any(k->name, only)) {
-            const std::vector<std::string> old = split_row(kept[i]);
-            if (old.size() != columns.size() || old[0] != columns[0] || old[1] != columns[1]) {
-                std::fprintf(stderr, "accuracy_report: row %zu of %s is not %s %s: measure all rows\n", i + 1,
-                             out_path, columns[0].c_str(), cls.c_str());
+            const auto old = kept.find({columns[0], columns[1]});
+            if (old == kept.end() || old->second.size() != columns.size()) {
+                std::fprintf(stderr, "accuracy_report: %s has no row %s %s: measure it too\n", out_path,
+                             columns[0].c_str(), cls.c_str());
                 return 2;
             }
-            for (std::size_t col = 4; col <= 6; ++col) columns[col] = old[col];
+            for (std::size_t col = 4; col <= 6; ++col) columns[col] = old->second[col];
         } else if (k->forwards_to == nullptr && xeb::vm::use_class(c)) {
             const xt::Measurement m = xt::measure(*k, count, xt::seed_of(k->name));
             std::string worst = number(m.worst_a, k->precision);
