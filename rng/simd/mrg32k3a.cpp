@@ -127,7 +127,15 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
 }
 
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
-    run_chains(start, steps, out, [](D z, int, int, Patches&) { return Words{__builtin_convertvector(z.v, Words::Raw)}; });
+    run_chains(start, steps, out, [](D z, int, int, Patches&) {
+        if constexpr (XEB_ISA_AVX512) {
+            return Words{__builtin_convertvector(z.v, Words::Raw)};  // one unsigned conversion
+        } else {
+            // z - 2^31 as a signed word, its top bit flipped back.
+            using I = simd::Vec<int32_t, kLanes>;
+            return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
+        }
+    });
 }
 
 void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, double c) {
