@@ -76,6 +76,14 @@ template <int N>
     return (t + ((uint64_t{0} - carry) & uint64_t{kDelta1})) & kLow32;
 }
 
+// The last three values of a component, oldest first, moved on by v.
+template <class T>
+[[gnu::always_inline]] inline void push(T (&w)[3], T v) {
+    w[0] = w[1];
+    w[1] = w[2];
+    w[2] = v;
+}
+
 // One chain per lane: the last three values of each component, oldest
 // first.  A step returns z.
 template <int N>
@@ -83,12 +91,8 @@ struct Chain {
     Lanes<N> x[3], y[3];
     [[gnu::always_inline]] inline Lanes<N> step() {
         const Lanes<N> p = next_x(x[0], x[1]), q = next_y(y[0], y[2]);
-        x[0] = x[1];
-        x[1] = x[2];
-        x[2] = p;
-        y[0] = y[1];
-        y[1] = y[2];
-        y[2] = q;
+        push(x, p);
+        push(y, q);
         return combine(p, q);
     }
 };

@@ -71,12 +71,8 @@ struct Chains {
     [[gnu::always_inline]] inline D step() {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
         const D q = reduce<kM2>(simd::fma(y[0], -double(kA23), y[2] * double(kA21)));
-        x[0] = x[1];
-        x[1] = x[2];
-        x[2] = p;
-        y[0] = y[1];
-        y[1] = y[2];
-        y[2] = q;
+        push(x, p);
+        push(y, q);
         const D d = canonical<kM1>(p) - canonical<kM2>(q);
         return simd::select(simd::compare<simd::Cmp::Gt>(d, 0.0), d, d + double(kM1));
     }
