@@ -253,6 +253,32 @@ inline Vec<T, 2 * N> join(Vec<T, N> lo, Vec<T, N> hi) {
     return join_of(lo, hi, std::make_integer_sequence<int, 2 * N>{});
 }
 
+// N registers of N lanes transposed in place: lane j of r[i] goes to lane
+// i of r[j].  log2 N rounds of two-register shuffles (N log2 N in all),
+// each exchanging blocks of B lanes between registers B apart.
+template <int B, int N>
+constexpr int transpose_source(int lane, bool upper) {
+    // Lower register: its own lane where bit B is clear, else the partner's
+    // lane B below (index N + lane - B); upper: the partner's mirror.
+    return upper ? ((lane & B) ? N + lane : lane + B) : ((lane & B) ? N + lane - B : lane);
+}
+template <int B, class T, int N, int... I>
+inline void transpose_round(Vec<T, N> (&r)[N], std::integer_sequence<int, I...>) {
+    for (int i = 0; i < N; ++i)
+        if ((i & B) == 0) {
+            const auto a = r[i].v, c = r[i + B].v;
+            r[i].v = __builtin_shufflevector(a, c, transpose_source<B, N>(I, false)...);
+            r[i + B].v = __builtin_shufflevector(a, c, transpose_source<B, N>(I, true)...);
+        }
+}
+template <int B = 1, class T, int N>
+inline void transpose(Vec<T, N> (&r)[N]) {
+    if constexpr (B < N) {
+        transpose_round<B>(r, std::make_integer_sequence<int, N>{});
+        transpose<2 * B>(r);
+    }
+}
+
 // ---------------------------------------------------------------- arithmetic
 
 #define XEB_SIMD_BINARY(op)                                                        \
@@ -298,6 +324,27 @@ inline Vec<T, N> operator<<(Vec<T, N> a, int s) {
 template <class T, int N>
 inline Vec<T, N> operator>>(Vec<T, N> a, int s) {
     return {static_cast<typename Vec<T, N>::Raw>(a.v >> s)};
+}
+
+// Per 64-bit lane: the product of the low 32 bits of a and of b, all 64
+// bits of it (pmuludq).  Exact; the high halves of the lanes are ignored.
+template <int N>
+inline Vec<uint64_t, N> mul_low32(Vec<uint64_t, N> a, Vec<uint64_t, N> b) {
+    using R [[maybe_unused]] = typename Vec<uint64_t, N>::Raw;
+    [[maybe_unused]] constexpr int bytes = Traits<Vec<uint64_t, N>>::bytes;
+    if constexpr (N == 1) return {(a.v & 0xFFFFFFFFu) * (b.v & 0xFFFFFFFFu)};
+#if XEB_ISA_AVX512
+    else if constexpr (bytes == 64)
+        return {__builtin_bit_cast(R, _mm512_maskz_mul_epu32(0xFF, __builtin_bit_cast(__m512i, a.v), __builtin_bit_cast(__m512i, b.v)))};
+#endif
+#if XEB_ISA_AVX2
+    else if constexpr (bytes == 32)
+        return {__builtin_bit_cast(R, _mm256_mul_epu32(__builtin_bit_cast(__m256i, a.v), __builtin_bit_cast(__m256i, b.v)))};
+#endif
+    else if constexpr (bytes == 16)
+        return {__builtin_bit_cast(R, _mm_mul_epu32(__builtin_bit_cast(__m128i, a.v), __builtin_bit_cast(__m128i, b.v)))};
+    else
+        return join(mul_low32(half<0>(a), half<0>(b)), mul_low32(half<1>(a), half<1>(b)));
 }
 
 // a * b + c, a * b - c and c - a * b, each rounded once.

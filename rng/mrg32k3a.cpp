@@ -26,8 +26,11 @@
 // chains advance side by side, two to a 128-bit vector, each writing its
 // own stretch of the output: two vectors at a time (their state fills the
 // registers), two steps at a time, so that each chain's pair of results
-// goes out in one 8-byte store.  The numbers are the sequence itself, so every
-// block split gives the same numbers.
+// goes out in one 8-byte store.  The AVX2 and AVX-512 classes run 8 and 16
+// chains of the same blocks in double arithmetic, whole registers of
+// outputs to a store (rng/simd/mrg32k3a.cpp).  The numbers are the
+// sequence itself, so every class and every block split gives the same
+// numbers.
 //
 // Jumps: skip-ahead by k is the k-th power of each component's companion
 // matrix (rukiVect3PowMod).  There is no leapfrog.
@@ -35,31 +38,40 @@
 // Real output: z c + a with c = (b - a) / m1, the constant 1/m1 being the
 // double 0x3DF000000D10000B; z c + a is formed in the 64-bit significand
 // and rounded once at the store (single kernel: from the float a and b,
-// rounded to float).  z can be m1, so b itself can come out.
+// rounded to float).  z can be m1, so b itself can come out.  With a = 0
+// and c a double, the classes form the same bits from double products.
 #include <emmintrin.h>
 
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
+#include "frame/kernel_class.h"
 #include "rng/generator.h"
-#include "rng/modular.h"
 #include "rng/load_checks.h"
+#include "rng/modular.h"
+#include "rng/mrg32k3a_class.h"
+#include "rng/mrg32k3a_lanes.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
+
+// The kernel classes' entries (rng/simd/mrg32k3a.cpp).
+namespace xeb {
+namespace avx2 {
+void fill_mrg32k3a_table(rng::Mrg32k3aTable& t);
+}
+namespace avx512 {
+void fill_mrg32k3a_table(rng::Mrg32k3aTable& t);
+}
+}  // namespace xeb
 
 namespace xeb::rng {
 namespace {
 
-constexpr uint32_t kM1 = 4294967087u;  // 2^32 - 209
-constexpr uint32_t kM2 = 4294944443u;  // 2^32 - 22853
-constexpr uint32_t kDelta1 = 209, kDelta2 = 22853;
-constexpr uint32_t kA12 = 1403580, kA13 = 810728;   // x[n-2], -x[n-3]
-constexpr uint32_t kA21 = 527612, kA23 = 1370589;   // y[n-1], -y[n-3]
-constexpr double kInverseM1 = 0x1.000000d10000bp-32;  // 1/m1 in double
+using namespace xeb::mrg32k3a;
 
-// Coefficients (c0, c1, c2) of x[n] = c0 x[n-1] + c1 x[n-2] + c2 x[n-3].
-constexpr uint32_t kCoefficients1[3] = {0, kA12, kM1 - kA13};
-constexpr uint32_t kCoefficients2[3] = {kA21, 0, kM2 - kA23};
+constexpr double kInverseM1 = 0x1.000000d10000bp-32;  // 1/m1 in double
 
 struct Mrg32k3a {
     struct State {
@@ -96,78 +108,13 @@ struct Mrg32k3a {
 
 static_assert(sizeof(Mrg32k3a::State) + kStreamHeaderBytes == 40, "MRG32K3A streamSize");
 
-// The step on 64-bit lanes holding 32-bit values: T is uint64_t (one
-// chain) or a vector of two (two chains).
-typedef uint64_t U64x2 __attribute__((vector_size(16)));
-constexpr uint64_t kLow32 = 0xFFFFFFFFu;
-
-inline uint64_t mul32(uint64_t x, uint32_t k) { return x * k; }
-inline U64x2 mul32(U64x2 x, uint32_t k) {  // low 32 bits of each lane times k
-    const __m128i kk = _mm_set1_epi64x(k);
-    return reinterpret_cast<U64x2>(_mm_mul_epu32(reinterpret_cast<__m128i>(x), kk));
-}
-
-// t mod (2^32 - delta) for t < 2 (2^32 - delta): t + delta reaches 2^32
-// exactly when t >= m, and then its low 32 bits are t - m.
-template <uint32_t Delta, class T>
-inline T subtract_modulus_once(T t) {
-    const T carry = (t + Delta) >> 32;
-    return (t + ((T{} - carry) & Delta)) & kLow32;
-}
-
-// -k w = k (2^32 - 1 - w) - k (2^32 - 1): the complement of a 32-bit w stays
-// in the multiplier's 32-bit operand, and the constant below (k (2^32 - 1)
-// taken off modulo m) is added instead.
-constexpr uint64_t minus_k_offset(uint32_t k, uint32_t m) {
-    return (m - uint64_t{k} * kLow32 % m) % m;
-}
-constexpr uint64_t kOffset1 = minus_k_offset(kA13, kM1), kOffset2 = minus_k_offset(kA23, kM2);
-
-template <class T>
-inline T next_x(T x1, T x2) {  // below 2^53 + 2^52 + 2^32 before the fold
-    T t = mul32(x2, kA12) + mul32(x1 ^ kLow32, kA13) + kOffset1;
-    t = mul32(t >> 32, kDelta1) + (t & kLow32);
-    return subtract_modulus_once<kDelta1>(t);
-}
-
-template <class T>
-inline T next_y(T y1, T y3) {  // below 2^52 + 2^53 + 2^32 before the folds
-    T t = mul32(y3, kA21) + mul32(y1 ^ kLow32, kA23) + kOffset2;
-    t = mul32(t >> 32, kDelta2) + (t & kLow32);
-    t = mul32(t >> 32, kDelta2) + (t & kLow32);
-    return subtract_modulus_once<kDelta2>(t);
-}
-
-// z = p - q, or p - q + m1 when p <= q: with t = p + m1 - q in 1 .. 2 m1,
-// p > q exactly when t + 208 reaches 2^32.
-template <class T>
-inline T combine(T p, T q) {
-    const T t = p + kM1 - q;
-    const T carry = (t + (kDelta1 - 1)) >> 32;
-    return (t + ((T{} - carry) & kDelta1)) & kLow32;
-}
-
-// One chain, or two chains in the lanes of a vector: the last three values
-// of each component, oldest first.  A step returns z.
-template <class T>
-struct Chain {
-    T x[3], y[3];
-    inline T step() {
-        const T p = next_x(x[0], x[1]), q = next_y(y[0], y[2]);
-        x[0] = x[1];
-        x[1] = x[2];
-        x[2] = p;
-        y[0] = y[1];
-        y[1] = y[2];
-        y[2] = q;
-        return combine(p, q);
-    }
-};
+using U64x2 = Lanes<2>;  // two chains, one 128-bit register
 
 // Jumps of 2^k steps for the chains of a block, k = kMinLog .. kMaxLog.
-constexpr int kChains = 8;
-constexpr int kMinLog = 5;   // below 8 chains of 32 steps the jumps cost more than they save
-constexpr int kMaxLog = 27;  // 8 chains of 2^27 steps: the largest block below 2^31
+constexpr int kChains = 8;       // the baseline's: two to a 128-bit vector
+constexpr int kMostChains = 16;  // a kernel class's (rng/simd/mrg32k3a.cpp)
+constexpr int kMinLog = 5;       // below chains of 32 steps the jumps cost more than they save
+constexpr int kMaxLog = 27;
 
 struct JumpTable {
     Matrix3 x[kMaxLog + 1], y[kMaxLog + 1];
@@ -184,29 +131,20 @@ constexpr JumpTable make_jumps() {
 }
 constexpr JumpTable kJumps = make_jumps();
 
-// 8 chains of 2^k steps from s: out[j 2^k + i] is step i of chain j; s is
-// left after all 8 2^k steps.  Chain pairs (2h, 2h + 1) share a vector.
-void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
-    const int32_t steps = int32_t{1} << log_steps;
-    uint32_t start[kChains + 1][6];
-    std::memcpy(start[0], &s, sizeof s);
-    for (int j = 1; j <= kChains; ++j) {
-        std::memcpy(start[j], start[j - 1], sizeof start[j]);
-        matrix_times_vector(kJumps.x[log_steps], start[j], kM1);
-        matrix_times_vector(kJumps.y[log_steps], start[j] + 3, kM2);
-    }
-    std::memcpy(&s, start[kChains], sizeof s);
-    Chain<U64x2> c[kChains / 2];
+// The baseline's 8 chains from start[j], `steps` (even) each: out[j steps + i]
+// is step i of chain j.  Chain pairs (2h, 2h + 1) share a vector.
+void baseline_chains(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
+    Chain<2> c[kChains / 2];
     for (int h = 0; h < kChains / 2; ++h)
         for (int i = 0; i < 3; ++i) {
-            c[h].x[i] = U64x2{start[2 * h][i], start[2 * h + 1][i]};
-            c[h].y[i] = U64x2{start[2 * h][3 + i], start[2 * h + 1][3 + i]};
+            c[h].x[i].v = U64x2::Raw{start[2 * h][i], start[2 * h + 1][i]};
+            c[h].y[i].v = U64x2::Raw{start[2 * h][3 + i], start[2 * h + 1][3 + i]};
         }
     // Steps i and i + 1 of chains 2h and 2h + 1 (z holding them in the low
     // halves of its lanes) regrouped by chain: one 8-byte store each.
     auto put = [out, steps](int h, int32_t i, U64x2 z, U64x2 z_next) {
-        const __m128i a = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z), 0x08);
-        const __m128i b = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z_next), 0x08);
+        const __m128i a = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z.v), 0x08);
+        const __m128i b = _mm_shuffle_epi32(reinterpret_cast<__m128i>(z_next.v), 0x08);
         const __m128i pairs = _mm_unpacklo_epi32(a, b);
         const int64_t first = _mm_cvtsi128_si64(pairs);
         const int64_t second = _mm_cvtsi128_si64(_mm_unpackhi_epi64(pairs, pairs));
@@ -215,9 +153,9 @@ void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
     };
     // Two vectors at a time, so that their twelve state vectors stay in
     // registers while the other's reductions hide each one's latency; two
-    // steps at a time (steps is even).
+    // steps at a time.
     for (int h = 0; h < kChains / 2; h += 2) {
-        Chain<U64x2> c0 = c[h], c1 = c[h + 1];
+        Chain<2> c0 = c[h], c1 = c[h + 1];
         for (int32_t i = 0; i < steps; i += 2) {
             const U64x2 z0 = c0.step(), z1 = c1.step();
             put(h, i, z0, c0.step());
@@ -226,25 +164,57 @@ void chain_block(Mrg32k3a::State& s, int log_steps, uint32_t* out) {
     }
 }
 
-// n outputs z to out, in blocks of chains while they pay, then one chain.
-void generate(Mrg32k3a::State& s, int32_t n, uint32_t* out) {
+// n outputs from s, which is left after them: blocks of `chains` chains of
+// 2^k steps while they pay (chain j starting at the state jumped j 2^k
+// steps ahead, block(start, 2^k, out + done)), then one chain, whose
+// outputs z go out as one(out + i, z).  The numbers are the sequence
+// itself, so every block split gives the same numbers.
+template <class T, class Block, class One>
+void in_chains(Mrg32k3a::State& s, int32_t n, T* out, int chains, Block block, One one) {
     int32_t done = 0;
-    while (n - done >= kChains << kMinLog) {
+    while (n - done >= chains << kMinLog) {
         int log_steps = kMinLog;
-        while (log_steps < kMaxLog && (int64_t{kChains} << (log_steps + 1)) <= n - done) ++log_steps;
-        chain_block(s, log_steps, out + done);
-        done += kChains << log_steps;
+        while (log_steps < kMaxLog && (int64_t{chains} << (log_steps + 1)) <= n - done) ++log_steps;
+        uint32_t start[kMostChains + 1][6];
+        std::memcpy(start[0], &s, sizeof s);
+        for (int j = 1; j <= chains; ++j) {
+            std::memcpy(start[j], start[j - 1], sizeof start[j]);
+            matrix_times_vector(kJumps.x[log_steps], start[j], kM1);
+            matrix_times_vector(kJumps.y[log_steps], start[j] + 3, kM2);
+        }
+        std::memcpy(&s, start[chains], sizeof s);
+        block(start, int32_t{1} << log_steps, out + done);
+        done += chains << log_steps;
     }
-    Chain<uint64_t> c;
+    Chain<1> c;
     for (int k = 0; k < 3; ++k) {
-        c.x[k] = s.x[k];
-        c.y[k] = s.y[k];
+        c.x[k].v = s.x[k];
+        c.y[k].v = s.y[k];
     }
-    for (int32_t i = done; i < n; ++i) out[i] = static_cast<uint32_t>(c.step());
+    for (int32_t i = done; i < n; ++i) one(out + i, c.step().v);
     for (int k = 0; k < 3; ++k) {
-        s.x[k] = static_cast<uint32_t>(c.x[k]);
-        s.y[k] = static_cast<uint32_t>(c.y[k]);
+        s.x[k] = static_cast<uint32_t>(c.x[k].v);
+        s.y[k] = static_cast<uint32_t>(c.y[k].v);
     }
+}
+
+// The kernel classes' entries, filled at load; the baseline's are null.
+Mrg32k3aTable tables[frame::kKernelClasses] = {};
+
+__attribute__((constructor(101))) void fill_at_load() {
+    const frame::KernelClass best = frame::machine_class();
+    if (best >= frame::KernelClass::Avx2) avx2::fill_mrg32k3a_table(tables[1]);
+    if (best >= frame::KernelClass::Avx512) avx512::fill_mrg32k3a_table(tables[2]);
+}
+
+const Mrg32k3aTable& table_in_use() { return tables[static_cast<int>(frame::kernel_class())]; }
+
+// n words z to out, in the chains of the class in use.
+void generate(Mrg32k3a::State& s, int32_t n, uint32_t* out) {
+    const Mrg32k3aTable& t = table_in_use();
+    const auto one = [](uint32_t* o, uint64_t z) { *o = static_cast<uint32_t>(z); };
+    if (t.words != nullptr && t.chains <= kMostChains) in_chains(s, n, out, t.chains, t.words, one);
+    else in_chains(s, n, out, kChains, baseline_chains, one);
 }
 
 // A state seeding and skips can make: every value below its modulus, and
@@ -265,6 +235,25 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
                                      [&s](int32_t k, uint32_t* w) { generate(s, k, w); });
 }
 
+// Doubles in a class that has them: z c (+ a = 0) with c = (b - a)/m1 a
+// double whose multiples by 1 .. m1 stay normal (rng/simd/mrg32k3a.cpp).
+bool class_doubles(RukStream* stream, int32_t n, double* r, double a, double b) {
+    const Mrg32k3aTable& t = table_in_use();
+    if (t.scaled_doubles == nullptr || t.chains > kMostChains || a != 0) return false;
+    const frame::StreamControlWords control_words;
+    const long double c = (static_cast<long double>(b) - a) * kInverseM1;
+    const double narrow_c = static_cast<double>(c);
+    if (narrow_c != c || !(std::fabs(narrow_c) >= DBL_MIN && std::fabs(narrow_c) <= DBL_MAX * 0x1p-33))
+        return false;
+    const long double wide_c = narrow_c;
+    in_chains(state_of<Mrg32k3a::State>(stream), n, r, t.chains,
+              [&t, narrow_c](const uint32_t(*start)[6], int32_t steps, double* out) {
+                  t.scaled_doubles(start, steps, out, narrow_c);
+              },
+              [wide_c](double* o, uint64_t z) { *o = static_cast<double>(static_cast<long double>(z) * wide_c); });
+    return true;
+}
+
 }  // namespace
 
 
@@ -283,6 +272,7 @@ int32_t rukiBRngMRG32K3A(RukStream* stream, int32_t n, uint32_t* r) {
 }
 
 int32_t rukdBRngMRG32K3A(RukStream* stream, int32_t n, double* r, double a, double b) {
+    if (class_doubles(stream, n, r, a, b)) return RUK_OK;
     return real_kernel(stream, n, r, a, b);
 }
 
