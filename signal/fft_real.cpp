@@ -227,6 +227,10 @@ void complex_transform(const float* src, float* dst, const sigFftPlan* p, float*
         scale_if<Inv>(p, dst, 2 * n);
         return;
     }
+    if (!Inv && src != dst && sigFftReadsNatural(k)) {
+        sigFftBlockedForwardFrom(p, src, dst, k, work);
+        return;
+    }
     if (src == dst)
         sigBitReverseInPlace(dst, n, p->reverseTable);
     else
