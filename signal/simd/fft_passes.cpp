@@ -19,9 +19,11 @@
 //
 // Spectrum products: four real products, each rounded, then one sum or
 // difference per part, exactly as the baseline loop, so the bits are the
-// baseline's in every class.
+// baseline's in every class; the split pass runs the baseline's steps
+// (signal/fft_split.h) on wider lanes, and so gives its bits too.
 #include "frame/simd.h"
 #include "signal/fft_class.h"
+#include "signal/fft_split.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -343,6 +345,36 @@ void spectrum_product(const float* a, float* b, int64_t pairs) {
     }
 }
 
+// The split pass (signal/fft_split.h) on N = 4W values of k' a register:
+// the pairs from k' up as they stand, the pairs from n - k' down reversed,
+// the table's blocks (four A, four B) split like data blocks.
+template <int W, int... I>
+[[gnu::always_inline]] inline V<W> reversed(V<W> v, std::integer_sequence<int, I...>) {
+    return {__builtin_shufflevector(v.v, v.v, (4 * W - 1 - I)...)};
+}
+template <int W>
+[[gnu::always_inline]] inline V<W> reversed(V<W> v) {
+    return reversed<W>(v, std::make_integer_sequence<int, 4 * W>{});
+}
+
+template <bool Inv>
+int64_t split_pass(const float* in, float* out, int64_t n, const float* tab) {
+    constexpr int W = simd::kNative<float> / 4, N = 4 * W;
+    int64_t kk = 1;
+    for (; kk + N - 1 <= n / 2 - 1; kk += N) {
+        const Cx<W> t = load_blocks<W>(tab + 2 * (kk - 1));
+        const auto a = load_pairs<N>(in + 2 * kk), b = load_pairs<N>(in + 2 * (n - kk - N + 1));
+        V<W> xr, xi, yr, yi;
+        if (Inv)
+            sig::split_inverse_step(t.re, t.im, a.re, a.im, reversed<W>(b.re), reversed<W>(b.im), xr, xi, yr, yi);
+        else
+            sig::split_forward_step(t.re, t.im, a.re, a.im, reversed<W>(b.re), reversed<W>(b.im), xr, xi, yr, yi);
+        store_pairs<N>(out + 2 * kk, xr, xi);
+        store_pairs<N>(out + 2 * (n - kk - N + 1), reversed<W>(yr), reversed<W>(yi));
+    }
+    return kk;
+}
+
 template <bool Inv, int W>
 int64_t first_pass(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
                    const float* tab, bool radix16) {
@@ -363,6 +395,8 @@ void fill_fft_table(sig::FftClassTable& t) {
     t.first[1] = first_pass<true, W>;
     t.product[0] = spectrum_product<false>;
     t.product[1] = spectrum_product<true>;
+    t.split[0] = split_pass<false>;
+    t.split[1] = split_pass<true>;
 }
 
 }  // namespace XEB_ISA
