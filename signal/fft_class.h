@@ -34,6 +34,13 @@ struct FftClassTable {
     // in whole registers; returns the first k' it left to the baseline.
     // Its steps round as the baseline's and give the same bits.
     int64_t (*split[2])(const float* in, float* out, int64_t n, const float* tab);
+    // The column steps of the blocked recursion (signal/fft_core.cpp) on
+    // four rows a step: four adjacent columns, block cb of every row, times
+    // their gather factors tw (the block's own, [0] forward, [1] conjugate
+    // for the inverse) into cols as four columns of pairs; and back, as
+    // pairs or as blocks.  Products rounded as the baseline's: same bits.
+    void (*column_gather[2])(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols);
+    void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs);
 };
 
 // The table of the class in use.

@@ -475,12 +475,21 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, float* work, const flo
     }
     if (src) leaves_from<Inv>(p, src, data, r, f, work);
     const float* col_tw = p->columnTwiddles[Level];
+    const FftClassTable& in_class = fft_class_table();
+    const auto class_gather = in_class.column_gather[Inv ? 1 : 0];
+    const auto class_scatter = in_class.column_scatter;
     for (int64_t cb = 0; cb < cols / 4; ++cb) {
-        column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[Level], work);
+        if (class_gather)
+            class_gather(data + 8 * cb, row_floats, rows, p->gatherTwiddles[Level] + cb * rows * 8, work);
+        else
+            column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[Level], work);
         // The four columns lie one after the other in aligned work: one run
         // of the passes transforms them all.
         core_passes<Inv>(PairSource{work, 0, 0}, work, 4 * int64_t{rows}, f, col_tw);
-        column_scatter(data, row_floats, rows, cb, work, Level == 0);
+        if (class_scatter)
+            class_scatter(data + 8 * cb, row_floats, rows, work, Level == 0);
+        else
+            column_scatter(data, row_floats, rows, cb, work, Level == 0);
     }
 }
 
