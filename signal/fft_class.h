@@ -7,8 +7,8 @@
 // on the same block layout and stage tables, several blocks per register;
 // its products may be fused, so its bits may differ from the baseline's
 // within the error budget of signal/fft_core.cpp.  A class's spectrum
-// product rounds each product before the sum, as the baseline does, and so
-// gives the baseline's bits.
+// product and split pass round each product before the sum, as the
+// baseline does, and so give the baseline's bits.
 #pragma once
 
 #include <cstdint>
@@ -29,6 +29,18 @@ struct FftClassTable {
                         const float* tab, bool radix16);
     // b := a * b ([0]) or a * conj(b) ([1]) on `pairs` complex pairs.
     void (*product[2])(const float* a, float* b, int64_t pairs);
+    // The split pass of the real transform of 2n values over n complex
+    // pairs (signal/fft_real.cpp), [0] forward, [1] inverse, from k' = 1 on
+    // in whole registers; returns the first k' it left to the baseline.
+    // Its steps round as the baseline's and give the same bits.
+    int64_t (*split[2])(const float* in, float* out, int64_t n, const float* tab);
+    // The column steps of the blocked recursion (signal/fft_core.cpp) on
+    // four rows a step: four adjacent columns, block cb of every row, times
+    // their gather factors tw (the block's own, [0] forward, [1] conjugate
+    // for the inverse) into cols as four columns of pairs; and back, as
+    // pairs or as blocks.  Products rounded as the baseline's: same bits.
+    void (*column_gather[2])(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols);
+    void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs);
 };
 
 // The table of the class in use.

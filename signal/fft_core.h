@@ -44,6 +44,12 @@ void sigBitReverseCopy(const float* src, float* dst, int64_t n, const int32_t* s
 // scale by the plan's factor when its flag for the direction is set.
 void sigFftBlockedForward(const sigFftPlan* plan, float* data, int32_t k, float* work);
 void sigFftBlockedInverse(const sigFftPlan* plan, float* data, int32_t k, float* work);
+// Whether the forward transform of 2^k points (k >= 11) reads its input in
+// natural order, the reversal folded into the filling of its leaves;
+// sigFftBlockedForwardFrom then does so from src into data (apart), with
+// the bits sigFftBlockedForward gives on the reversed copy.
+bool sigFftReadsNatural(int32_t k);
+void sigFftBlockedForwardFrom(const sigFftPlan* plan, const float* src, float* data, int32_t k, float* work);
 
 // n floats times scale, in place.
 void sigScale32f(float scale, float* data, int64_t n);

@@ -18,6 +18,7 @@
 
 #include "signal/fft_class.h"
 #include "signal/fft_core.h"
+#include "signal/fft_split.h"
 
 namespace xeb::sig {
 namespace {
@@ -37,11 +38,13 @@ inline void store_pairs(float* p, __m128 re, __m128 im) {
 // A split pass over the pairs a = Z[k'] (from the low end, going up) and
 // b = Z[n - k'] (from the high end, going down), k' = 1 .. n/2 - 1: `op`
 // maps a, b and the table's two values for k' to the new values at k' and
-// n - k'.  Four k' run at a time in the lanes, with the table's blocks
-// loaded as they stand; the op is written once for floats and lanes alike.
-template <class Op>
+// n - k' (signal/fft_split.h).  The class in use takes the leading k' in
+// whole registers; then four k' run at a time in the lanes, with the
+// table's blocks loaded as they stand, then one at a time.
+template <bool Inv, class Op>
 void split_pass(const float* in, float* out, int64_t n, const float* tab, Op op) {
     int64_t kk = 1;
+    if (const auto in_class = fft_class_table().split[Inv ? 1 : 0]) kk = in_class(in, out, n, tab);
     for (; kk + 3 <= n / 2 - 1; kk += 4) {
         const float* t = tab + 8 * ((kk - 1) / 4);
         __m128 are, aim, bre, bim, xr, xi, yr, yi;
@@ -64,34 +67,13 @@ void split_pass(const float* in, float* out, int64_t n, const float* tab, Op op)
     }
 }
 
-// Forward: A = cos(t)/2, B = (1 - sin t)/2, d = a.re - b.re, s = a.im + b.im,
-// t1 = B s - A d, t2 = A s + B d.
 void real_post(float* z, int64_t n, const float* tab) {
-    split_pass(z, z, n, tab, [](auto A, auto B, auto are, auto aim, auto bre, auto bim, auto& xr, auto& xi,
-                                auto& yr, auto& yi) {
-        const auto d = are - bre, s = aim + bim;
-        const auto t1 = B * s - A * d, t2 = A * s + B * d;
-        xr = bre + t2;
-        xi = t1 - bim;
-        yr = are - t2;
-        yi = t1 - aim;
-    });
+    split_pass<false>(z, z, n, tab, [](auto&&... v) { split_forward_step(v...); });
     z[n + 1] = -z[n + 1];  // Z[n/2] is its own partner
 }
 
-// Inverse: c = cos t, q = -sin t, p = a.re + b.re, e = a.im - b.im,
-// d = a.re - b.re, s = a.im + b.im, u = d q - s c, v = c d + q s:
-//   Z[k'] = (p + u, e + v),  Z[n-k'] = (p - u, v - e).
 void real_pre(const float* x, float* z, int64_t n, const float* tab) {
-    split_pass(x, z, n, tab, [](auto c, auto q, auto are, auto aim, auto bre, auto bim, auto& xr, auto& xi,
-                                auto& yr, auto& yi) {
-        const auto p = are + bre, e = aim - bim, d = are - bre, s = aim + bim;
-        const auto u = d * q - s * c, v = c * d + q * s;
-        xr = p + u;
-        xi = e + v;
-        yr = p - u;
-        yi = v - e;
-    });
+    split_pass<true>(x, z, n, tab, [](auto&&... v) { split_inverse_step(v...); });
     z[n] = 2 * x[n];
     z[n + 1] = -2 * x[n + 1];
 }
@@ -225,6 +207,10 @@ void complex_transform(const float* src, float* dst, const sigFftPlan* p, float*
         else
             sigCplxFftReorderCore(src, dst, static_cast<int32_t>(n), p->twiddles, p->reverseTable, work);
         scale_if<Inv>(p, dst, 2 * n);
+        return;
+    }
+    if (!Inv && src != dst && sigFftReadsNatural(k)) {
+        sigFftBlockedForwardFrom(p, src, dst, k, work);
         return;
     }
     if (src == dst)

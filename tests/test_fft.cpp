@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "signal/fft_core.h"
@@ -182,8 +183,10 @@ TEST(FftTransform, ForwardAgainstReference) {
 
 // Forward then inverse with flag 2 gives the input back, in place and out of
 // place, both layouts, aligned and at 4 mod 16, with and without caller's
-// work; unaligned data give the same bits as aligned.  Large orders (one
-// and two blocking levels over the halving leaf) are checked below.
+// work; unaligned data and the in-place forward (reversed copy first) give
+// the same bits as aligned data out of place (reversal in the leaves' reads
+// from 2^15 on).  Large orders (one and two blocking levels over the
+// halving leaf) are checked below.
 TEST(FftTransform, RoundTrip) {
     const int top = xt::test_scale() < 1 ? 16 : 20;
     for (int order = 0; order <= top; ++order) {
@@ -207,8 +210,8 @@ TEST(FftTransform, RoundTrip) {
                     auto fwd = ordered ? sigFftForwardOrdered : sigFftForwardEdge;
                     auto inv = ordered ? sigFftInverseOrdered : sigFftInverseEdge;
                     ASSERT_EQ(fwd(a.data, freq, g.p, w), SIG_OK);
-                    if (!ordered && !in_place) {
-                        if (offset == 0)
+                    if (!ordered) {
+                        if (offset == 0 && !in_place)
                             aligned_freq.assign(freq, freq + n);
                         else
                             ASSERT_EQ(std::memcmp(aligned_freq.data(), freq, n * 4), 0) << "order " << order;
@@ -220,6 +223,34 @@ TEST(FftTransform, RoundTrip) {
                         << "order " << order << " offset " << offset << " in place " << in_place << " ordered "
                         << ordered;
                 }
+            }
+        }
+    }
+}
+
+// From 2^15 values the forward transform out of place reads natural order
+// and reverses in filling its rows, in place it reverses first: the same
+// bits for every scaling, with source and destination at any float offset
+// (rows through work when unaligned), where the source is read in order
+// and where by jumps.
+TEST(FftTransform, OutOfPlaceReadsAsInPlace) {
+    const int top = xt::test_scale() < 1 ? 18 : 20;
+    for (int order = 15; order <= top; ++order) {
+        const std::size_t n = std::size_t{1} << order;
+        const auto x = xt::uniform_signal(n, 900 + order);
+        for (int flag : {SIG_SCALE_NONE, SIG_SCALE_FORWARD, SIG_SCALE_BOTH_ROOT}) {
+            PlanGuard g(order, flag);
+            Buffer in_place(n, 0);
+            std::memcpy(in_place.data, x.data(), n * 4);
+            ASSERT_EQ(sigFftForwardEdge(in_place.data, in_place.data, g.p, nullptr), SIG_OK);
+            const std::pair<int, int> offsets[] = {{0, 0}, {0, 1}, {1, 2}, {3, 0}};
+            for (const auto& [src_offset, dst_offset] : offsets) {
+                Buffer src(n, src_offset), dst(n, dst_offset);
+                std::memcpy(src.data, x.data(), n * 4);
+                ASSERT_EQ(sigFftForwardEdge(src.data, dst.data, g.p, nullptr), SIG_OK);
+                EXPECT_EQ(std::memcmp(dst.data, in_place.data, n * 4), 0)
+                    << "order " << order << " flag " << flag << " offsets " << src_offset << ", " << dst_offset;
+                EXPECT_EQ(std::memcmp(src.data, x.data(), n * 4), 0) << "order " << order << " source kept";
             }
         }
     }

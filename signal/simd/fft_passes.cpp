@@ -19,11 +19,13 @@
 //
 // Spectrum products: four real products, each rounded, then one sum or
 // difference per part, exactly as the baseline loop, so the bits are the
-// baseline's in every class.
+// baseline's in every class; the split pass runs the baseline's steps
+// (signal/fft_split.h) on wider lanes, and so gives its bits too.
 #include <cstring>
 
 #include "frame/simd.h"
 #include "signal/fft_class.h"
+#include "signal/fft_split.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -353,6 +355,99 @@ void spectrum_product(const float* a, float* b, int64_t pairs) {
     }
 }
 
+// The split pass (signal/fft_split.h) on N = 4W values of k' a register:
+// the pairs from k' up as they stand, the pairs from n - k' down reversed,
+// the table's blocks (four A, four B) split like data blocks.
+template <int W, int... I>
+[[gnu::always_inline]] inline V<W> reversed(V<W> v, std::integer_sequence<int, I...>) {
+    return {__builtin_shufflevector(v.v, v.v, (4 * W - 1 - I)...)};
+}
+template <int W>
+[[gnu::always_inline]] inline V<W> reversed(V<W> v) {
+    return reversed<W>(v, std::make_integer_sequence<int, 4 * W>{});
+}
+
+template <bool Inv>
+int64_t split_pass(const float* in, float* out, int64_t n, const float* tab) {
+    constexpr int W = simd::kNative<float> / 4, N = 4 * W;
+    int64_t kk = 1;
+    for (; kk + N - 1 <= n / 2 - 1; kk += N) {
+        const Cx<W> t = load_blocks<W>(tab + 2 * (kk - 1));
+        const auto a = load_pairs<N>(in + 2 * kk), b = load_pairs<N>(in + 2 * (n - kk - N + 1));
+        V<W> xr, xi, yr, yi;
+        if (Inv)
+            sig::split_inverse_step(t.re, t.im, a.re, a.im, reversed<W>(b.re), reversed<W>(b.im), xr, xi, yr, yi);
+        else
+            sig::split_forward_step(t.re, t.im, a.re, a.im, reversed<W>(b.re), reversed<W>(b.im), xr, xi, yr, yi);
+        store_pairs<N>(out + 2 * kk, xr, xi);
+        store_pairs<N>(out + 2 * (n - kk - N + 1), reversed<W>(yr), reversed<W>(yi));
+    }
+    return kk;
+}
+
+// ---- column steps of the blocked recursion ----------------------------
+//
+// A row's block of four columns is one 8-float register (four real parts,
+// four imaginary parts), so a complex product takes the halves swapped and
+// a sign per half (exact): (re c - im ns | im c + re ns), or the conjugate's
+// (re c + im ns | im c - re ns), each product rounded once as in the
+// baseline.  Four rows' pairs then make a 4x4 transpose of 64-bit pairs.
+using F8 = float __attribute__((vector_size(32)));
+using D4 = double __attribute__((vector_size(32)));
+
+[[gnu::always_inline]] inline F8 load8(const float* p) {
+    F8 v;
+    __builtin_memcpy(&v, p, 32);
+    return v;
+}
+[[gnu::always_inline]] inline void store8(float* p, F8 v) { __builtin_memcpy(p, &v, 32); }
+[[gnu::always_inline]] inline D4 as_pairs(F8 v) { return reinterpret_cast<D4>(v); }
+[[gnu::always_inline]] inline F8 as_floats(D4 v) { return reinterpret_cast<F8>(v); }
+
+// Block (4 real | 4 imaginary) to pairs and back.
+[[gnu::always_inline]] inline F8 block_to_pairs(F8 v) { return __builtin_shufflevector(v, v, 0, 4, 1, 5, 2, 6, 3, 7); }
+[[gnu::always_inline]] inline F8 pairs_to_block(F8 v) { return __builtin_shufflevector(v, v, 0, 2, 4, 6, 1, 3, 5, 7); }
+
+// x[j][l] := x[l][j] on four registers of four pairs.
+[[gnu::always_inline]] inline void transpose_pairs(D4* x) {
+    const D4 t0 = __builtin_shufflevector(x[0], x[1], 0, 4, 2, 6), t1 = __builtin_shufflevector(x[0], x[1], 1, 5, 3, 7);
+    const D4 t2 = __builtin_shufflevector(x[2], x[3], 0, 4, 2, 6), t3 = __builtin_shufflevector(x[2], x[3], 1, 5, 3, 7);
+    x[0] = __builtin_shufflevector(t0, t2, 0, 1, 4, 5);
+    x[1] = __builtin_shufflevector(t1, t3, 0, 1, 4, 5);
+    x[2] = __builtin_shufflevector(t0, t2, 2, 3, 6, 7);
+    x[3] = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
+}
+
+template <bool Inv>
+void column_gather(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols) {
+    constexpr float lo = Inv ? 1.0f : -1.0f, hi = -lo;
+    const F8 sign = {lo, lo, lo, lo, hi, hi, hi, hi};
+    for (int32_t q = 0; q < rows; q += 4) {
+        D4 x[4];
+        for (int j = 0; j < 4; ++j) {
+            const F8 v = load8(block0 + (q + j) * row_floats), t = load8(tw + 8 * (q + j));
+            const F8 c = __builtin_shufflevector(t, t, 0, 1, 2, 3, 0, 1, 2, 3);
+            const F8 ns = __builtin_shufflevector(t, t, 4, 5, 6, 7, 4, 5, 6, 7);
+            const F8 swapped = __builtin_shufflevector(v, v, 4, 5, 6, 7, 0, 1, 2, 3);
+            x[j] = as_pairs(block_to_pairs(v * c + sign * (swapped * ns)));
+        }
+        transpose_pairs(x);
+        for (int l = 0; l < 4; ++l) store8(cols + 2 * rows * l + 2 * q, as_floats(x[l]));
+    }
+}
+
+void column_scatter(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs) {
+    for (int32_t q = 0; q < rows; q += 4) {
+        D4 x[4];
+        for (int l = 0; l < 4; ++l) x[l] = as_pairs(block_to_pairs(load8(cols + 2 * rows * l + 2 * q)));
+        transpose_pairs(x);
+        for (int j = 0; j < 4; ++j) {
+            const F8 v = as_floats(x[j]);
+            store8(block0 + (q + j) * row_floats, pairs ? v : pairs_to_block(v));
+        }
+    }
+}
+
 template <bool Inv, int W>
 int64_t first_pass(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
                    const float* tab, bool radix16) {
@@ -373,6 +468,11 @@ void fill_fft_table(sig::FftClassTable& t) {
     t.first[1] = first_pass<true, W>;
     t.product[0] = spectrum_product<false>;
     t.product[1] = spectrum_product<true>;
+    t.split[0] = split_pass<false>;
+    t.split[1] = split_pass<true>;
+    t.column_gather[0] = column_gather<false>;
+    t.column_gather[1] = column_gather<true>;
+    t.column_scatter = column_scatter;
 }
 
 }  // namespace XEB_ISA
