@@ -436,12 +436,13 @@ TEST_P(EachKernel, BlockSizeIndependenceAndInPlace) {
 
 // The SIMD classes' fast path ends at 2^30: from there, and for zeros,
 // each lane gets the scalar form's bits, whatever its neighbours; lanes
-// just below stay accurate.
+// just below stay accurate, and so do the single kernels' lanes on both
+// sides of 2^17 (float lanes below, doubles from there) in one register.
 TEST_P(EachKernel, ClassLanesBeyondTheFastPathTakeTheScalarForm) {
     if (!k().class_code()) GTEST_SKIP() << "no class code for this kernel here";
     const double edge = k().is_double() ? 0x1p30 : 0x1p30f;
     const double below = k().is_double() ? std::nextafter(edge, 0.0) : std::nextafter(0x1p30f, 0.0f);
-    std::vector<double> a = {1.5, edge, -below, 0.0, 3e38, below, -edge, -0.0, 0x1.8p-149, 2.5};
+    std::vector<double> a = {1.5, edge, -below, 0.0, 3e38, below, -edge, -0.0, 0x1.8p-149, 2.5, 0x1p17, -0x1.fffffep16};
     if (!k().is_double()) std::transform(a.begin(), a.end(), a.begin(), [](double v) { return float(v); });
     std::vector<double> y, z, y1, z1;
     k().run(a, y, z);

@@ -37,10 +37,17 @@
 // rounded division corrected by the exact remainder; the pairs' own errors
 // (up to 0.05 ulp each) add: below 0.62 ulp (measured 0.581; bound 0.8).
 //
-// Single: the same in doubles from the widened float, with rl dropped
-// (2^-80 absolute for |x| < 2^30) and the series through r^11 and r^10
-// (truncation 2^-32 of the result): within 0.004 of a float ulp before the
-// one rounding to float, below 0.51 ulp.
+// Single, below 2^17: the same in float lanes, pi/2 = C1 + C2 + C3 three
+// floats (x - q C1 exact as above: multiples of 2^-24 below 1), the Taylor
+// series through r^11 and r^10 (truncation 2^-33 of the result).  The
+// omitted q (pi/2 - C1 - C2 - C3) is below 2^-60 there (the measurement
+// below covers the floats closest to multiples of pi/2).  In floats the
+// rest's operands carry 2^-24 relative errors, so the cosine's s^2 is
+// corrected to first order by its remainders (0.05 ulp otherwise).
+// Measured on every float below 2^17 (against the double functions): Sin
+// 0.530, Cos 0.531, Tan 0.580 ulp.  A register holding a lane from 2^17
+// computes those lanes again in doubles from the widened float (the
+// double algorithm above, rounded once to float: below 0.501 ulp).
 #include <cstdint>
 
 #include "frame/class_frame.h"
@@ -57,134 +64,162 @@ using namespace lanes;
 using class_frame::Arrays;
 using class_frame::Pair;
 
-constexpr double kTwoOverPi = 0x1.45f306dc9c883p-1;
-constexpr double kShift = 0x1.8p52;  // x 2/pi + kShift leaves q in the low bits
-constexpr double kPio2[3] = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54, -0x1.f1976b7ed8fbcp-110};
-// -1/6 as a pair.
-constexpr double kSin3 = -0x1.5555555555555p-3, kSin3Lo = -0x1.5555555555555p-57;
-// 1/5!, -1/7!, ..., 1/17!: sin r - r + r^3/6 = r^5 P(r^2).
-constexpr double kSinP[7] = {0x1.1111111111111p-7,  -0x1.a01a01a01a01ap-13, 0x1.71de3a556c734p-19,
-                             -0x1.ae64567f544e4p-26, 0x1.6124613a86d09p-33, -0x1.ae7f3e733b81fp-41,
-                             0x1.952c77030ad4ap-49};
-// 1/4!, -1/6!, ..., 1/18!: cos r - 1 + r^2/2 = r^4 Q(r^2).
-constexpr double kCosQ[8] = {0x1.5555555555555p-5,  -0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-16,
-                             -0x1.27e4fb7789f5cp-22, 0x1.1eed8eff8d898p-29,  -0x1.93974a8c07c9dp-37,
-                             0x1.ae7f3e733b81fp-45,  -0x1.6827863b97d97p-53};
+// The constants of each precision.
+template <class T>
+struct Consts;
+template <>
+struct Consts<double> {
+    static constexpr double two_over_pi = 0x1.45f306dc9c883p-1;
+    static constexpr double shift = 0x1.8p52;  // x 2/pi + shift leaves q in the low bits
+    static constexpr double pio2[3] = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54, -0x1.f1976b7ed8fbcp-110};
+    // -1/6 as a pair.
+    static constexpr double sin3 = -0x1.5555555555555p-3, sin3_lo = -0x1.5555555555555p-57;
+    // 1/5!, -1/7!, ..., 1/17!: sin r - r + r^3/6 = r^5 P(r^2).
+    static constexpr int sin_terms = 7;
+    static constexpr double sin_p[7] = {0x1.1111111111111p-7,  -0x1.a01a01a01a01ap-13, 0x1.71de3a556c734p-19,
+                                        -0x1.ae64567f544e4p-26, 0x1.6124613a86d09p-33, -0x1.ae7f3e733b81fp-41,
+                                        0x1.952c77030ad4ap-49};
+    // 1/4!, -1/6!, ..., 1/18!: cos r - 1 + r^2/2 = r^4 Q(r^2).
+    static constexpr int cos_terms = 8;
+    static constexpr bool square_rest = false;
+    static constexpr double cos_q[8] = {0x1.5555555555555p-5,  -0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-16,
+                                        -0x1.27e4fb7789f5cp-22, 0x1.1eed8eff8d898p-29,  -0x1.93974a8c07c9dp-37,
+                                        0x1.ae7f3e733b81fp-45,  -0x1.6827863b97d97p-53};
+};
+template <>
+struct Consts<float> {
+    static constexpr float two_over_pi = 0x1.45f306p-1f;
+    static constexpr float shift = 0x1.8p23f;
+    static constexpr float pio2[3] = {0x1.921fb6p+0f, -0x1.777a5cp-25f, -0x1.ee59dap-50f};
+    static constexpr float sin3 = -0x1.555556p-3f, sin3_lo = 0x1.555556p-28f;
+    // 1/5!, ..., -1/11! and 1/4!, ..., -1/10!.
+    static constexpr int sin_terms = 4;
+    static constexpr float sin_p[4] = {0x1.111112p-7f, -0x1.a01a02p-13f, 0x1.71de3ap-19f, -0x1.ae6456p-26f};
+    static constexpr int cos_terms = 4;
+    static constexpr bool square_rest = true;
+    static constexpr float cos_q[4] = {0x1.555556p-5f, -0x1.6c16c2p-10f, 0x1.a01a02p-16f, -0x1.27e4fcp-22f};
+};
 
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
 constexpr uint64_t kFastEnd = 0x41D0000000000000ull;  // 2^30
 constexpr uint32_t kAbsF = 0x7FFFFFFFu;
 constexpr uint32_t kFastEndF = 0x4E800000u;  // 2^30
+constexpr uint32_t kFloatLanesEnd = 0x48000000u;  // 2^17: from here in doubles
 constexpr uint32_t kInfF = 0x7F800000u;
 constexpr uint64_t kDefaultNaN = 0xFFF8000000000000ull;
 constexpr uint32_t kDefaultNaNF = 0xFFC00000u;
 
 // Horner over the first K coefficients.
-template <int K, int N>
-XEB_INLINE D<N> series(D<N> s, const double* c) {
-    D<N> p = broadcast<D<N>>(c[K - 1]);
+template <int K, class T, int N>
+XEB_INLINE Vec<T, N> series(Vec<T, N> s, const T* c) {
+    Vec<T, N> p = broadcast<Vec<T, N>>(c[K - 1]);
     for (int k = K - 2; k >= 0; --k) p = fma(p, s, c[k]);
     return p;
 }
 
 // a + b = s + err exactly, any magnitudes.
-template <int N>
-XEB_INLINE D<N> two_sum(D<N> a, D<N> b, D<N>& err) {
-    const D<N> s = a + b, bb = s - a;
+template <class T, int N>
+XEB_INLINE Vec<T, N> two_sum(Vec<T, N> a, Vec<T, N> b, Vec<T, N>& err) {
+    const Vec<T, N> s = a + b, bb = s - a;
     err = (a - (s - bb)) + (b - bb);
     return s;
 }
 
-template <int N>
+template <class T, int N>
 struct Reduced {
-    D<N> rh, rl;
-    U<N> q;  // its low bits: the quadrant
+    Vec<T, N> rh, rl;
+    UVec<T, N> q;  // its low bits: the quadrant
 };
 
-// Precise: rl kept (doubles); otherwise rh alone (floats).
-template <bool Precise, int N>
-XEB_INLINE Reduced<N> reduce(D<N> x) {
-    const D<N> y = fma(x, kTwoOverPi, kShift);
-    const D<N> q = y - kShift;
-    const D<N> r1 = fnma(q, broadcast<D<N>>(kPio2[0]), x);  // exact
-    Reduced<N> out;
-    out.q = bitcast<uint64_t>(y);
-    if constexpr (Precise) {
-        const D<N> p = q * kPio2[1];
-        const D<N> e = fms(q, broadcast<D<N>>(kPio2[1]), p);
-        D<N> err;
-        out.rh = two_sum(r1, -p, err);
-        out.rl = fnma(q, broadcast<D<N>>(kPio2[2]), err - e);
-    } else {
-        out.rh = fnma(q, broadcast<D<N>>(kPio2[1]), r1);
-        out.rl = D<N>{};
-    }
+template <class T, int N>
+XEB_INLINE Reduced<T, N> reduce(Vec<T, N> x) {
+    using C = Consts<T>;
+    using V = Vec<T, N>;
+    const V y = fma(x, C::two_over_pi, C::shift);
+    const V q = y - C::shift;
+    const V r1 = fnma(q, broadcast<V>(C::pio2[0]), x);  // exact
+    const V p = q * C::pio2[1];
+    const V e = fms(q, broadcast<V>(C::pio2[1]), p);
+    Reduced<T, N> out;
+    out.q = bitcast<typename Traits<UVec<T, N>>::Lane>(y);
+    V err;
+    out.rh = two_sum(r1, -p, err);
+    out.rl = fnma(q, broadcast<V>(C::pio2[2]), err - e);
     return out;
 }
 
 // sin r = sh + sl and cos r = ch + cl, each an unevaluated sum.
-template <int N>
+template <class T, int N>
 struct SinCosParts {
-    D<N> sh, sl, ch, cl;
+    Vec<T, N> sh, sl, ch, cl;
 };
 
-template <bool Precise, int N>
-XEB_INLINE SinCosParts<N> sin_cos_reduced(const Reduced<N>& r) {
-    const D<N> rh = r.rh, s = rh * rh;
-    if constexpr (!Precise) {
-        return {fma(rh * s, fma(s, series<4>(s, kSinP), kSin3), rh), D<N>{},
-                fma(s, fma(s, series<4>(s, kCosQ), -0.5), 1.0), D<N>{}};
-    }
-    const D<N> s_rem = fms(rh, rh, s);
+template <class T, int N>
+XEB_INLINE SinCosParts<T, N> sin_cos_reduced(const Reduced<T, N>& r) {
+    using C = Consts<T>;
+    using V = Vec<T, N>;
+    const V rh = r.rh, s = rh * rh;
+    const V s_rem = fms(rh, rh, s);
     // Sine: rh + rh^3 (-1/6) as h + h_rem and a rest.
-    const D<N> u = rh * s, u_rem = fms(rh, s, u);  // rh^3 = u + u_rem + rh s_rem
-    const D<N> m = u * kSin3, m_rem = fms(u, broadcast<D<N>>(kSin3), m);
-    const D<N> h = rh + m, h_rem = (rh - h) + m;  // |m| < |rh|
-    const D<N> cubic_rest = fma(u, kSin3Lo, fma(fma(rh, s_rem, u_rem), kSin3, m_rem));
+    const V u = rh * s, u_rem = fms(rh, s, u);  // rh^3 = u + u_rem + rh s_rem
+    const V m = u * C::sin3, m_rem = fms(u, broadcast<V>(C::sin3), m);
+    const V h = rh + m, h_rem = (rh - h) + m;  // |m| < |rh|
+    const V cubic_rest = fma(u, C::sin3_lo, fma(fma(rh, s_rem, u_rem), C::sin3, m_rem));
     // Cosine: 1 - s/2 as w + w_rem.
-    const D<N> half = s * 0.5, w = 1.0 - half;
-    const D<N> w_rem = (1.0 - w) - half;  // exact
+    const V half = s * T(0.5), w = T(1) - half;
+    const V w_rem = (T(1) - w) - half;  // exact
     // rl enters through the derivatives: rl cos rh and -rl sin rh, whose
-    // leading terms w and h suffice (rl is below 2^-52 of rh).
-    const D<N> sin_rest = fma(r.rl, w, cubic_rest + h_rem);
-    const D<N> cos_rest = fnma(r.rl, h, fnma(s_rem, broadcast<D<N>>(0.5), w_rem));
-    return {h, fma(u * s, series<7>(s, kSinP), sin_rest), w, fma(s * s, series<8>(s, kCosQ), cos_rest)};
+    // leading terms w and h suffice (rl is below 2^-p of rh).
+    const V sin_rest = fma(r.rl, w, cubic_rest + h_rem);
+    V cos_rest = fnma(r.rl, h, fnma(s_rem, broadcast<V>(T(0.5)), w_rem));
+    const V s2 = s * s;
+    if constexpr (C::square_rest) {
+        // rh^4 = s2 + (s2_rem + 2 s s_rem) to first order, the remainder
+        // times 1/24 (in floats the roundings of s2 weigh 0.05 ulp).
+        const V s2_rem = fms(s, s, s2);
+        cos_rest = fma(fma(s + s, s_rem, s2_rem), C::cos_q[0], cos_rest);
+    }
+    return {h, fma(u * s, series<C::sin_terms>(s, C::sin_p), sin_rest), w,
+            fma(s2, series<C::cos_terms>(s, C::cos_q), cos_rest)};
 }
 
 // sin x = (+-) sin r or cos r by q mod 4; cos x the same with q + 1.
-template <int N>
-XEB_INLINE D<N> place(U<N> q, D<N> sin_r, D<N> cos_r) {
-    const auto odd = compare<Cmp::Ne>(q & uint64_t{1}, U<N>{});
-    const D<N> v = select(odd, cos_r, sin_r);
-    return bitcast<double>(bitcast<uint64_t>(v) ^ ((q & uint64_t{2}) << 62));
+template <class T, int N>
+XEB_INLINE Vec<T, N> place(UVec<T, N> q, Vec<T, N> sin_r, Vec<T, N> cos_r) {
+    using B = typename Traits<UVec<T, N>>::Lane;
+    const auto odd = compare<Cmp::Ne>(q & B{1}, UVec<T, N>{});
+    const Vec<T, N> v = select(odd, cos_r, sin_r);
+    return bitcast<T>(bitcast<B>(v) ^ ((q & B{2}) << (8 * sizeof(B) - 2)));
 }
 
 // tan x = sin r / cos r for even q, -cos r / sin r for odd: the quotient
 // of the leading parts, t = nh / dh, and its correction from the exact
 // remainder nh - t dh and the low parts, (nh + nl) / (dh + dl) - t
 // = (nh - t dh + nl - t dl) / (dh + dl), a few thousandths of t at most.
-template <int N>
-XEB_INLINE D<N> tangent(U<N> q, const SinCosParts<N>& p) {
-    const auto odd = compare<Cmp::Ne>(q & uint64_t{1}, U<N>{});
-    const D<N> nh = select(odd, -p.ch, p.sh), nl = select(odd, -p.cl, p.sl);
-    const D<N> dh = select(odd, p.sh, p.ch), dl = select(odd, p.sl, p.cl);
-    const D<N> t = nh / dh;
+template <class T, int N>
+XEB_INLINE Vec<T, N> tangent(UVec<T, N> q, const SinCosParts<T, N>& p) {
+    using B = typename Traits<UVec<T, N>>::Lane;
+    const auto odd = compare<Cmp::Ne>(q & B{1}, UVec<T, N>{});
+    const Vec<T, N> nh = select(odd, -p.ch, p.sh), nl = select(odd, -p.cl, p.sl);
+    const Vec<T, N> dh = select(odd, p.sh, p.ch), dl = select(odd, p.sl, p.cl);
+    const Vec<T, N> t = nh / dh;
     return t + fnma(t, dl, fnma(t, dh, nh) + nl) / (dh + dl);
 }
 
 enum class Fn { Sin, Cos, SinCos, Tan };
 
-template <Fn Fun, bool Precise, int N>
-XEB_INLINE auto sin_cos(D<N> x) {
-    const Reduced<N> r = reduce<Precise>(x);
-    const SinCosParts<N> p = sin_cos_reduced<Precise>(r);
+template <Fn Fun, class T, int N>
+XEB_INLINE auto sin_cos(Vec<T, N> x) {
+    const Reduced<T, N> r = reduce(x);
+    using B = typename Traits<UVec<T, N>>::Lane;
+    const SinCosParts<T, N> p = sin_cos_reduced(r);
     if constexpr (Fun == Fn::Tan) {
         return tangent(r.q, p);
     } else {
-        const D<N> s = p.sh + p.sl, c = p.ch + p.cl;
+        const Vec<T, N> s = p.sh + p.sl, c = p.ch + p.cl;
         if constexpr (Fun == Fn::Sin) return place(r.q, s, c);
-        else if constexpr (Fun == Fn::Cos) return place(r.q + uint64_t{1}, s, c);
-        else return Pair<D<N>>{place(r.q, s, c), place(r.q + uint64_t{1}, s, c)};
+        else if constexpr (Fun == Fn::Cos) return place(r.q + B{1}, s, c);
+        else return Pair<Vec<T, N>>{place(r.q, s, c), place(r.q + B{1}, s, c)};
     }
 }
 
@@ -235,7 +270,7 @@ struct TrigD {
     }
     template <int N>
     XEB_INLINE static auto compute(D<N> x) {
-        return sin_cos<Fun, true>(x);
+        return sin_cos<Fun>(x);
     }
     // Infinities and NaNs give the default NaN, judged on the high word
     // (as the scalar forms do): the event when it is that of an infinity.
@@ -263,13 +298,22 @@ struct TrigS {
     static MaskOf<float, N> special(F<N> x) {
         return compare<Cmp::Ge>((bitcast<uint32_t>(x) & kAbsF) - 1u, kFastEndF - 1);
     }
+    // Float lanes below 2^17; when a register holds a larger one, its
+    // lanes from 2^17 are computed again in doubles.
     template <int N>
     XEB_INLINE static auto compute(F<N> x) {
+        const auto wide = compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, kFloatLanesEnd);
+        auto y = sin_cos<Fun>(x);
+        if (any(wide)) y = choose(wide, in_doubles(x), y);
+        return y;
+    }
+    template <int N>
+    static auto in_doubles(F<N> x) {
         if constexpr (N == 1) {
-            return narrow(sin_cos<Fun, false>(convert<double>(x)));
+            return narrow(sin_cos<Fun>(convert<double>(x)));
         } else {
-            return join_halves(sin_cos<Fun, false>(convert<double>(half<0>(x))),
-                               sin_cos<Fun, false>(convert<double>(half<1>(x))));
+            return join_halves(sin_cos<Fun>(convert<double>(half<0>(x))),
+                               sin_cos<Fun>(convert<double>(half<1>(x))));
         }
     }
     template <int N>
@@ -287,6 +331,14 @@ struct TrigS {
     template <int N>
     XEB_INLINE static Pair<F<2 * N>> join_halves(Pair<D<N>> lo, Pair<D<N>> hi) {
         return {join(convert<float>(lo.y), convert<float>(hi.y)), join(convert<float>(lo.z), convert<float>(hi.z))};
+    }
+    template <int N>
+    XEB_INLINE static F<N> choose(MaskOf<float, N> m, F<N> a, F<N> b) {
+        return select(m, a, b);
+    }
+    template <int N>
+    XEB_INLINE static Pair<F<N>> choose(MaskOf<float, N> m, Pair<F<N>> a, Pair<F<N>> b) {
+        return {select(m, a.y, b.y), select(m, a.z, b.z)};
     }
     // Infinities give the default NaN and the event; NaNs keep their
     // payload, quiet, through the core.
