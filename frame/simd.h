@@ -115,13 +115,19 @@ struct Traits<Vec<T, N>> {
 
 // ---------------------------------------------------------------- making and moving
 
+// One broadcast instruction: a constructor of N equal lanes, which the
+// compiler sees as a splat at any optimisation level (a loop of lane
+// stores, fully unrolled at -O3 inside a kernel, became N masked moves).
+template <class T, int N, int... I>
+inline Vec<T, N> splat(T x, std::integer_sequence<int, I...>) {
+    return {typename Vec<T, N>::Raw{((void)I, x)...}};
+}
 template <class V>
 inline V broadcast(typename Traits<V>::Lane x) {
-    V r;
-    if constexpr (Traits<V>::lanes == 1) r.v = x;
+    if constexpr (Traits<V>::lanes == 1) return {x};
     else
-        for (int i = 0; i < Traits<V>::lanes; ++i) r.v[i] = x;  // one broadcast instruction
-    return r;
+        return splat<typename Traits<V>::Lane, Traits<V>::lanes>(
+            x, std::make_integer_sequence<int, Traits<V>::lanes>{});
 }
 
 template <class V>
