@@ -8,7 +8,12 @@
 // bounds, forwarding, intervals) without measuring anything.
 //
 //   accuracy_report [--count N] [--out FILE]   (defaults: 1000000, standard output)
+//   accuracy_report --out FILE --only NAME[,NAME...]
 //   accuracy_report --check FILE
+// --only measures the rows of the kernels whose names start with one of the
+// given prefixes and takes every other row's measured columns from FILE as
+// it stands (the measurement is deterministic: a fixed seed per kernel), so
+// that a change to one family rewrites its rows without measuring them all.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -112,17 +117,29 @@ std::vector<std::string> split_row(const std::string& line) {
     return out;
 }
 
+// The table rows of a written file, in order.
+std::vector<std::string> file_rows(const char* path) {
+    std::vector<std::string> rows;
+    std::ifstream in(path);
+    for (std::string line; std::getline(in, line);)
+        if (line.rfind("| `", 0) == 0) rows.push_back(line);
+    return rows;
+}
+
+bool starts_with_any(const std::string& name, const std::vector<std::string>& prefixes) {
+    for (const std::string& p : prefixes)
+        if (name.rfind(p, 0) == 0) return true;
+    return false;
+}
+
 // The table rows of the file must be the catalogue's rows, in order, with
 // the same catalogue columns.
 int check(const char* path) {
-    std::ifstream in(path);
-    if (!in) {
+    if (!std::ifstream(path)) {
         std::fprintf(stderr, "accuracy_report: cannot read %s\n", path);
         return 2;
     }
-    std::vector<std::string> rows;
-    for (std::string line; std::getline(in, line);)
-        if (line.rfind("| `", 0) == 0) rows.push_back(line);
+    const std::vector<std::string> rows = file_rows(path);
     const auto kernels = table_rows();
     int stale = 0;
     for (std::size_t i = 0; i < std::max(rows.size(), kernels.size()); ++i) {
@@ -151,6 +168,7 @@ int check(const char* path) {
 int main(int argc, char** argv) {
     std::size_t count = 1000000;
     const char* out_path = nullptr;
+    std::vector<std::string> only;
     for (int i = 1; i < argc; ++i) {
         if (!std::strcmp(argv[i], "--count") && i + 1 < argc) {
             char* end = nullptr;
@@ -162,10 +180,30 @@ int main(int argc, char** argv) {
             count = static_cast<std::size_t>(v);
         } else if (!std::strcmp(argv[i], "--out") && i + 1 < argc) {
             out_path = argv[++i];
+        } else if (!std::strcmp(argv[i], "--only") && i + 1 < argc) {
+            std::stringstream names(argv[++i]);
+            for (std::string name; std::getline(names, name, ',');)
+                if (!name.empty()) only.push_back(name);
         } else if (!std::strcmp(argv[i], "--check") && i + 1 < argc && argc == 3) {
             return check(argv[++i]);
         } else {
             std::fprintf(stderr, "usage: accuracy_report [--count N] [--out FILE] | --check FILE\n");
+            return 2;
+        }
+    }
+
+    // With --only, the rows kept come from the file being rewritten, which
+    // must match the catalogue apart from the rows measured anew.
+    std::vector<std::string> kept;
+    if (!only.empty()) {
+        if (out_path == nullptr) {
+            std::fprintf(stderr, "accuracy_report: --only rewrites rows of the --out file\n");
+            return 2;
+        }
+        kept = file_rows(out_path);
+        if (kept.size() != table_rows().size()) {
+            std::fprintf(stderr, "accuracy_report: %s has %zu rows, the catalogue %zu: measure all rows\n",
+                         out_path, kept.size(), table_rows().size());
             return 2;
         }
     }
@@ -191,10 +229,20 @@ int main(int argc, char** argv) {
         "|---|---|---|---|---|---|---|---|\n";
     int over = 0;
     const KernelClass chosen = xeb::frame::kernel_class();
-    for (const auto& [k, cls] : table_rows()) {
+    const auto rows = table_rows();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto& [k, cls] = rows[i];
         std::vector<std::string> columns = catalogue_columns(*k, cls);
         const KernelClass c = cls == "all" ? chosen : class_named(cls);
-        if (k->forwards_to == nullptr && xeb::vm::use_class(c)) {
+        if (!only.empty() && !starts_with_any(k->name, only)) {
+            const std::vector<std::string> old = split_row(kept[i]);
+            if (old.size() != columns.size() || old[0] != columns[0] || old[1] != columns[1]) {
+                std::fprintf(stderr, "accuracy_report: row %zu of %s is not %s %s: measure all rows\n", i + 1,
+                             out_path, columns[0].c_str(), cls.c_str());
+                return 2;
+            }
+            for (std::size_t col = 4; col <= 6; ++col) columns[col] = old[col];
+        } else if (k->forwards_to == nullptr && xeb::vm::use_class(c)) {
             const xt::Measurement m = xt::measure(*k, count, xt::seed_of(k->name));
             std::string worst = number(m.worst_a, k->precision);
             if (!k->b.empty() || !k->scalars.empty()) worst += ", " + number(m.worst_b, k->precision);
