@@ -82,7 +82,8 @@ BENCHMARK(BM_InverseFft)->DenseRange(6, 20, 1);
 // ---- convolution --------------------------------------------------------
 
 // Linear convolution of nx by nh floats through a task (rukExec, method
-// chosen by the engine) in rounds with overlap-save on FFTW with the same
+// chosen by the engine; the task keeps its plan and filter spectrum between
+// runs, as the peer does) in rounds with overlap-save on FFTW with the same
 // block length (N = 2M, M the smallest power of two not below 2 nh; plans
 // and the filter spectrum made outside the timed loop): the counter
 // task/fftw_os is the figure of merit, per output.

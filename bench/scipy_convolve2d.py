@@ -4,24 +4,14 @@ bench_direct: double 512x512 * 31x31 and single 1024x1024 * 9x9.  Prints
 the median of 5 runs in ms per case; divide bench_direct's task time by it
 for the ratio.  Run with the system python (numpy, scipy) pinned like the
 benchmark: taskset -c 1 /usr/bin/python3 bench/scipy_convolve2d.py"""
-import time
-
 import numpy as np
 from scipy.signal import convolve2d
 
-
-def median_ms(f, runs=5):
-    times = []
-    for _ in range(runs):
-        t0 = time.perf_counter()
-        f()
-        times.append((time.perf_counter() - t0) * 1e3)
-    return sorted(times)[len(times) // 2]
-
+from numpy_timing import median_seconds
 
 rng = np.random.default_rng(1)
 for dtype, n, k in ((np.float64, 512, 31), (np.float32, 1024, 9)):
     x = rng.uniform(-1, 1, (n, n)).astype(dtype)
     y = rng.uniform(-1, 1, (k, k)).astype(dtype)
-    ms = median_ms(lambda: convolve2d(x, y, mode="full"))
+    ms = median_seconds(lambda: convolve2d(x, y, mode="full")) * 1e3
     print(f"convolve2d {np.dtype(dtype).name} {n}x{n} * {k}x{k}: {ms:.1f} ms")

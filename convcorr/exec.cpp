@@ -16,6 +16,8 @@
 // and direct in several.
 #include "convcorr/exec.h"
 
+#include "convcorr/fft_kernels.h"
+
 namespace xeb::convcorr {
 namespace {
 
@@ -35,6 +37,7 @@ void dense_strides(const int32_t* shape, int entries, int32_t* stride) {
 
 // Everything a kernel is called with, as the driver has filled it in.
 struct Call {
+    RukTask* task;
     int32_t rank;
     const void* x;
     const int32_t* xStride;
@@ -71,6 +74,9 @@ int32_t run(const Selection& s, const Call& c) {
     auto* zd = static_cast<double*>(c.z);
     switch (s.form) {
     case Form::Fft:
+        if (s.job == Job::Conv)
+            return conv_fft_for_task(*c.task, xf, c.xStride[0], yf, c.yStride[0], zf, c.zStride[0], c.xShape[0],
+                                     c.yShape[0], c.start[0], c.zShape[0]);
         return kFftS[job](0, xf, c.xStride[0], yf, c.yStride[0], 1, zf, c.zStride[0], 1,
                           c.xShape[0], c.yShape[0], 1, c.start[0], c.zShape[0], 0, 0, 0, 0);
     case Form::Direct1DNodec:
@@ -179,7 +185,7 @@ int32_t rukExec(RukTask* task, const void* x, const int32_t* xStride, const void
     }
 
     const Selection s = select_kernel(*task);
-    const Call call{task->rank,    x,  xStride, y,  yStride,    z,         zStride,
+    const Call call{task, task->rank,    x,  xStride, y,  yStride,    z,         zStride,
                     task->xShape, task->yShape, task->zShape, start, decimation};
     int32_t status = RUK_TASK_ERROR_UNSUPPORTED;
     if (s.form != Form::None) status = missing_pointer(s, call) ? RUK_ERROR_NULL_ARG : run(s, call);

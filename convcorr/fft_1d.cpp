@@ -16,6 +16,7 @@
 // must provide that room.  With a larger stride the whole result goes to a
 // private buffer and only zShape values reach z.
 #include <cstdlib>
+#include <new>
 
 #include "convcorr/fft_kernels.h"
 #include "signal/convolve.h"
@@ -25,6 +26,39 @@ namespace xeb::convcorr {
 void* (*fft_kernel_malloc)(std::size_t bytes) = std::malloc;
 
 namespace {
+
+// The engine's transform state as a task's private data: the hooks free
+// what it holds (rukDeleteTask frees the record itself) and give a copy of
+// the task none, so that two tasks never share a plan or buffers.
+int32_t release_workspace(RukTask*, void* data) {
+    sig::sigConvWorkspaceRelease(static_cast<sig::sigConvWorkspace*>(data));
+    return 0;
+}
+int32_t copy_without_workspace(RukTask*, void** newData, void*) {
+    *newData = nullptr;
+    return 0;
+}
+
+// The task's workspace for an FFT convolution of nx by ny, made at the
+// first such run; null when the engine computes directly, when the private
+// data belong to another owner, or when the record cannot be allocated.
+sig::sigConvWorkspace* task_workspace(RukTask* t, int32_t nx, int32_t ny) {
+    if (t == nullptr) return nullptr;
+    const sig::sigConvPath path = sig::sigConvolveChoice(nx, ny).path;
+    if (path == sig::sigConvPath::Direct || path == sig::sigConvPath::DirectBlocked) return nullptr;
+    if (t->privateData != nullptr)
+        return t->privateDelete == release_workspace ? static_cast<sig::sigConvWorkspace*>(t->privateData)
+                                                     : nullptr;
+    const bool foreign_hooks = (t->privateDelete != nullptr && t->privateDelete != release_workspace) ||
+                               (t->privateCopy != nullptr && t->privateCopy != copy_without_workspace);
+    if (foreign_hooks) return nullptr;
+    void* block = std::malloc(sizeof(sig::sigConvWorkspace));
+    if (block == nullptr) return nullptr;
+    t->privateData = block;
+    t->privateDelete = release_workspace;
+    t->privateCopy = copy_without_workspace;
+    return new (block) sig::sigConvWorkspace{};
+}
 
 // The status of correlation is that of convolution, 100 lower.
 constexpr int32_t fft_status(Job job, int32_t conv_status) {
@@ -90,7 +124,7 @@ void scatter(const float* src, float* dst, int32_t s, int32_t n) {
 
 template <Job J>
 int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float* z, int32_t zs,
-                   int32_t nx, int32_t ny, int32_t start, int32_t nz) {
+                   int32_t nx, int32_t ny, int32_t start, int32_t nz, RukTask* owner) {
     if (const int32_t st = check<J>(xs, ys, zs, nx, ny, start, nz); st != RUK_OK) return st;
     Buffers buffers;
     const float* dx = nullptr;
@@ -104,7 +138,7 @@ int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float
         if (out == nullptr) return RUK_ERROR_NO_MEMORY;
     }
     if (J == Job::Conv) {
-        if (sig::sigConvolve32f(dx, nx, dy, ny, out) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
+        if (sig::sigConvolve32fWith(dx, nx, dy, ny, out, task_workspace(owner, nx, ny)) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
         if (private_out || start > 0) scatter(out + start, z, zs, nz);
     } else {
         if (sig::sigCrossCorr32f(dx, nx, dy, ny, out, nz, start) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
@@ -114,6 +148,12 @@ int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float
 }
 
 }  // namespace
+
+int32_t conv_fft_for_task(RukTask& task, const float* x, int32_t xs, const float* y, int32_t ys, float* z,
+                          int32_t zs, int32_t nx, int32_t ny, int32_t start, int32_t nz) {
+    return fft_kernel<Job::Conv>(x, xs, y, ys, z, zs, nx, ny, start, nz, &task);
+}
+
 }  // namespace xeb::convcorr
 
 extern "C" {
@@ -125,7 +165,7 @@ int32_t rukConvSSFft1D_nodec(int32_t, const float* x, int32_t xStride, const flo
                              int32_t xShape, int32_t yShape, int32_t, int32_t start,
                              int32_t zShape, int32_t, int32_t, int32_t, int32_t) {
     return xeb::convcorr::fft_kernel<Job::Conv>(x, xStride, y, yStride, z, zStride, xShape, yShape,
-                                                start, zShape);
+                                                start, zShape, nullptr);
 }
 
 int32_t rukCorrSSFft1D_nodec(int32_t, const float* x, int32_t xStride, const float* y,
@@ -133,7 +173,7 @@ int32_t rukCorrSSFft1D_nodec(int32_t, const float* x, int32_t xStride, const flo
                              int32_t xShape, int32_t yShape, int32_t, int32_t start,
                              int32_t zShape, int32_t, int32_t, int32_t, int32_t) {
     return xeb::convcorr::fft_kernel<Job::Corr>(x, xStride, y, yStride, z, zStride, xShape, yShape,
-                                                start, zShape);
+                                                start, zShape, nullptr);
 }
 
 }  // extern "C"

@@ -7,8 +7,10 @@
 
 #include "xebruk/convcorr.h"
 
-// Hooks through which a method may hang private state on a task.  Nothing
-// in the library sets them; copy and delete honour them.
+// Hooks through which a method may hang private state on a task; copy and
+// delete honour them.  The FFT convolution of one dimension keeps its
+// transform state there (convcorr/fft_kernels.h) when the task has no
+// other private data.
 //   delete: (task, block) -> 0 or failure; the block itself is then freed
 //           by rukDeleteTask with free().
 //   copy:   (new task, &new task's block, old block) -> 0 or failure; on

@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 
+#include "signal/fft_core.h"
 #include "signal/fft_plan.h"
 
 namespace xeb::sig {
@@ -46,30 +48,10 @@ void accumulate_group(const float* x, int32_t n, const float* h, int32_t taps, f
     for (; q < end; ++q) dst[q] = accumulate_one(x, n, h, taps, q, dst[q]);
 }
 
-struct PlanOwner {
-    sigFftPlan* p = nullptr;
-    ~PlanOwner() {
-        if (p) sigFftPlanFree(p);
-    }
-};
-struct BlockOwner {
-    float* p = nullptr;
-    ~BlockOwner() { sigFree(p); }
-};
-
 int32_t order_of(int64_t n) {
     int32_t k = 0;
     while ((int64_t{1} << k) < n) ++k;
     return k;
-}
-
-// Plan of 2^order with the inverse scaled, and its work in floats.
-int32_t make_plan(int32_t order, PlanOwner& plan, int64_t& work_floats) {
-    if (const int32_t st = sigFftPlanInit(&plan.p, order, SIG_SCALE_INVERSE, 0); st != SIG_OK) return st;
-    int32_t bytes = 0;
-    if (const int32_t st = sigFftWorkSize(plan.p, &bytes); st != SIG_OK) return st;
-    work_floats = (int64_t{bytes} + 3) / 4;
-    return SIG_OK;
 }
 
 // Copy n values into a buffer of `size` floats and zero the rest.
@@ -95,65 +77,115 @@ int32_t convolve_direct(const float* lng, int32_t L, const float* sht, int32_t S
     return SIG_OK;
 }
 
-int32_t convolve_one_shot(const float* lng, int32_t L, const float* sht, int32_t S, float* dst, int32_t out,
-                          int32_t order) {
+// Buffers of one FFT convolution inside the workspace's block.
+struct Buffers {
+    float* filter;  // spectrum of the short input, scaled by 1/N
+    float* seg;     // the transformed segment
+    void* work;     // the transforms' work, or null for none
+};
+
+// Makes the workspace fit a transform of 2^order and a filter of S taps:
+// the plan is kept when its order matches, the block when it is large
+// enough.  The plan is made before the block, so that a failing block
+// leaves a plan that the next call can use.
+int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t S, Buffers& b) {
+    if (ws.plan && ws.order != order) sigConvWorkspaceRelease(&ws);
+    if (!ws.plan) {
+        if (const int32_t st = sigFftPlanInit(&ws.plan, order, SIG_SCALE_NONE, 0); st != SIG_OK) {
+            ws.plan = nullptr;
+            return st;
+        }
+        ws.order = order;
+        int32_t bytes = 0;
+        if (const int32_t st = sigFftWorkSize(ws.plan, &bytes); st != SIG_OK) {
+            sigConvWorkspaceRelease(&ws);
+            return st;
+        }
+        ws.workFloats = (int64_t{bytes} + 3) / 4;
+    }
     const int64_t n = int64_t{1} << order;
-    PlanOwner plan;
-    int64_t work = 0;
-    if (const int32_t st = make_plan(order, plan, work); st != SIG_OK) return st;
-    BlockOwner block{sigAlloc32f(2 * n + work)};
-    if (!block.p) return SIG_ERR_MEMORY;
-    float* a = block.p;
-    float* b = block.p + n;
-    void* w = work > 0 ? block.p + 2 * n : nullptr;
-    load_padded(lng, L, a, n);
-    load_padded(sht, S, b, n);
-    int32_t st = sigFftForwardEdge(a, a, plan.p, w);
-    if (st == SIG_OK) st = sigFftForwardEdge(b, b, plan.p, w);
+    const int64_t need = 2 * n + ws.workFloats + S;
+    if (ws.blockFloats < need) {
+        sigFree(ws.block);
+        ws.filterLen = 0;
+        ws.blockFloats = 0;
+        ws.block = sigAlloc32f(need);
+        if (!ws.block) return SIG_ERR_MEMORY;
+        ws.blockFloats = need;
+    }
+    b = {ws.block, ws.block + n, ws.workFloats > 0 ? ws.block + 2 * n : nullptr};
+    return SIG_OK;
+}
+
+// The spectrum of the short input padded to N, with the 1/N of the inverse
+// transform folded in: a power of two, so each product and every rounding
+// of the unscaled inverse is the scaled one exactly (the bits of scaling at
+// the end), unless a scaled value falls below the normal range.
+// A workspace that already holds the spectrum of the same taps keeps it.
+int32_t filter_spectrum(sigConvWorkspace& ws, const float* sht, int32_t S, const Buffers& b) {
+    const int64_t n = int64_t{1} << ws.order;
+    float* copy = ws.block + ws.blockFloats - S;
+    if (ws.filterLen == S && std::memcmp(copy, sht, sizeof(float) * static_cast<std::size_t>(S)) == 0)
+        return SIG_OK;
+    ws.filterLen = 0;
+    load_padded(sht, S, b.filter, n);
+    if (const int32_t st = sigFftForwardEdge(b.filter, b.filter, ws.plan, b.work); st != SIG_OK) return st;
+    sigScale32f(1.0f / static_cast<float>(n), b.filter, n);
+    sigCopy32f(sht, copy, S);
+    ws.filterLen = S;
+    return SIG_OK;
+}
+
+// Outputs from segment `seg` of n values: transform, multiply by the
+// filter spectrum, transform back.  A segment of exactly n values is
+// transformed straight from the input (the same bits as from a copy).
+int32_t convolve_segment(const sigConvWorkspace& ws, const Buffers& b, const float* from, int64_t count) {
+    const int64_t n = int64_t{1} << ws.order;
+    int32_t st;
+    if (count == n) {
+        st = sigFftForwardEdge(from, b.seg, ws.plan, b.work);
+    } else {
+        load_padded(from, static_cast<int32_t>(count), b.seg, n);
+        st = sigFftForwardEdge(b.seg, b.seg, ws.plan, b.work);
+    }
     if (st != SIG_OK) return st;
-    sigMulSpectrumEdge(a, b, static_cast<int32_t>(n));
-    st = sigFftInverseEdge(b, b, plan.p, w);
-    if (st == SIG_OK) sigCopy32f(b, dst, out);
+    sigMulSpectrumEdge(b.filter, b.seg, static_cast<int32_t>(n));
+    return sigFftInverseEdge(b.seg, b.seg, ws.plan, b.work);
+}
+
+// One transform of the whole result.
+int32_t convolve_one_shot(sigConvWorkspace& ws, const float* lng, int32_t L, const float* sht, int32_t S,
+                          float* dst, int32_t out, int32_t order) {
+    Buffers b{};
+    if (const int32_t st = fit_workspace(ws, order, S, b); st != SIG_OK) return st;
+    if (const int32_t st = filter_spectrum(ws, sht, S, b); st != SIG_OK) return st;
+    const int32_t st = convolve_segment(ws, b, lng, L);
+    if (st == SIG_OK) sigCopy32f(b.seg, dst, out);
     return st;
 }
 
 // Overlap-save with one filter spectrum, N - S + 1 outputs per block.
-int32_t convolve_overlap_save(const float* lng, int32_t L, const float* sht, int32_t S, float* dst,
-                              int32_t out, int32_t order, int64_t step) {
-    const int64_t n = int64_t{1} << order;
-    PlanOwner plan;
-    int64_t work = 0;
-    if (const int32_t st = make_plan(order, plan, work); st != SIG_OK) return st;
-    BlockOwner block{sigAlloc32f(2 * n + work + 1)};
-    if (!block.p) return SIG_ERR_MEMORY;
-    float* filter = block.p;
-    float* seg = block.p + n;
-    void* w = work > 0 ? block.p + 2 * n : nullptr;
-    load_padded(sht, S, filter, n);
-    int32_t st = sigFftForwardEdge(filter, filter, plan.p, w);
-    if (st != SIG_OK) return st;
+int32_t convolve_overlap_save(sigConvWorkspace& ws, const float* lng, int32_t L, const float* sht, int32_t S,
+                              float* dst, int32_t out, int32_t order, int64_t step) {
+    Buffers b{};
+    if (const int32_t st = fit_workspace(ws, order, S, b); st != SIG_OK) return st;
+    if (const int32_t st = filter_spectrum(ws, sht, S, b); st != SIG_OK) return st;
     for (int64_t p = 0; p < out; p += step) {
         // The first block has no history: its circular wrap cannot reach
         // the outputs, since at most N - S + 1 inputs are taken.
         const int64_t overlap = p > 0 ? S - 1 : 0;
         const int64_t count = std::min(std::min(L - p + overlap, int64_t{L}), overlap + step);
-        // A whole block is transformed straight from the input (the same
-        // bits as from a copy); a short one is padded with zeros first.
-        const float* from = lng + (p - overlap);
-        if (count == n) {
-            st = sigFftForwardEdge(from, seg, plan.p, w);
-        } else {
-            load_padded(from, static_cast<int32_t>(count), seg, n);
-            st = sigFftForwardEdge(seg, seg, plan.p, w);
-        }
-        if (st != SIG_OK) return st;
-        sigMulSpectrumEdge(filter, seg, static_cast<int32_t>(n));
-        st = sigFftInverseEdge(seg, seg, plan.p, w);
-        if (st != SIG_OK) return st;
-        sigCopy32f(seg + overlap, dst + p, static_cast<int32_t>(std::min(out - p, step)));
+        if (const int32_t st = convolve_segment(ws, b, lng + (p - overlap), count); st != SIG_OK) return st;
+        sigCopy32f(b.seg + overlap, dst + p, static_cast<int32_t>(std::min(out - p, step)));
     }
-    return st;
+    return SIG_OK;
 }
+
+// Releases a call's own workspace on every way out.
+struct CallWorkspace {
+    sigConvWorkspace ws{};
+    ~CallWorkspace() { sigConvWorkspaceRelease(&ws); }
+};
 
 }  // namespace
 
@@ -181,7 +213,19 @@ sigConvChoice sigConvolveChoice(int32_t len1, int32_t len2) {
     return {sigConvPath::OverlapSave, order, (int64_t{1} << order) - S + 1};
 }
 
+void sigConvWorkspaceRelease(sigConvWorkspace* ws) {
+    if (!ws) return;
+    if (ws->plan) sigFftPlanFree(ws->plan);
+    sigFree(ws->block);
+    *ws = sigConvWorkspace{};
+}
+
 int32_t sigConvolve32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst) {
+    return sigConvolve32fWith(src1, len1, src2, len2, dst, nullptr);
+}
+
+int32_t sigConvolve32fWith(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
+                           sigConvWorkspace* ws) {
     if (!src1 || !src2 || !dst) return SIG_ERR_NULL;
     if (len1 < 1 || len2 < 1) return SIG_ERR_SIZE;
     // A result longer than a 32-bit count cannot be addressed by its length.
@@ -193,12 +237,12 @@ int32_t sigConvolve32f(const float* src1, int32_t len1, const float* src2, int32
     const float* sht = swap ? src1 : src2;
     const int32_t L = swap ? len2 : len1, S = swap ? len1 : len2;
     const sigConvChoice c = sigConvolveChoice(len1, len2);
-    switch (c.path) {
-        case sigConvPath::Direct:
-        case sigConvPath::DirectBlocked: return convolve_direct(lng, L, sht, S, dst);
-        case sigConvPath::OneShot: return convolve_one_shot(lng, L, sht, S, dst, out, c.order);
-        default: return convolve_overlap_save(lng, L, sht, S, dst, out, c.order, c.step);
-    }
+    if (c.path == sigConvPath::Direct || c.path == sigConvPath::DirectBlocked)
+        return convolve_direct(lng, L, sht, S, dst);
+    CallWorkspace own;
+    sigConvWorkspace& w = ws ? *ws : own.ws;
+    if (c.path == sigConvPath::OneShot) return convolve_one_shot(w, lng, L, sht, S, dst, out, c.order);
+    return convolve_overlap_save(w, lng, L, sht, S, dst, out, c.order, c.step);
 }
 
 }  // namespace xeb::sig

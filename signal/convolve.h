@@ -1,15 +1,40 @@
 // Linear convolution and cross-correlation of dense float arrays.  Each
 // entry chooses by itself between direct arithmetic and the real FFT
-// (overlapped when one input is much longer), and keeps nothing between
-// calls.  Statuses are those of signal/primitives.h.
+// (overlapped when one input is much longer); a caller that convolves
+// repeatedly may keep the transform state in a workspace.  Statuses are
+// those of signal/primitives.h.
 #pragma once
 
 #include <cstdint>
 
 namespace xeb::sig {
 
+struct sigFftPlan;
+
 // dst[n] = sum_i src1[i] src2[n - i], len1 + len2 - 1 values.
 int32_t sigConvolve32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst);
+
+// What the FFT paths of convolution can carry from one call to the next:
+// the plan (unscaled; the 1/N of the inverse rides on the filter
+// spectrum), one aligned block holding the filter spectrum, the segment
+// buffer, the transforms' work and a copy of the filter that spectrum
+// belongs to.  A zeroed record is empty and valid.  A call reuses what
+// fits its order and filter and rebuilds the rest; the results are those
+// of a call without a workspace, bit for bit.
+struct sigConvWorkspace {
+    sigFftPlan* plan;     // null, or a plan of 2^order without scaling
+    int32_t order;
+    float* block;         // spectrum (N), segment (N), work, filter copy
+    int64_t blockFloats;
+    int64_t workFloats;
+    int32_t filterLen;    // taps whose spectrum the block holds; 0 for none
+};
+// The same convolution through a workspace (null: a private one for the
+// call).
+int32_t sigConvolve32fWith(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
+                           sigConvWorkspace* ws);
+// Frees what the workspace holds and leaves it empty.
+void sigConvWorkspaceRelease(sigConvWorkspace* ws);
 
 // dst[j] = sum_i src1[i] src2[i + lowLag + j], j < dstLen; lags without any
 // overlap give 0.

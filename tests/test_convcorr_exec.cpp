@@ -15,6 +15,7 @@
 
 #include "convcorr/exec.h"
 #include "convcorr/fft_kernels.h"
+#include "support/signals.h"
 
 namespace {
 
@@ -369,6 +370,59 @@ TEST(FftKernel, ConvolutionFillsZWithTheWholeResultAtStrideOne) {
     // start 0, stride 1: the result as it stands.
     ASSERT_EQ(conv_fft(x, 1, y, 1, z, 1, 4, 3, 0, 1), RUK_OK);
     for (int j = 0; j < 6; ++j) EXPECT_EQ(z[j], full[j]) << j;
+}
+
+// A convolution task keeps the engine's transform state as its private
+// data: each run gives the plain kernel's bits, also after a tap changed,
+// through a copy (which starts without state) and with strided data.  A
+// task holding someone else's private data, a correlation and a direct
+// convolution leave the private data as they found it.
+int32_t keep_block(RukTask*, void*) { return 0; }
+TEST(FftKernel, TaskKeepsItsTransformStateBetweenRuns) {
+    struct Run {
+        int32_t job, nx, ny, xs, tap;  // tap: index changed before the run, or -1
+        bool foreign, state;           // someone else's private data; state expected
+    };
+    const Run runs[] = {
+        {RUK_JOB_CONV, 3000, 100, 1, -1, false, true}, {RUK_JOB_CONV, 3000, 100, 1, 7, false, true},
+        {RUK_JOB_CONV, 80, 200, 2, 150, false, true},  {RUK_JOB_CONV, 3000, 100, 1, -1, true, false},
+        {RUK_JOB_CORR, 3000, 500, 1, -1, false, false}, {RUK_JOB_CONV, 3000, 31, 1, -1, false, false},
+    };
+    for (const Run& r : runs) {
+        std::vector<float> x = xt::uniform_signal(r.nx * r.xs, 1), y = xt::uniform_signal(r.ny, 2);
+        const int32_t nz = r.job == RUK_JOB_CONV ? r.nx + r.ny - 1 : r.ny;
+        TaskOwner t;
+        make_task(t, r.job, RUK_METHOD_AUTO, RUK_TYPE_SINGLE, {r.nx}, {r.ny}, {nz});
+        unsigned char foreign[64];
+        std::memset(foreign, 0x5a, sizeof foreign);
+        if (r.foreign) {
+            t->privateData = std::malloc(sizeof foreign);
+            std::memcpy(t->privateData, foreign, sizeof foreign);
+            t->privateDelete = keep_block;
+        }
+        const int32_t xs[1] = {r.xs}, start = r.job == RUK_JOB_CONV ? 0 : 1 - r.nx;
+        auto plain = r.job == RUK_JOB_CONV ? conv_fft : corr_fft;
+        TaskOwner copy;
+        for (int pass = 0; pass < 3; ++pass) {  // first run, second run, the copy's first
+            if (pass == 1 && r.tap >= 0) y[r.tap] = std::nextafter(y[r.tap], 2.0f);
+            if (pass == 2) {
+                ASSERT_EQ(rukCopyTask(&copy.t, t.t), r.foreign ? RUK_TASK_ERROR_COPY_HOOK : RUK_OK);
+                if (r.foreign) break;
+                EXPECT_EQ(copy->privateData, nullptr);
+            }
+            std::vector<float> want(r.nx + r.ny, 9.0f), got(want);
+            ASSERT_EQ(plain(x.data(), r.xs, y.data(), 1, want.data(), 1, r.nx, r.ny, start, nz), RUK_OK);
+            ASSERT_EQ(rukExec(pass == 2 ? copy.t : t.t, x.data(), xs, y.data(), nullptr, got.data(), nullptr),
+                      RUK_OK);
+            EXPECT_EQ(std::memcmp(want.data(), got.data(), want.size() * sizeof(float)), 0)
+                << r.nx << " x " << r.ny << " pass " << pass;
+        }
+        EXPECT_EQ(t->privateData != nullptr, r.state || r.foreign) << r.nx << " x " << r.ny;
+        if (r.foreign) {
+            EXPECT_EQ(std::memcmp(t->privateData, foreign, sizeof foreign), 0);
+            EXPECT_EQ(t->privateCopy, nullptr);
+        }
+    }
 }
 
 // ---- end to end against the reference ----------------------------------------

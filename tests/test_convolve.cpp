@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -86,6 +87,48 @@ TEST(Convolve, AllPathsAgainstReference) {
     EXPECT_EQ(sigConvolve32f(&v, 0, &v, 1, &v), SIG_ERR_SIZE);
     EXPECT_EQ(sigConvolve32f(&v, INT32_MAX, &v, 2, &v), SIG_ERR_SIZE);  // result beyond 32 bits
     EXPECT_EQ(v, 1.0f);
+}
+
+// One workspace through a sequence of calls gives the bits of calls
+// without one: the filter spectrum is reused only for the same taps (a
+// changed tap, a changed length, the inputs swapped), the plan only for the
+// same order, and a failed allocation leaves a workspace the next call can
+// use.
+TEST(Convolve, WorkspaceGivesTheBitsOfAFreshCall) {
+    struct Call {
+        int32_t l1, l2;
+        unsigned filter_seed;
+        int32_t fail_after;  // allocations that succeed before the failure; -1 none
+    };
+    const Call calls[] = {
+        {3000, 100, 1, -1}, {3000, 100, 1, -1},  // same taps: spectrum reused
+        {5000, 100, 2, -1},                      // new taps, same order
+        {100, 5000, 2, -1},                      // swapped: the same filter
+        {3000, 101, 2, -1},                      // one tap more, same order
+        {200, 150, 3, -1},                       // one-shot, order 9
+        {20000, 1000, 3, -1}, {400, 40, 4, -1},  // larger, then smaller order
+        {200, 60, 5, 0},  {200, 60, 5, -1},      // a larger block fails (plan kept), then works
+        {9000, 2000, 5, 0}, {9000, 2000, 5, -1}, // a new plan fails
+        {300, 31, 6, -1},                        // direct: the workspace untouched
+        {9000, 2000, 5, -1},
+    };
+    sigConvWorkspace ws{};
+    for (const Call& c : calls) {
+        const int32_t s1 = std::min(c.l1, c.l2), s2 = std::max(c.l1, c.l2);
+        auto a = xt::uniform_signal(s2, 9), h = xt::uniform_signal(s1, c.filter_seed);
+        if (s1 == 101) h[50] = std::nextafter(h[50], 2.0f);
+        const float* p1 = c.l1 == s2 ? a.data() : h.data();
+        const float* p2 = c.l1 == s2 ? h.data() : a.data();
+        std::vector<float> fresh(s1 + s2, 5.0f), kept(fresh);  // one past the end kept
+        ASSERT_EQ(sigConvolve32f(p1, c.l1, p2, c.l2, fresh.data()), SIG_OK);
+        sigFailAllocationsAfter(c.fail_after);
+        const int32_t st = sigConvolve32fWith(p1, c.l1, p2, c.l2, kept.data(), &ws);
+        sigFailAllocationsAfter(-1);
+        ASSERT_EQ(st, c.fail_after < 0 ? SIG_OK : SIG_ERR_MEMORY) << c.l1 << " x " << c.l2;
+        const bool same = std::memcmp(fresh.data(), kept.data(), sizeof(float) * kept.size()) == 0;
+        EXPECT_TRUE(st != SIG_OK || same) << c.l1 << " x " << c.l2;
+    }
+    sigConvWorkspaceRelease(&ws);
 }
 
 // Every lag range: wholly before or after the overlap, partial and whole
