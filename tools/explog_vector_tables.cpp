@@ -313,7 +313,7 @@ void logarithms(FILE* o) {
     row(o, "double", "logLogC", logc, 4);
     // The float forms (_21, _11): 1/c the float nearest 1/(row centre),
     // log c rounded to float.
-    std::vector<float> inv_f, logc_f;
+    std::vector<float> inv_f, logc_f, logc_hi_f, logc_lo_f;
     for (int j = 0; j < 16; ++j) {
         const double zlo = from_bits(kOffset + (static_cast<uint64_t>(j) << 48));
         const double zhi = from_bits(kOffset + (static_cast<uint64_t>(j + 1) << 48));
@@ -323,24 +323,39 @@ void logarithms(FILE* o) {
         mpfr_neg(lc.v, lc.v, MPFR_RNDN);
         inv_f.push_back(invc);
         logc_f.push_back(j == kOneRow ? 0.0f : to_float(lc));
+        // log c on the grid of k logLn2HiF (2^-15), and the rest.
+        const float grid = j == kOneRow ? 0.0f : static_cast<float>(std::nearbyint(to_double(lc) * 0x1p15) * 0x1p-15);
+        mpfr_sub_d(t.v, lc.v, grid, MPFR_RNDN);
+        logc_hi_f.push_back(grid);
+        logc_lo_f.push_back(j == kOneRow ? 0.0f : to_float(t));
     }
-    std::fprintf(o, "// The float forms' rows: 1/c the float nearest 1/(row centre), log c rounded.\n");
+    std::fprintf(o, "// The float rows: 1/c the float nearest 1/(row centre), log c rounded; for the\n"
+                    "// single _HA forms log c = logLogCHiF + logLogCLoF to 2^-40 absolute, the head\n"
+                    "// a multiple of 2^-15, so that k logLn2HiF + it is exact.\n");
     row(o, "float", "logInvCF", inv_f, 4);
     row(o, "float", "logLogCF", logc_f, 4);
+    row(o, "float", "logLogCHiF", logc_hi_f, 4);
+    row(o, "float", "logLogCLoF", logc_lo_f, 4);
     std::fprintf(o, "// r lies in [%a, %a].\n\n", rmin, rmax);
     const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
     fitted<double>(o, "lnPoly", log_quotient, lo, hi, 9,
                    "(log1p(r) - r) / r^2 ~ lnPoly[0] + lnPoly[1] r + ... + lnPoly[8] r^8");
     fitted<double>(o, "lnPoly50", log_quotient, lo, hi, 8,
                    "The same for the _50 forms: lnPoly50[0] + ... + lnPoly50[7] r^7");
-    fitted<double>(o, "lnPolyS", log_quotient, lo, hi, 4,
-                   "The same for single results: lnPolyS[0] + ... + lnPolyS[3] r^3");
+    fitted<float>(o, "lnPolyS", log_quotient, lo, hi, 4,
+                  "The same for the single _HA forms: lnPolyS[0] + ... + lnPolyS[3] r^3, floats");
     fitted<float>(o, "lnPolyF", log_quotient, lo, hi, 3,
                   "The same for the float forms: lnPolyF[0] + lnPolyF[1] r + lnPolyF[2] r^2, floats");
     mpfr_set_ui(t.v, 2, MPFR_RNDN);
     mpfr_log(t.v, t.v, MPFR_RNDN);
     scalar(o, "float", "logLn2F", to_float(t), "ln 2");
+    const float ln2hi_f = static_cast<float>(round_bits(t, 16));
+    mpfr_sub_d(t.v, t.v, ln2hi_f, MPFR_RNDN);
+    scalar(o, "float", "logLn2HiF", ln2hi_f, "ln 2 to 16 bits: k * it is exact for |k| < 2^8");
+    scalar(o, "float", "logLn2LoF", to_float(t), "ln 2 - logLn2HiF");
     scalar(o, "float", "log10eF", to_float(l10e), "log10(e)");
+    mpfr_sub_d(t.v, l10e.v, to_float(l10e), MPFR_RNDN);
+    scalar(o, "float", "log10eLoF", to_float(t), "log10(e) - log10eF");
 }
 
 

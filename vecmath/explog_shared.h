@@ -21,9 +21,11 @@ extern const uint32_t expScaleBitsF[16];
 // Logarithms: log x = k ln 2 + log c + log1p(r), c from a 16-row table.
 extern const double logLn2Hi, logLn2Lo, log10eHi, log10eLo;
 extern const double logInvC[16], logLogC[16];
-extern const double lnPoly[9], lnPoly50[8], lnPolyS[4];
-// The float forms (_21, _11).
-extern const float logInvCF[16], logLogCF[16], lnPolyF[3], logLn2F, log10eF;
+extern const double lnPoly[9], lnPoly50[8];
+// The float rows and coefficients (single _HA forms: also the low part of
+// log c, of ln 2 and of log10(e); _21, _11: the rest).
+extern const float logInvCF[16], logLogCF[16], logLogCHiF[16], logLogCLoF[16], lnPolyS[4], lnPolyF[3];
+extern const float logLn2F, logLn2HiF, logLn2LoF, log10eF, log10eLoF;
 
 // The event code the double exponential reports for x in its band near
 // overflow (|x| from 708.3964185322642): twice bits 4 to 8 of k =

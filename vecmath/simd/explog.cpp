@@ -37,9 +37,13 @@
 // absolute, 2^-61 of the result); Log10 multiplies the pair by log10(e)
 // as a pair.  Error budget: lo's roundings and the fit: below 0.01 ulp of
 // the result; Log10's products 2^-104; the final sum 0.5.  Bound 0.52.
-// Single: the same in doubles from the widened float (denormals
-// included), r rounded once and g of degree 4 (2^-37 of the result):
-// below 2^-45 relative before the one rounding to float.  Bound 0.51.
+// Single: in floats, on the float rows (ln_float_pair below): log x as
+// hi + lo, hi = k ln2hi + log c hi + q rounded once and its error exact,
+// r = q + pl exact.  Error budget: the fit of g (float coefficients, 2^-25
+// absolute) times q^2, and lo's four roundings (|lo| below 2^-6 of the
+// result): 2^-28 of the result, under 0.12 ulp; Log10's pair product
+// 2^-30; the final sum 0.5.  Bound 0.6 (every float measured: 0.543 for
+// Ln, 0.54 for Log10).  A denormal is scaled by 2^23, k less 23.
 #include <cstdint>
 
 #include "vecmath/kernel_table.h"
@@ -139,8 +143,8 @@ struct Natural {
     static constexpr const char* single_name = "_xebsLn_HA";
     static constexpr const char* double_name_low = "_xebdLn_50";
     static constexpr const char* single_name_low = "_xebsLn_21";
-    template <int N>
-    XEB_INLINE static D<N> from_pair(D<N> hi, D<N> lo) {
+    template <class V>
+    XEB_INLINE static V from_pair(V hi, V lo) {
         return hi + lo;
     }
     template <class V>
@@ -198,6 +202,12 @@ struct Decimal {
         return p + fma(hi, ex::log10eLo, fma(lo, ex::log10eHi, pl));
     }
     template <int N>
+    XEB_INLINE static F<N> from_pair(F<N> hi, F<N> lo) {
+        const F<N> p = hi * ex::log10eF;
+        const F<N> pl = fms(hi, F<N>{} + ex::log10eF, p);
+        return p + fma(hi, ex::log10eLoF, fma(lo, ex::log10eF, pl));
+    }
+    template <int N>
     XEB_INLINE static D<N> scale(D<N> y) {
         return y * ex::log10eHi;
     }
@@ -248,21 +258,40 @@ struct LogD {
     }
 };
 
-// Single: the arithmetic in doubles, from z, k and the row; a positive
-// normal float is taken apart in its own lanes (halves of the work of
-// doing it in doubles), a denormal in doubles.
-template <int N>
-XEB_INLINE D<N> ln_single(D<N> z, D<N> kd, U<N> row) {
-    const D<N> r = fma(z, lookup<16>(ex::logInvC, row), -1.0);
-    const D<N> r2 = r * r;
-    const double* c = ex::lnPolyS;
-    const D<N> g = fma(r2, fma(r, c[3], c[2]), fma(r, c[1], c[0]));
-    return fma(kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, row)) + fma(r2, g, r);
+// Single _HA, in floats on the float rows (x = 2^k z as for _21):
+//  - q + pl = z invc - 1 exactly: z invc as a fused pair, its distance
+//    from 1 exact;
+//  - s = k ln2hi + log c hi exactly (both on the grid of 2^-15, |s| < 2^9),
+//    and s + q = hi + e by a fast two-sum: |s| >= |q| unless s = 0 (log c
+//    is 0 only in the row around 1, elsewhere beyond q's reach);
+//  - log1p(q + pl) - q = q^2 g(q) + pl (1 - q), the dropped terms below
+//    2^-50 of the result;
+//   log x = hi + lo,  lo = e + k ln2lo + log c lo + pl (1 - q) + q^2 g(q).
+template <int Adjust, int N>
+XEB_INLINE void ln_float_pair(F<N> x, F<N>& hi, F<N>& lo) {
+    const W<N> w = bitcast<uint32_t>(x);
+    const W<N> offset = w - kLogOffsetF;
+    const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
+    const W<N> row = offset >> 19;
+    F<N> kf = convert<float>(bitcast<int32_t>(offset) >> 23);
+    if constexpr (Adjust != 0) kf = kf - float(Adjust);
+    const F<N> invc = lookup<16>(ex::logInvCF, row);
+    const F<N> ph = z * invc;
+    const F<N> pl = fms(z, invc, ph);
+    const F<N> q = ph - 1.0f;
+    const F<N> s = fma(kf, ex::logLn2HiF, lookup<16>(ex::logLogCHiF, row));  // exact
+    hi = s + q;
+    const F<N> e = (s - hi) + q;
+    const float* c = ex::lnPolyS;
+    const F<N> q2 = q * q;
+    const F<N> g = fma(q2, fma(q, c[3], c[2]), fma(q, c[1], c[0]));
+    const F<N> small = fma(kf, ex::logLn2LoF, lookup<16>(ex::logLogCLoF, row)) + fnma(pl, q, pl);
+    lo = fma(q2, g, e + small);
 }
 
 template <class B, Form Fm>
 struct LogS {
-    using V = F<kNative<float>>;  // a whole register of floats (_HA: two of doubles)
+    using V = F<kNative<float>>;
     static constexpr const char* name = Fm == Form::HA ? B::single_name : B::single_name_low;
     static constexpr float filler = 1.0f;
 
@@ -271,29 +300,16 @@ struct LogS {
         return compare<Cmp::Ge>(bitcast<uint32_t>(x) - kNormalF, kInfF - kNormalF);
     }
 
-    template <int P, int N>
-    XEB_INLINE static D<N / 2> half_log(F<N> z, Vec<int32_t, N> k, W<N> row) {
-        return B::scale(ln_single(convert<double>(half<P>(z)), convert<double>(half<P>(k)),
-                                  convert<uint64_t>(half<P>(row))));
-    }
-    template <int N>
+    // Adjust: 23 for a denormal scaled by 2^23.
+    template <int Adjust = 0, int N>
     XEB_INLINE static F<N> compute(F<N> x) {
-        if constexpr (Fm == Form::Low) return B::scale(ln_float(x, 0.0f));
-        // The same rows as the double kernel's: the float pattern offset
-        // by 0.703125's, its top four significand bits.
-        const W<N> w = bitcast<uint32_t>(x);
-        const W<N> offset = w - kLogOffsetF;
-        const Vec<int32_t, N> k = bitcast<int32_t>(offset) >> 23;
-        const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
-        const W<N> row = offset >> 19;
-        return join(convert<float>(half_log<0>(z, k, row)), convert<float>(half_log<1>(z, k, row)));
-    }
-
-    // A denormal: scaled up by 2^23 (_21), or its double, which is normal.
-    static float denormal(float a) {
-        if constexpr (Fm == Form::Low) return B::scale(ln_float(F<1>{a * 0x1p23f}, 23.0f)).v;
-        const LogParts<1> p = log_parts(D<1>{a}, 0);
-        return convert<float>(B::scale(ln_single(p.z, p.kd, p.row))).v;
+        if constexpr (Fm == Form::Low) {
+            return B::scale(ln_float(x, Adjust));
+        } else {
+            F<N> hi, lo;
+            ln_float_pair<Adjust>(x, hi, lo);
+            return B::from_pair(hi, lo);
+        }
     }
 
     static void one(float a, int i, const Arrays<float>& x) {
@@ -305,7 +321,7 @@ struct LogS {
             x.y[i] = float_of(kDefaultNaNF);
             class_frame::raise(XEB_STATUS_DOMAINFAULT, i, x, name);
         } else if (magnitude < kNormalF) {
-            x.y[i] = denormal(a);
+            x.y[i] = compute<23>(F<1>{a * 0x1p23f}).v;  // denormal, scaled into range
         } else {
             x.y[i] = a + a;  // +infinity, NaNs
         }
