@@ -64,8 +64,9 @@
 //     baseline's functions and their lines of baseline_table() go in
 //     vecmath/kernel_table.*; each exported name becomes one call through
 //     vm::active.  A lower form gets code of its own only where that is 1.3
-//     times as fast as the class's _HA; otherwise it is the _HA entry (and
-//     its events name the _HA form).
+//     times as fast as the class's _HA; otherwise it runs the _HA kernel,
+//     under the name its events carry in the baseline (unary<K, name> where
+//     the baseline's lower form has code of its own).
 //  5. Tests: add the family's suite to XEBRUK_CLASS_SUITES in
 //     tests/CMakeLists.txt (it then runs once per class, with the class's
 //     name as suffix).  Give its accuracy rows their class bound and an
@@ -93,6 +94,7 @@ struct Arrays {
     T* y;
     const T* b;  // the second input (a again for one-input kernels)
     T* z = nullptr;  // the second output of a two-output kernel (SinCos)
+    const char* entry = nullptr;  // the entry's event name, where not the kernel's own
 };
 
 // The results of a two-output kernel's compute: y and z.
@@ -101,11 +103,13 @@ struct Pair {
     V y, z;
 };
 
+// Raises an event under the entry's name, which is the kernel's own name
+// unless the entry runs another form's kernel (see unary below).
 inline void raise(int code, int index, const Arrays<double>& x, const char* name) {
-    xebdError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, name);
+    xebdError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, x.entry ? x.entry : name);
 }
 inline void raise(int code, int index, const Arrays<float>& x, const char* name) {
-    xebsError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, name);
+    xebsError(code, index, x.a, x.b, x.y, x.z ? x.z : x.y, x.entry ? x.entry : name);
 }
 
 class MxcsrGuard {
@@ -214,27 +218,31 @@ void run(int n, const Arrays<typename simd::Traits<typename K::V>::Lane>& x,
 }
 
 // The exported forms of kernel K: (n, a, r), (n, a, y, z) for a kernel
-// whose compute gives a Pair, (n, a, b, r) and (n, a, b scalar, r).  Events of the vector-scalar form name array a for both
-// inputs.
-template <class K>
+// whose compute gives a Pair, (n, a, b, r) and (n, a, b scalar, r).  Events
+// of the vector-scalar form name array a for both inputs.  Entry, when
+// given, is the event name of an entry that runs K's code under a name of
+// its own (a lower form that is its _HA kernel in the class but has code of
+// its own in the baseline keeps the baseline's name): a thin entry per name
+// over K's one loop, whose only cost is the pointer read at an event.
+template <class K, const char* Entry = nullptr>
 void unary(int n, const typename simd::Traits<typename K::V>::Lane* a,
            typename simd::Traits<typename K::V>::Lane* r) {
-    run<IgnoreSecond<K>, false>(n, {a, r, a}, a);
+    run<IgnoreSecond<K>, false>(n, {a, r, a, nullptr, Entry}, a);
 }
-template <class K>
+template <class K, const char* Entry = nullptr>
 void two_outputs(int n, const typename simd::Traits<typename K::V>::Lane* a,
                  typename simd::Traits<typename K::V>::Lane* y, typename simd::Traits<typename K::V>::Lane* z) {
-    run<IgnoreSecond<K>, false>(n, {a, y, a, z}, a);
+    run<IgnoreSecond<K>, false>(n, {a, y, a, z, Entry}, a);
 }
-template <class K>
+template <class K, const char* Entry = nullptr>
 void binary(int n, const typename simd::Traits<typename K::V>::Lane* a,
             const typename simd::Traits<typename K::V>::Lane* b, typename simd::Traits<typename K::V>::Lane* r) {
-    run<K, false>(n, {a, r, b}, b);
+    run<K, false>(n, {a, r, b, nullptr, Entry}, b);
 }
-template <class K>
+template <class K, const char* Entry = nullptr>
 void vector_scalar(int n, const typename simd::Traits<typename K::V>::Lane* a,
                    typename simd::Traits<typename K::V>::Lane b, typename simd::Traits<typename K::V>::Lane* r) {
-    run<K, true>(n, {a, r, a}, &b);
+    run<K, true>(n, {a, r, a, nullptr, Entry}, &b);
 }
 
 }  // namespace class_frame

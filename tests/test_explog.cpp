@@ -381,45 +381,4 @@ TEST(ExpLogFrame, CallbackChangesTheResult) {
     }
 }
 
-// The lower forms: in the baseline each is its _HA kernel under another
-// name, events included, and so are the exponentials' in the classes; the
-// classes' logarithms have code of their own (their failure tables, blocks
-// and accuracy rows are checked like the _HA forms') and name themselves.
-TEST(ExpLogFrame, LowerFormsForwardOrNameThemselves) {
-    const struct {
-        Kernel<double> lower, ha;
-        const char* ha_name;
-        const char* own_name;  // in the classes; null: forwards there too
-    } dbl[] = {{xebdExp_50, xebdExp_HA, "_xebdExp_HA", nullptr},
-               {xebdLn_50, xebdLn_HA, "_xebdLn_HA", "_xebdLn_50"},
-               {xebdLog10_50, xebdLog10_HA, "_xebdLog10_HA", "_xebdLog10_50"}};
-    const struct {
-        Kernel<float> lower, ha;
-        const char* ha_name;
-        const char* own_name;
-    } sgl[] = {{xebsExp_21, xebsExp_HA, "_xebsExp_HA", nullptr},    {xebsExp_11, xebsExp_HA, "_xebsExp_HA", nullptr},
-               {xebsLn_21, xebsLn_HA, "_xebsLn_HA", "_xebsLn_21"},   {xebsLn_11, xebsLn_HA, "_xebsLn_HA", "_xebsLn_21"},
-               {xebsLog10_21, xebsLog10_HA, "_xebsLog10_HA", "_xebsLog10_21"},
-               {xebsLog10_11, xebsLog10_HA, "_xebsLog10_HA", "_xebsLog10_21"}};
-    auto check = [](auto f, auto ha, const char* ha_name, const char* own_name, const auto& a) {
-        const bool forwards = kBaselineClass || own_name == nullptr;
-        xt::EventRecorder rec;
-        const auto want = eval(ha, a);
-        rec.clear();
-        const auto got = eval(f, a);
-        ASSERT_FALSE(rec.events().empty()) << ha_name;
-        for (const xt::Event& e : rec.events()) EXPECT_EQ(e.name, forwards ? ha_name : own_name);
-        if (forwards)
-            for (std::size_t i = 0; i < a.size(); ++i)
-                if (!std::isnan(want[i])) { EXPECT_EQ(bits(got[i]), bits(want[i])) << ha_name; }
-    };
-    // Ordinary and special values, and two that raise events in all three.
-    std::vector<double> a = mixed<double>(50, 21);
-    std::vector<float> as = mixed<float>(50, 22);
-    a.insert(a.end(), {1000.0, -1.0});
-    as.insert(as.end(), {1000.0f, -1.0f});
-    for (const auto& k : dbl) check(k.lower, k.ha, k.ha_name, k.own_name, a);
-    for (const auto& k : sgl) check(k.lower, k.ha, k.ha_name, k.own_name, as);
-}
-
 }  // namespace

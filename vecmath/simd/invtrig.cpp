@@ -55,7 +55,7 @@
 // numerator and denominator and one rounding, the single polynomial's
 // relative 2^-28 (at most 1/16 ulp of a float), a few double roundings
 // (2^-50), one rounding to float: bound 0.6 (measured 0.548).  The _21 and
-// _11 forms are these _HA kernels, whose events name the _HA form.
+// _11 forms are these _HA kernels, under the _21 names.
 //
 // Lanes leave the vector code for the one-element routines: |x| >= 1 and
 // NaNs for the arcsines (1 exactly, and the domain event with the default
@@ -476,6 +476,11 @@ struct Atan2S {
     static void one(float a, float b, int i, const Arrays<float>& x) { x.y[i] = xebsatan2_scalar(a, b); }
 };
 
+// The single _21 forms have code of their own in the baseline and keep its
+// names (the _11 forms are the same entries).
+constexpr char kAsin21S[] = "_xebsAsin_21";
+constexpr char kAcos21S[] = "_xebsAcos_21";
+
 }  // namespace
 
 void invtrig_entries(vm::KernelTable& t) {
@@ -483,8 +488,10 @@ void invtrig_entries(vm::KernelTable& t) {
     t.dAcos_HA = t.dAcos_50 = class_frame::unary<ArcSineK<true>>;
     t.dAtan_HA = t.dAtan_50 = class_frame::unary<AtanK>;
     t.dAtan2_HA = t.dAtan2_50 = class_frame::binary<Atan2K>;
-    t.sAsin_HA = t.sAsin_21 = t.sAsin_11 = class_frame::unary<ArcSineS<false>>;
-    t.sAcos_HA = t.sAcos_21 = t.sAcos_11 = class_frame::unary<ArcSineS<true>>;
+    t.sAsin_HA = class_frame::unary<ArcSineS<false>>;
+    t.sAsin_21 = t.sAsin_11 = class_frame::unary<ArcSineS<false>, kAsin21S>;
+    t.sAcos_HA = class_frame::unary<ArcSineS<true>>;
+    t.sAcos_21 = t.sAcos_11 = class_frame::unary<ArcSineS<true>, kAcos21S>;
     t.sAtan_HA = t.sAtan_21 = t.sAtan_11 = class_frame::unary<AtanS>;
     t.sAtan2_HA = t.sAtan2_21 = t.sAtan2_11 = class_frame::binary<Atan2S>;
 }

@@ -252,13 +252,18 @@ constexpr char kPowD[] = "_xebdPow_HA";
 constexpr char kPowxD[] = "_xebdPowx_HA";
 constexpr char kPowS[] = "_xebsPow_HA";
 constexpr char kPowxS[] = "_xebsPowx_HA";
+// The lower forms with code of their own in the baseline keep its names.
+constexpr char kPow50D[] = "_xebdPow_50";
+constexpr char kPow21S[] = "_xebsPow_21";
 
 }  // namespace
 
 void power_entries(vm::KernelTable& t) {
-    t.dPow_HA = t.dPow_50 = class_frame::binary<PowD<kPowD>>;
+    t.dPow_HA = class_frame::binary<PowD<kPowD>>;
+    t.dPow_50 = class_frame::binary<PowD<kPowD>, kPow50D>;
     t.dPowx_HA = t.dPowx_50 = class_frame::vector_scalar<PowD<kPowxD>>;
-    t.sPow_HA = t.sPow_21 = t.sPow_11 = class_frame::binary<PowS<kPowS>>;
+    t.sPow_HA = class_frame::binary<PowS<kPowS>>;
+    t.sPow_21 = t.sPow_11 = class_frame::binary<PowS<kPowS>, kPow21S>;
     t.sPowx_HA = t.sPowx_21 = t.sPowx_11 = class_frame::vector_scalar<PowS<kPowxS>>;
 }
 

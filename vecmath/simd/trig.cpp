@@ -355,17 +355,24 @@ struct TrigS {
     }
 };
 
+// The single _21 forms (and _11, the same entries) keep the baseline's LA names.
+constexpr char kSinLA[] = "sSin_LA", kCosLA[] = "sCos_LA", kSinCosLA[] = "sSinCos_LA", kTanLA[] = "sTan_LA";
+
 }  // namespace
 
 void trig_entries(vm::KernelTable& t) {
     t.dSin_HA = t.dSin_50 = class_frame::unary<TrigD<Fn::Sin>>;
     t.dCos_HA = t.dCos_50 = class_frame::unary<TrigD<Fn::Cos>>;
     t.dSinCos_HA = t.dSinCos_50 = class_frame::two_outputs<TrigD<Fn::SinCos>>;
-    t.sSin_HA = t.sSin_21 = t.sSin_11 = class_frame::unary<TrigS<Fn::Sin>>;
-    t.sCos_HA = t.sCos_21 = t.sCos_11 = class_frame::unary<TrigS<Fn::Cos>>;
-    t.sSinCos_HA = t.sSinCos_21 = t.sSinCos_11 = class_frame::two_outputs<TrigS<Fn::SinCos>>;
+    t.sSin_HA = class_frame::unary<TrigS<Fn::Sin>>;
+    t.sSin_21 = t.sSin_11 = class_frame::unary<TrigS<Fn::Sin>, kSinLA>;
+    t.sCos_HA = class_frame::unary<TrigS<Fn::Cos>>;
+    t.sCos_21 = t.sCos_11 = class_frame::unary<TrigS<Fn::Cos>, kCosLA>;
+    t.sSinCos_HA = class_frame::two_outputs<TrigS<Fn::SinCos>>;
+    t.sSinCos_21 = t.sSinCos_11 = class_frame::two_outputs<TrigS<Fn::SinCos>, kSinCosLA>;
     t.dTan_HA = t.dTan_50 = class_frame::unary<TrigD<Fn::Tan>>;
-    t.sTan_HA = t.sTan_21 = t.sTan_11 = class_frame::unary<TrigS<Fn::Tan>>;
+    t.sTan_HA = class_frame::unary<TrigS<Fn::Tan>>;
+    t.sTan_21 = t.sTan_11 = class_frame::unary<TrigS<Fn::Tan>, kTanLA>;
 }
 
 }  // namespace XEB_ISA
