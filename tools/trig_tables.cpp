@@ -7,6 +7,7 @@
 //   sin_bands      per-band fits of sin t / t - 1 for the double Sin and Cos
 //   sin_cos_bands  per-band fits of sin and cos for the double SinCos
 //   kTan..., kSin...  the kernels' coefficient sets, with their measured errors
+//   kClass...      the series of the SIMD classes' sine and cosine, with their fit errors
 //
 // The band fits are made one coefficient at a time: fit the remaining
 // coefficients by interpolation at Chebyshev nodes of the band, round the
@@ -393,6 +394,64 @@ void coefficient_sets(std::FILE* out) {
     }
 }
 
+// ---- the series of the SIMD classes (vecmath/simd/trig.cpp)
+
+// sin t / t - 1 + s/6 and cos t - 1 + s/2 as functions of s = t^2: the
+// parts the classes' series carry beyond their exact leading terms.
+Big sin_rest(const Big& s) {
+    if (mpfr_zero_p(s.v)) return Big(0.0);
+    const Big t = sqrt_of(s);
+    return sin_of(t) / t - Big(1.0) + s / Big(6.0);
+}
+Big sin_ratio(const Big& s) {
+    if (mpfr_zero_p(s.v)) return Big(1.0);
+    const Big t = sqrt_of(s);
+    return sin_of(t) / t;
+}
+
+// f(s) ~ s^2 (c0 + c1 s + ...) on [0, s_hi], interpolated at Chebyshev
+// nodes (within a small factor of the minimax error) and each coefficient
+// rounded to float or double; the error written is that of the rounded
+// set, relative to `scale`(s) (sin t / t or cos t), on a grid of 4096.
+void class_series(std::FILE* out, const char* name, const char* what, const std::function<Big(const Big&)>& f,
+                  const std::function<Big(const Big&)>& scale, int count, bool single) {
+    const Big s_hi = pow_of(Big(0x1.921fb6p-1) * Big(1.0 + 0x1p-20), 2);  // pi/4 and a hair (q at a tie)
+    std::vector<std::vector<Big>> m(count, std::vector<Big>(count));
+    std::vector<Big> rhs(count);
+    for (int i = 0; i < count; ++i) {
+        const Big s = s_hi * Big(0.5) * (Big(1.0) + cos_of(pi() * Big(2.0 * i + 1) / Big(2.0 * count)));
+        rhs[i] = f(s);
+        for (int k = 0; k < count; ++k) m[i][k] = pow_of(s, 2 + k);
+    }
+    std::vector<double> c;
+    for (const Big& x : solve(m, rhs)) c.push_back(single ? static_cast<double>(to_float(x.d())) : x.d());
+    Big worst;
+    for (int i = 1; i <= 4096; ++i) {
+        const Big s = s_hi * Big(i / 4096.0);
+        Big e = (s * s * poly(c, 0, c.size(), s) - f(s)) / scale(s);
+        mpfr_abs(e.v, e.v, MPFR_RNDN);
+        if (mpfr_cmp(e.v, worst.v) > 0) worst = e;
+    }
+    std::fprintf(out, "// %s\n// Fit error relative to the function, |t| <= pi/4: 2^%.1f.\n", what,
+                 std::log2(worst.d()));
+    std::fprintf(out, "inline constexpr %s %s[%d] = {%s};\n\n", single ? "float" : "double", name, count,
+                 list(c, single).c_str());
+}
+
+void class_sets(std::FILE* out) {
+    std::fprintf(out, "\n");
+    const auto cos_rest = [](const Big& s) { return cos_of(sqrt_of(s)) - Big(1.0) + s * Big(0.5); };
+    const auto cos_t = [](const Big& s) { return cos_of(sqrt_of(s)); };
+    class_series(out, "kClassSinD",
+                 "SIMD classes, double: sin t = t - t^3/6 + t^5 P(s), s = t^2, P = kClassSinD.", sin_rest,
+                 sin_ratio, 6, false);
+    class_series(out, "kClassCosD", "SIMD classes, double: cos t = 1 - s/2 + s^2 Q(s), Q = kClassCosD.", cos_rest,
+                 cos_t, 6, false);
+    class_series(out, "kClassSinF", "SIMD classes, single: the same P in float lanes.", sin_rest, sin_ratio, 3,
+                 true);
+    class_series(out, "kClassCosF", "SIMD classes, single: the same Q in float lanes.", cos_rest, cos_t, 3, true);
+}
+
 void generate(std::FILE* out) {
     std::fprintf(out, "// Tables and coefficient sets of vecmath/trig.cpp, trig_scalar.cpp and\n"
                       "// trig_reduce.cpp (included by vecmath/trig_tables.h).\n\n");
@@ -421,6 +480,7 @@ void generate(std::FILE* out) {
                "// cos t = 1 + s*(-1/2 + s*(C2 + C3 s + C4 s^2 + C5 s^3)), s = t^2.",
                145, 0, 0x1.6eb167b830193p+7, {sin4, cos4});  // 576/pi
     coefficient_sets(out);
+    class_sets(out);
 }
 
 }  // namespace

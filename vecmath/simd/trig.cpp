@@ -20,32 +20,37 @@
 //
 // With s = rh^2, sin r and cos r on [-pi/4, pi/4] (q off by one at a
 // rounding boundary reaches a hair beyond; the series do not care):
-//   sin r = rh - rh^3/6 + rh^5 P(s) + rl (1 - s/2),         P through r^17;
-//   cos r = 1 - rh^2/2 + rh^4 Q(s) - rl (rh - rh^3/6),     Q through r^18
+//   sin r = rh - rh^3/6 + rh^5 P(s) + rl (1 - s/2),         P through r^15;
+//   cos r = 1 - rh^2/2 + rh^4 Q(s) - rl (rh - rh^3/6),     Q through r^14
 // (rl's next terms, rl rh^4/24, are below 2^-58 of the result).
-// Taylor coefficients (1/k! rounded): truncation below 2^-62 of the result.
+// P and Q are fits of tools/trig_tables (interpolation at Chebyshev nodes
+// of s, near minimax; kClassSinD, kClassCosD): 2^-64.2 of sin r and
+// 2^-59.5 of cos r, at most 0.012 ulp, where the Taylor series would need
+// a term more in P and two more in Q, fused operations that bound the
+// speed of the AVX-512 class.
 // Sine: rh^3 = u + u' + rh s' exactly (u = rh s, s' and u' the fused
 // products' remainders), 1/6 as a pair, and rh - u/6 by an exact two-sum:
 // what is left, rh^5 P, is below 0.0031 of the result, so its roundings
 // cost under 0.01 ulp.  Cosine: 1 - s/2 by an exact two-sum (w = 1 - s/2,
 // (1 - w) - s/2 exact, s' carried), the rest below 0.016 of the result:
-// under 0.03 ulp.  The final addition rounds once: below 0.56 ulp for the
-// doubles (measured 0.554, Cos; bound 0.6).  The quadrant picks +-sin r or
+// under 0.03 ulp.  The final addition rounds once: below 0.57 ulp for the
+// doubles (measured 0.545 Cos, 0.544 Sin; bound 0.6).  The quadrant picks +-sin r or
 // +-cos r by the bits of q.
 //
 // Tangent: the quotient of the pairs, sin r / cos r or -cos r / sin r, one
 // rounded division corrected by the exact remainder; the pairs' own errors
-// (up to 0.05 ulp each) add: below 0.62 ulp (measured 0.581; bound 0.8).
+// (up to 0.05 ulp each) add: below 0.62 ulp (measured 0.577; bound 0.8).
 //
 // Single, below 2^17: the same in float lanes, pi/2 = C1 + C2 + C3 three
-// floats (x - q C1 exact as above: multiples of 2^-24 below 1), the Taylor
-// series through r^11 and r^10 (truncation 2^-33 of the result).  The
+// floats (x - q C1 exact as above: multiples of 2^-24 below 1), fitted
+// series through r^9 and r^8 (kClassSinF, kClassCosF: 2^-32.8 and 2^-30.2
+// of the result, at most 0.014 ulp).  The
 // omitted q (pi/2 - C1 - C2 - C3) is below 2^-60 there (the measurement
 // below covers the floats closest to multiples of pi/2).  In floats the
 // rest's operands carry 2^-24 relative errors, so the cosine's s^2 is
 // corrected to first order by its remainders (0.05 ulp otherwise).
 // Measured on every float below 2^17 (against the double functions): Sin
-// 0.530, Cos 0.531, Tan 0.580 ulp.  A register holding a lane from 2^17
+// 0.540, Cos 0.536, Tan 0.598 ulp.  A register holding a lane from 2^17
 // computes those lanes again in doubles from the widened float (the
 // double algorithm above, rounded once to float: below 0.501 ulp).
 #include <cstdint>
@@ -54,6 +59,7 @@
 #include "vecmath/kernel_table.h"
 #include "vecmath/simd/lanes.h"
 #include "vecmath/trig_core.h"
+#include "vecmath/trig_tables.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -74,17 +80,15 @@ struct Consts<double> {
     static constexpr double pio2[3] = {0x1.921fb54442d18p+0, 0x1.1a62633145c07p-54, -0x1.f1976b7ed8fbcp-110};
     // -1/6 as a pair.
     static constexpr double sin3 = -0x1.5555555555555p-3, sin3_lo = -0x1.5555555555555p-57;
-    // 1/5!, -1/7!, ..., 1/17!: sin r - r + r^3/6 = r^5 P(r^2).
-    static constexpr int sin_terms = 7;
-    static constexpr double sin_p[7] = {0x1.1111111111111p-7,  -0x1.a01a01a01a01ap-13, 0x1.71de3a556c734p-19,
-                                        -0x1.ae64567f544e4p-26, 0x1.6124613a86d09p-33, -0x1.ae7f3e733b81fp-41,
-                                        0x1.952c77030ad4ap-49};
-    // 1/4!, -1/6!, ..., 1/18!: cos r - 1 + r^2/2 = r^4 Q(r^2).
-    static constexpr int cos_terms = 8;
+    // sin r - r + r^3/6 = r^5 P(r^2) and cos r - 1 + r^2/2 = r^4 Q(r^2): fits
+    // of tools/trig_tables.
+    static constexpr int sin_terms = 6;
+    static constexpr double sin_p[6] = {kClassSinD[0], kClassSinD[1], kClassSinD[2],
+                                        kClassSinD[3], kClassSinD[4], kClassSinD[5]};
+    static constexpr int cos_terms = 6;
     static constexpr bool square_rest = false;
-    static constexpr double cos_q[8] = {0x1.5555555555555p-5,  -0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-16,
-                                        -0x1.27e4fb7789f5cp-22, 0x1.1eed8eff8d898p-29,  -0x1.93974a8c07c9dp-37,
-                                        0x1.ae7f3e733b81fp-45,  -0x1.6827863b97d97p-53};
+    static constexpr double cos_q[6] = {kClassCosD[0], kClassCosD[1], kClassCosD[2],
+                                        kClassCosD[3], kClassCosD[4], kClassCosD[5]};
 };
 template <>
 struct Consts<float> {
@@ -92,12 +96,11 @@ struct Consts<float> {
     static constexpr float shift = 0x1.8p23f;
     static constexpr float pio2[3] = {0x1.921fb6p+0f, -0x1.777a5cp-25f, -0x1.ee59dap-50f};
     static constexpr float sin3 = -0x1.555556p-3f, sin3_lo = 0x1.555556p-28f;
-    // 1/5!, ..., -1/11! and 1/4!, ..., -1/10!.
-    static constexpr int sin_terms = 4;
-    static constexpr float sin_p[4] = {0x1.111112p-7f, -0x1.a01a02p-13f, 0x1.71de3ap-19f, -0x1.ae6456p-26f};
-    static constexpr int cos_terms = 4;
+    static constexpr int sin_terms = 3;
+    static constexpr float sin_p[3] = {kClassSinF[0], kClassSinF[1], kClassSinF[2]};
+    static constexpr int cos_terms = 3;
     static constexpr bool square_rest = true;
-    static constexpr float cos_q[4] = {0x1.555556p-5f, -0x1.6c16c2p-10f, 0x1.a01a02p-16f, -0x1.27e4fcp-22f};
+    static constexpr float cos_q[3] = {kClassCosF[0], kClassCosF[1], kClassCosF[2]};
 };
 
 constexpr uint64_t kAbs = 0x7FFFFFFFFFFFFFFFull;
