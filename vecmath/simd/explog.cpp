@@ -32,14 +32,15 @@
 // = logLogC[j] (within 2^-68; c = 1 in the row around 1):
 //   log x = k ln 2 + log c + log1p(r),  r = z/c - 1, |r| <= 2^-5.
 // Double: r is formed exactly as q + pl (z/c = z invc split by one fused
-// product, q its distance from 1, exact), k ln2hi + log c + q as hi + lo
-// by exact two-sums, log1p(r) - q = q (q g(q) - pl) + pl (g by Horner's
-// rule: the fewest operations; fit 2^-66.4 absolute); Log10 multiplies the
-// pair by log10(e) as a pair.  Error budget, in ulps of the result: the
+// product, q its distance from 1, exact); k ln2hi + log c is exact (log c
+// a multiple of 2^-42), its sum with q is hi + hl by one exact two-sum;
+// log1p(r) - q = q (q g(q) - pl) + pl (g by Horner's rule, the fewest
+// operations; fit 2^-66.4 absolute); Log10 multiplies the pair by
+// log10(e) as a pair.  Error budget, in ulps of the result: the
 // dropped pl q^2 (below 2^-63; pl = 0 in row 9, elsewhere the result is
 // above 2^-6): 0.03; lo's roundings and the fit: 0.01; Log10's products
-// 2^-104; the final sum 0.5.  Bound 0.54 (0.528 measured, next to the
-// edges of row 9).
+// 2^-104; the final sum 0.5.  Bound 0.54 (0.52 for Ln, 0.533 for Log10
+// measured, next to the edges of row 9).
 // Single: in floats, on the float rows (ln_float_pair below): log x as
 // hi + lo, hi = k ln2hi + log c hi + q rounded once and its error exact,
 // r = q + pl exact.  Error budget: the fit of g (float coefficients, 2^-25

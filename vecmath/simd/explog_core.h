@@ -150,10 +150,9 @@ XEB_INLINE void ln_pair(D<N> x, double adjust, D<N>& hi, D<N>& lo) {
     const D<N> ph = p.z * invc;
     const D<N> pl = fms(p.z, invc, ph);
     const D<N> q = ph - 1.0;
-    // k ln2hi + log c + q = hi + (wl + hl): two exact two-sums.
-    const D<N> a = p.kd * ex::logLn2Hi;  // exact: 42 bits times 12
-    const D<N> w = a + logc;
-    const D<N> wl = (a - w) + logc;  // |a| >= |log c|, or a = 0
+    // k ln2hi + log c + q = hi + hl: k ln2hi (42 bits times 12) and log c
+    // (a multiple of 2^-42) add exactly, then one exact two-sum.
+    const D<N> w = fma(p.kd, ex::logLn2Hi, logc);
     hi = w + q;
     const D<N> hl = (w - hi) + q;  // |w| >= |q|, or w = 0
     const double* c = ex::lnPoly;
@@ -161,7 +160,7 @@ XEB_INLINE void ln_pair(D<N> x, double adjust, D<N>& hi, D<N>& lo) {
     for (int j = 6; j >= 0; --j) g = fma(q, g, c[j]);
     // q^2 g + pl (1 - q) = q (q g - pl) + pl.
     const D<N> t = fms(q, g, pl);
-    lo = fma(q, t, (hl + wl) + fma(p.kd, ex::logLn2Lo, pl));
+    lo = fma(q, t, hl + fma(p.kd, ex::logLn2Lo, pl));
 }
 
 }  // namespace
