@@ -262,8 +262,8 @@ void logarithms(FILE* o) {
                     "// bits of the significand's offset pattern), log x = k ln 2 + log c + log1p(r),\n"
                     "// r = z / c - 1 = z logInvC[j] - 1 (exact product, one rounding), log c = logLogC[j].\n"
                     "// Row 9, the one around 1, has c = 1.  Elsewhere 1/c is the double near 1/(row centre)\n"
-                    "// for which log c lies within 2^-68 of its double, so that the table adds no error\n"
-                    "// of its own; then |r| < 2^-5.\n\n");
+                    "// for which log c lies within 2^-68 of a multiple of 2^-42, logLogC[j]: the table adds\n"
+                    "// no error of its own and k logLn2Hi + log c is exact; then |r| < 2^-5.\n\n");
     const Big l2 = ln2();
     const double ln2hi = round_bits(l2, 42);
     Big t;
@@ -289,18 +289,35 @@ void logarithms(FILE* o) {
         double invc = 1.0, best = 0.0;
         if (j != kOneRow) {
             // Candidates within 2^-20 of 1/centre, drawn by a fixed
-            // sequence: neighbouring doubles would move log c by nearly
-            // the same fraction of an ulp each step and could miss for long.
+            // sequence.  About one in 2^26 has log c within 2^-69 of the
+            // grid of 2^-42, so a long double screen goes first:
+            // -log invc = -log start - log1p(d), d = invc / start - 1
+            // (invc - start exact), with -log start = grid + f, |f| <= 2^-43,
+            // is on the grid's error to 2^-80; MPFR confirms each find.
             const double start = 2.0 / (zlo + zhi);
+            mpfr_set_d(c.v, start, MPFR_RNDN);
+            mpfr_log(lc.v, c.v, MPFR_RNDN);
+            mpfr_neg(lc.v, lc.v, MPFR_RNDN);
+            mpfr_mul_2si(t.v, lc.v, 42, MPFR_RNDN);
+            mpfr_rint(t.v, t.v, MPFR_RNDN);
+            mpfr_mul_2si(t.v, t.v, -42, MPFR_RNDN);
+            const double grid = to_double(t);  // a multiple of 2^-42 below 1: exact
+            mpfr_sub_d(t.v, lc.v, grid, MPFR_RNDN);
+            const long double f = mpfr_get_ld(t.v, MPFR_RNDN);
             uint64_t state = 0x9E3779B97F4A7C15ull * (j + 1);
             for (;;) {
                 state = state * 6364136223846793005ull + 1442695040888963407ull;
                 const double u = (static_cast<double>(state >> 11) * 0x1p-53 - 0.5) * 0x1p-19;
                 invc = start * (1 + u);
+                const long double d = static_cast<long double>(invc - start) / start;
+                const long double frac = f - d * (1 - d * (0.5L - d * (1.0L / 3 - d * 0.25L)));
+                const long double scaled = frac * 0x1p42L;
+                const long double steps = (scaled + 0x1.8p63L) - 0x1.8p63L;  // nearest integer
+                if (std::fabs(scaled - steps) > 0x1p-27L) continue;  // 2^-69 off the grid
+                best = grid + static_cast<double>(steps) * 0x1p-42;
                 mpfr_set_d(c.v, invc, MPFR_RNDN);
                 mpfr_log(lc.v, c.v, MPFR_RNDN);
                 mpfr_neg(lc.v, lc.v, MPFR_RNDN);
-                best = to_double(lc);
                 mpfr_sub_d(t.v, lc.v, best, MPFR_RNDN);
                 if (std::fabs(to_double(t)) <= 0x1p-68) break;
             }

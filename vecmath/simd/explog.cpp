@@ -31,16 +31,20 @@
 // top bits of z's offset pattern, c_j with 1/c_j = logInvC[j] and log c_j
 // = logLogC[j] (within 2^-68; c = 1 in the row around 1):
 //   log x = k ln 2 + log c + log1p(r),  r = z/c - 1, |r| <= 2^-5.
-// Double: r is formed exactly as rh + rl (z/c = z invc split by one fused
-// product; its distance from 1 exact), k ln2hi + log c + rh as hi + lo by
-// exact two-sums, log1p(r) - r = r^2 g(r) + rl (1 - r) (fit 2^-66.4
-// absolute, 2^-61 of the result); Log10 multiplies the pair by log10(e)
-// as a pair.  Error budget: lo's roundings and the fit: below 0.01 ulp of
-// the result; Log10's products 2^-104; the final sum 0.5.  Bound 0.52.
+// Double: r is formed exactly as q + pl (z/c = z invc split by one fused
+// product, q its distance from 1, exact); k ln2hi + log c is exact (log c
+// a multiple of 2^-42), its sum with q is hi + hl by one exact two-sum;
+// log1p(r) - q = q (q g(q) - pl) + pl (g by Horner's rule, the fewest
+// operations; fit 2^-66.4 absolute); Log10 multiplies the pair by
+// log10(e) as a pair.  Error budget, in ulps of the result: the
+// dropped pl q^2 (below 2^-63; pl = 0 in row 9, elsewhere the result is
+// above 2^-6): 0.03; lo's roundings and the fit: 0.01; Log10's products
+// 2^-104; the final sum 0.5.  Bound 0.54 (0.52 for Ln, 0.533 for Log10
+// measured, next to the edges of row 9).
 // Single: in floats, on the float rows (ln_float_pair below): log x as
 // hi + lo, hi = k ln2hi + log c hi + q rounded once and its error exact,
 // r = q + pl exact.  Error budget: the fit of g (float coefficients, 2^-25
-// absolute) times q^2, and lo's four roundings (|lo| below 2^-6 of the
+// absolute) times q^2, and lo's roundings (|lo| below 2^-6 of the
 // result): 2^-28 of the result, under 0.12 ulp; Log10's pair product
 // 2^-30; the final sum 0.5.  Bound 0.6 (every float measured: 0.543 for
 // Ln, 0.54 for Log10).  A denormal is scaled by 2^23, k less 23.
@@ -266,7 +270,8 @@ struct LogD {
 //    is 0 only in the row around 1, elsewhere beyond q's reach);
 //  - log1p(q + pl) - q = q^2 g(q) + pl (1 - q), the dropped terms below
 //    2^-50 of the result;
-//   log x = hi + lo,  lo = e + k ln2lo + log c lo + pl (1 - q) + q^2 g(q).
+//   log x = hi + lo,  lo = e + k ln2lo + log c lo + pl + q (q g(q) - pl),
+//  g by Horner's rule (no q^2: one operation fewer).
 template <int Adjust, int N>
 XEB_INLINE void ln_float_pair(F<N> x, F<N>& hi, F<N>& lo) {
     const W<N> w = bitcast<uint32_t>(x);
@@ -283,10 +288,10 @@ XEB_INLINE void ln_float_pair(F<N> x, F<N>& hi, F<N>& lo) {
     hi = s + q;
     const F<N> e = (s - hi) + q;
     const float* c = ex::lnPolyS;
-    const F<N> q2 = q * q;
-    const F<N> g = fma(q2, fma(q, c[3], c[2]), fma(q, c[1], c[0]));
-    const F<N> small = fma(kf, ex::logLn2LoF, lookup<16>(ex::logLogCLoF, row)) + fnma(pl, q, pl);
-    lo = fma(q2, g, e + small);
+    const F<N> g = fma(q, fma(q, fma(q, c[3], c[2]), c[1]), c[0]);
+    // q^2 g + pl (1 - q) = q (q g - pl) + pl.
+    const F<N> small = fma(kf, ex::logLn2LoF, lookup<16>(ex::logLogCLoF, row)) + pl;
+    lo = fma(q, fms(q, g, pl), e + small);
 }
 
 template <class B, Form Fm>

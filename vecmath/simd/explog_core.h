@@ -132,36 +132,35 @@ XEB_INLINE LogParts<N> log_parts(D<N> x, double adjust) {
     const U<N> ix = bitcast<uint64_t>(x);
     const U<N> offset = ix - kLogOffset;
     const U<N> row = offset >> 48;
-    const D<N> kd = signed_top_bits<52>(offset) - adjust;
+    D<N> kd = signed_top_bits<52>(offset);
+    if (adjust != 0) kd = kd - adjust;  // a constant 0 where inlined: no operation
     return {bitcast<double>(ix - (offset & kExponentField)), kd, row};
 }
 
 // log x = hi + lo, x positive and normal (x 2^-adjust the argument).
+// r = z invc - 1 = q + pl exactly: the product as a fused pair (ph, pl),
+// q = ph - 1 exact (ph lies within 2^-5 of 1).  Then
+//   log1p(q + pl) = q + q^2 g(q) + pl (1 - q) - pl q^2 + ...,
+// the dropped terms below 2^-63 (|pl| <= 2^-53, |q| <= 2^-5), and pl = 0 in
+// row 9 (c = 1), the only row whose results fall below 2^-6.
 template <int N>
 XEB_INLINE void ln_pair(D<N> x, double adjust, D<N>& hi, D<N>& lo) {
     const LogParts<N> p = log_parts(x, adjust);
     const D<N> invc = lookup<16>(ex::logInvC, p.row), logc = lookup<16>(ex::logLogC, p.row);
-    // r = z invc - 1 = rh + rl exactly: the product as a fused pair, its
-    // distance from 1 exact (it lies within 2^-5 of 1), one two-sum.
     const D<N> ph = p.z * invc;
     const D<N> pl = fms(p.z, invc, ph);
     const D<N> q = ph - 1.0;
-    const D<N> rh = q + pl;
-    const D<N> rl = (q - rh) + pl;  // |q| >= |pl|, or q = 0
-    // k ln2hi + log c + rh = hi + (wl + hl): two exact two-sums.
-    const D<N> a = p.kd * ex::logLn2Hi;  // exact: 42 bits times 12
-    const D<N> w = a + logc;
-    const D<N> wl = (a - w) + logc;  // |a| >= |log c|, or a = 0
-    hi = w + rh;
-    const D<N> hl = (w - hi) + rh;  // |w| >= |rh|, or w = 0
-    const D<N> r2 = rh * rh, r4 = r2 * r2;
+    // k ln2hi + log c + q = hi + hl: k ln2hi (42 bits times 12) and log c
+    // (a multiple of 2^-42) add exactly, then one exact two-sum.
+    const D<N> w = fma(p.kd, ex::logLn2Hi, logc);
+    hi = w + q;
+    const D<N> hl = (w - hi) + q;  // |w| >= |q|, or w = 0
     const double* c = ex::lnPoly;
-    const D<N> g = fma(r4 * r4, c[8],
-                       fma(r4, fma(r2, fma(rh, c[7], c[6]), fma(rh, c[5], c[4])),
-                           fma(r2, fma(rh, c[3], c[2]), fma(rh, c[1], c[0]))));
-    // log1p(rh + rl) = rh + rh^2 g(rh) + rl (1 - rh), to 2^-66 absolute.
-    const D<N> small = (hl + wl) + fma(p.kd, ex::logLn2Lo, fnma(rh, rl, rl));
-    lo = fma(r2, g, small);
+    D<N> g = fma(q, c[8], c[7]);
+    for (int j = 6; j >= 0; --j) g = fma(q, g, c[j]);
+    // q^2 g + pl (1 - q) = q (q g - pl) + pl.
+    const D<N> t = fms(q, g, pl);
+    lo = fma(q, t, hl + fma(p.kd, ex::logLn2Lo, pl));
 }
 
 }  // namespace
