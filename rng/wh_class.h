@@ -12,7 +12,7 @@
 namespace xeb {
 namespace rng {
 
-constexpr int kWhMostLanes = 8;
+constexpr int kWhMostLanes = 16;
 
 struct WhLanes {
     double x[4][kWhMostLanes];  // component i of chain j, in 1 .. m_i - 1

@@ -75,15 +75,18 @@ template <int N>
     return {s, b - (s - a)};
 }
 
-// v rounded to 64 significant bits, as argued at the top.
-template <int N>
+// v rounded to 64 significant bits, as argued at the top.  A caller that
+// knows hi is no power of two (or lo not of the other sign) may leave out
+// the look at the binade below.
+template <bool MayLeaveBinade = true, int N>
 [[gnu::always_inline]] inline Pair<N> round_to_64(Pair<N> v) {
-    const U<N> hi = simd::bitcast<uint64_t>(v.hi), lo = simd::bitcast<uint64_t>(v.lo);
+    U<N> hi = simd::bitcast<uint64_t>(v.hi);
     // The exponent of the double next to hi towards lo where their signs
     // differ: the binade below only for a power of two.
-    const U<N> exponent = (hi - ((hi ^ lo) >> 63)) & kExponentBits;
-    // M = 1.5 2^(E - 11) = 1.5 2^52 q.
-    const D<N> magic = simd::bitcast<double>((exponent - (uint64_t{11} << 52)) | 0x0008000000000000ull);
+    if constexpr (MayLeaveBinade) hi = hi - ((hi ^ simd::bitcast<uint64_t>(v.lo)) >> 63);
+    // M = 1.5 2^(E - 11) = 1.5 2^52 q: E's field less 11, significand 1.5.
+    constexpr uint64_t kToMagic = 0x0008000000000000ull - (uint64_t{11} << 52);
+    const D<N> magic = simd::bitcast<double>((hi & kExponentBits) + kToMagic);
     return {v.hi, (v.lo + magic) - magic};
 }
 

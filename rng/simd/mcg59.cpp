@@ -5,10 +5,11 @@
 // 64-bit lane multiply) with the top 5 cleared.
 //
 // A word w < 2^59 is h 2^32 + l with h, l below 2^32, each exact as a
-// double.  With AVX-512 the double nearest w is one conversion; in AVX2 it
+// double.  With AVX-512 the double or float nearest w is one conversion
+// (of the signed 64-bit lane, rounded once); in AVX2 the double
 // is the sum h 2^32 + l rounded once, the terms made from their bits (the
 // double 2^84 + h 2^32 less 2^84 + 2^52 is exact, and so is 2^52 + l, whose
-// sum is the rounded one).  The float nearest w is that of the exact pair
+// sum is the rounded one), and the float that of the exact pair
 // (h 2^32, l) (rng/wide_pair.h: no double rounding).  Then the scaling by a
 // power of two and the addition of a zero are exact in T, as in
 // rng/mcg59.cpp: the same bits.
@@ -65,9 +66,17 @@ void doubles(uint64_t* x, uint64_t stride, int32_t steps, double* out, double sc
     });
 }
 
+[[gnu::always_inline]] inline F nearest_float(W w) {
+#if XEB_ISA_AVX512
+    return {__builtin_convertvector(simd::bitcast<int64_t>(w).v, F::Raw)};
+#else
+    return wide::to_float(wide::Pair<kLanes>{high_part(w), low_part(w)});
+#endif
+}
+
 void floats(uint64_t* x, uint64_t stride, int32_t steps, float* out, float scale, float a) {
     run<float>(x, stride, steps, [out, scale, a](int64_t i, W w) {
-        simd::store(out + i, wide::to_float(wide::Pair<kLanes>{high_part(w), low_part(w)}) * scale + a);
+        simd::store(out + i, nearest_float(w) * scale + a);
     });
 }
 

@@ -1,11 +1,14 @@
 // WH's real fills in the widest double registers of one kernel class: one
-// element per lane, the lanes of a register consecutive elements, the
+// element per lane, the lanes of a register consecutive elements (two
+// registers of chains, 8 with AVX2, 16 with AVX-512), the
 // 64-bit-significand sum of rng/wh.cpp reproduced bit for bit with the
 // pairs of rng/wide_pair.h.
 //
 // Components.  x <- a x mod m with x, a below m < 2^24: y = x a is exact,
-// q = trunc(y (1/m)) the true quotient (rng/wh.cpp has the argument) and
-// y - q m the remainder, exact.
+// and y/m has its fractional part in [2^-24, 1 - 2^-24] (y is no multiple
+// of the prime m).  t = y (1/m) - 0.5, one fused operation with the double
+// 1/m, is within 2^-28 of y/m - 0.5, so its nearest integer (adding and
+// taking off 1.5 2^52) is the quotient q, and y - q m the remainder, exact.
 //
 // The sum s = ((x4 c4 + x3 c3) + x2 c2) + x1 c1, each product and each sum
 // rounded to the 64-bit significand.  The c_i = 1/m_i are doubles in
@@ -17,6 +20,12 @@
 // |sl|, |tl| <= 2^-52, so E + (sl + tl) is a multiple of 2^-87 below 2^-50
 // in magnitude: 37 bits, exact in one double.  S >= 2^-24 exceeds it, so
 // Fast2Sum renormalises exactly before the rounding to 64 bits.
+//
+// No product rounds to a power of two 2^k from below, so its rounding needs
+// no look at the binade below: with c = (1 + e)/m, |e| <= 2^-53, that
+// would put x/m within 2^(k-51) of 2^k, and the integer x within
+// m 2^(k-51) < 2^-27 of m 2^k, which for -24 <= k < 0 is no integer (m is
+// odd) and for k = 0 is m itself, above every component.
 //
 // Output.  With d = s rounded to double (hi + lo), the integer part is
 // trunc(d) in 0 .. 3, and u = s - trunc(d) is (hi - trunc(d)) + lo, the
@@ -33,58 +42,70 @@ inline namespace XEB_ISA {
 namespace {
 
 constexpr int kLanes = simd::kNative<double>;
-static_assert(kLanes <= rng::kWhMostLanes, "chains of a WhLanes");
+// Independent registers of chains side by side: one element's sum is a long
+// chain of dependent roundings, and the processor overlaps those of
+// different registers within one step.
+constexpr int kRegisters = 2;
+static_assert(kLanes * kRegisters <= rng::kWhMostLanes, "chains of a WhLanes");
 
 using D = simd::Vec<double, kLanes>;
 using Pair = wide::Pair<kLanes>;
+using Registers = D[kRegisters][4];  // component i of each register's chains
 
 [[gnu::always_inline]] inline D next(D x, D a, D m, D inverse) {
+    constexpr double kRoundingShift = 0x1.8p52;
     const D y = x * a;
-    const D q = simd::convert<double>(simd::convert<int32_t>(y * inverse));
+    const D q = (simd::fma(y, inverse, simd::broadcast<D>(-0.5)) + kRoundingShift) - kRoundingShift;
     return simd::fnma(q, m, y);
 }
 
-// u (the sum less its integer part) times w, as an unrounded pair.
-[[gnu::always_inline]] inline Pair scaled_fraction(const D (&x)[4], const D (&c)[4], D w) {
-    Pair s = wide::round_to_64(wide::exact_product(x[3], c[3]));
-    for (int i = 2; i >= 0; --i) s = wide::sum_to_64(s, wide::round_to_64(wide::exact_product(x[i], c[i])));
-    const D whole = simd::convert<double>(simd::convert<int32_t>(s.hi + s.lo));
-    return {(s.hi - whole) * w, s.lo * w};
+// u (the sum less its integer part) times w, as an unrounded pair, for
+// each register, the registers in step.
+[[gnu::always_inline]] inline void scaled_fractions(const Registers& x, const D (&c)[4], D w, Pair (&u)[kRegisters]) {
+    Pair s[kRegisters];
+    for (int h = 0; h < kRegisters; ++h) s[h] = wide::round_to_64<false>(wide::exact_product(x[h][3], c[3]));
+    for (int i = 2; i >= 0; --i)
+        for (int h = 0; h < kRegisters; ++h)
+            s[h] = wide::sum_to_64(s[h], wide::round_to_64<false>(wide::exact_product(x[h][i], c[i])));
+    for (int h = 0; h < kRegisters; ++h) {
+        const D whole = simd::convert<double>(simd::convert<int32_t>(s[h].hi + s[h].lo));
+        u[h] = {(s[h].hi - whole) * w, s[h].lo * w};
+    }
 }
 
-template <class T, class Store>
+template <class Store>
 void run(rng::WhLanes& st, int32_t steps, double w, Store store) {
-    D x[4], c[4], a[4], m[4];
+    Registers x;
+    D c[4], a[4], m[4];
     for (int i = 0; i < 4; ++i) {
-        x[i] = simd::load<D>(st.x[i]);
+        for (int h = 0; h < kRegisters; ++h) x[h][i] = simd::load<D>(st.x[i] + h * kLanes);
         c[i] = simd::broadcast<D>(st.reciprocal[i]);
         a[i] = simd::broadcast<D>(st.stride[i]);
         m[i] = simd::broadcast<D>(st.modulus[i]);
     }
     const D scale = simd::broadcast<D>(w);
     for (int32_t k = 0; k < steps; ++k) {
-        store(k, scaled_fraction(x, c, scale));
-        for (int i = 0; i < 4; ++i) x[i] = next(x[i], a[i], m[i], c[i]);
+        Pair u[kRegisters];
+        scaled_fractions(x, c, scale, u);
+        for (int h = 0; h < kRegisters; ++h) store((static_cast<int64_t>(k) * kRegisters + h) * kLanes, u[h]);
+        for (int h = 0; h < kRegisters; ++h)
+            for (int i = 0; i < 4; ++i) x[h][i] = next(x[h][i], a[i], m[i], c[i]);
     }
-    for (int i = 0; i < 4; ++i) st.x[i][0] = simd::lane(x[i], 0);
+    for (int i = 0; i < 4; ++i) st.x[i][0] = simd::lane(x[0][i], 0);
 }
 
 void doubles(rng::WhLanes& st, int32_t steps, double* out, double w, double a) {
-    run<double>(st, steps, w, [out, a](int32_t k, Pair u) {
-        simd::store(out + static_cast<int64_t>(k) * kLanes, (u.hi + u.lo) + a);
-    });
+    run(st, steps, w, [out, a](int64_t i, Pair u) { simd::store(out + i, (u.hi + u.lo) + a); });
 }
 
 void floats(rng::WhLanes& st, int32_t steps, float* out, double w, float a) {
-    run<float>(st, steps, w, [out, a](int32_t k, Pair u) {
-        simd::store(out + static_cast<int64_t>(k) * kLanes, wide::to_float(u) + a);
-    });
+    run(st, steps, w, [out, a](int64_t i, Pair u) { simd::store(out + i, wide::to_float(u) + a); });
 }
 
 }  // namespace
 
 void fill_wh_table(rng::WhTable& t) {
-    t.lanes = kLanes;
+    t.lanes = kLanes * kRegisters;
     t.doubles = doubles;
     t.floats = floats;
 }
