@@ -9,8 +9,12 @@
 //             modulus;
 //   R250      std::subtract_with_carry_engine with the same lags, and GSL's
 //             r250 (the same recurrence);
+//   WH        a plain transcription of Wichmann and Hill's four-component
+//             generator (integer remainders, the fractional part of the
+//             sum in double);
 // and, for every generator, memcpy of an array of the same bytes: the
-// floor of any fill ("ours/memcpy").  The kernels run in the class in use
+// floor of any fill ("ours/memcpy").  MCG59 and WH fill floats on (0, 1)
+// too.  The kernels run in the class in use
 // (XEBRUK_KERNEL_CLASS picks another).
 #include <gsl/gsl_rng.h>
 
@@ -46,6 +50,23 @@ struct Mrg32k3aTranscription {
         if (p2 < 0.0) p2 += m2;
         s20 = s21, s21 = s22, s22 = p2;
         return static_cast<uint32_t>(p1 > p2 ? p1 - p2 : p1 - p2 + m1);
+    }
+};
+
+// Wichmann and Hill's four-component generator as they publish it
+// (integer remainders, the sum of the four ratios in double), with the
+// moduli and multipliers of WH's first set.
+struct WhTranscription {
+    static constexpr uint64_t m[4] = {16770647, 16770643, 16770623, 16770617};
+    static constexpr uint64_t a[4] = {125, 117, 127, 126};
+    uint64_t x[4] = {1, 1, 1, 1};
+    double next() {
+        double s = 0;
+        for (int i = 0; i < 4; ++i) {
+            x[i] = a[i] * x[i] % m[i];
+            s += static_cast<double>(x[i]) / static_cast<double>(m[i]);
+        }
+        return s - static_cast<int>(s);
     }
 };
 
@@ -91,6 +112,14 @@ auto double_fill(RukStream* s) {
     };
 }
 
+auto float_fill(RukStream* s) {
+    return [s](float* r, int n) {
+        RukBrngEntry row;
+        rukGetBrngProperties(s->brngId, &row);
+        row.sKernel(s, n, r, 0.0f, 1.0f);
+    };
+}
+
 struct Words4 {
     uint32_t w[4];
 };
@@ -131,6 +160,24 @@ void BM_Mcg59_Double_LinearCongruential(benchmark::State& st) {
     versus<double>(st, double_fill(s), [&] { return static_cast<double>(peer()) * 0x1p-59; });
     rukDeleteStream(&s);
 }
+void BM_Mcg59_Float_LinearCongruential(benchmark::State& st) {
+    RukStream* s = new_stream(RUK_BRNG_MCG59, {1});
+    Mcg59Peer peer(1);
+    versus<float>(st, float_fill(s), [&] { return static_cast<float>(peer()) * 0x1p-59f; });
+    rukDeleteStream(&s);
+}
+void BM_Wh_Double_Transcription(benchmark::State& st) {
+    RukStream* s = new_stream(RUK_BRNG_WH, {1});
+    WhTranscription peer;
+    versus<double>(st, double_fill(s), [&] { return peer.next(); });
+    rukDeleteStream(&s);
+}
+void BM_Wh_Float_Transcription(benchmark::State& st) {
+    RukStream* s = new_stream(RUK_BRNG_WH, {1});
+    WhTranscription peer;
+    versus<float>(st, float_fill(s), [&] { return static_cast<float>(peer.next()); });
+    rukDeleteStream(&s);
+}
 void BM_R250_Int_SubtractWithCarry(benchmark::State& st) {
     RukStream* s = new_stream(RUK_BRNG_R250, {1});
     R250Peer peer;
@@ -169,6 +216,12 @@ void BM_Double_Memcpy(benchmark::State& st) {
     versus_memcpy<double>(st, double_fill(s));
     rukDeleteStream(&s);
 }
+template <int32_t Id>
+void BM_Float_Memcpy(benchmark::State& st) {
+    RukStream* s = new_stream(Id, {1});
+    versus_memcpy<float>(st, float_fill(s));
+    rukDeleteStream(&s);
+}
 
 BENCHMARK(BM_Mrg32k3a_Int_Transcription)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Mrg32k3a_Int_Ecuyer1988)->Unit(benchmark::kMillisecond);
@@ -180,6 +233,8 @@ BENCHMARK(BM_Mcg59_Int_LinearCongruential)->Unit(benchmark::kMillisecond);
 BENCHMARK((BM_Int_Memcpy<RUK_BRNG_MCG59, uint64_t>))->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Mcg59_Double_LinearCongruential)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Double_Memcpy<RUK_BRNG_MCG59>)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Mcg59_Float_LinearCongruential)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Float_Memcpy<RUK_BRNG_MCG59>)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_R250_Int_SubtractWithCarry)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_R250_Int_Gsl)->Unit(benchmark::kMillisecond);
 BENCHMARK((BM_Int_Memcpy<RUK_BRNG_R250, uint32_t>))->Unit(benchmark::kMillisecond);
@@ -187,7 +242,10 @@ BENCHMARK(BM_R250_Double_SubtractWithCarry)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_R250_Double_Gsl)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Double_Memcpy<RUK_BRNG_R250>)->Unit(benchmark::kMillisecond);
 BENCHMARK((BM_Int_Memcpy<RUK_BRNG_WH, Words4>))->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Wh_Double_Transcription)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Double_Memcpy<RUK_BRNG_WH>)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Wh_Float_Transcription)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Float_Memcpy<RUK_BRNG_WH>)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

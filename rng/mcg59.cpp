@@ -19,14 +19,29 @@
 // 64-bit integer (below 2^59); x c is exact in the 64-bit significand and
 // x c + a is rounded once at the store.  On (0, 1) that is x / 2^59
 // correctly rounded.  The single kernel does the same from its float a
-// and b and rounds to float.
+// and b and rounds to float.  Where a is zero and c a power of two, the
+// AVX2 and AVX-512 classes run the chains and the conversion in vector
+// lanes (rng/simd/mcg59.cpp), the same bits.
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
+#include "frame/kernel_class.h"
 #include "rng/generator.h"
+#include "rng/mcg59_class.h"
 #include "rng/load_checks.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
+
+// The kernel classes' entries (rng/simd/mcg59.cpp).
+namespace xeb {
+namespace avx2 {
+void fill_mcg59_table(rng::Mcg59Table& t);
+}
+namespace avx512 {
+void fill_mcg59_table(rng::Mcg59Table& t);
+}
+}  // namespace xeb
 
 namespace xeb::rng {
 namespace {
@@ -101,9 +116,41 @@ bool valid_state(const unsigned char* bytes) {
 }
 const StateCheckRegistration kLoadCheck{rukBRngMCG59InitStream, valid_state};
 
+// The kernel classes' entries, filled at load; the baseline's are null.
+Mcg59Table tables[frame::kKernelClasses] = {};
+
+__attribute__((constructor(101))) void fill_at_load() {
+    const frame::KernelClass best = frame::machine_class();
+    if (best >= frame::KernelClass::Avx2) avx2::fill_mcg59_table(tables[1]);
+    if (best >= frame::KernelClass::Avx512) avx512::fill_mcg59_table(tables[2]);
+}
+
+// The whole blocks of chains of a call in the class in use, when it has an
+// entry and the scaling is exact (exact_scale); returns the count done.
+template <class T>
+int32_t class_reals(Mcg59::State& s, int32_t n, T* r, T a, T b) {
+    const Mcg59Table& t = tables[static_cast<int>(frame::kernel_class())];
+    if (t.doubles == nullptr || t.lanes > kMcg59MostLanes || n < t.lanes) return 0;
+    const frame::StreamControlWords control_words;
+    const long double c = (static_cast<long double>(b) - a) * kTwoToMinus59;
+    if (!exact_scale(a, c)) return 0;
+    uint64_t x[kMcg59MostLanes];
+    x[0] = s.x & kMask59;
+    for (int j = 1; j < t.lanes; ++j) x[j] = mul_mod_2p59(x[j - 1], s.multiplier);
+    const int32_t steps = n / t.lanes;
+    const uint64_t stride = rukiPowMod2P59(s.multiplier, t.lanes);
+    if constexpr (std::is_same_v<T, double>) t.doubles(x, stride, steps, r, static_cast<double>(c), a);
+    else t.floats(x, stride, steps, r, static_cast<float>(c), a);
+    s.x = x[0];
+    return steps * t.lanes;
+}
+
 template <class T>
 int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     auto& s = state_of<Mcg59::State>(stream);
+    const int32_t done = class_reals(s, n, r, a, b);
+    n -= done;
+    r += done;
     return real_from_words<uint64_t>(n, r, a, b, kTwoToMinus59,
                                      [&s](int32_t k, uint64_t* w) { generate(s, k, w); });
 }

@@ -31,17 +31,25 @@
 // Real output: s = x4 c4 + x3 c3 + x2 c2 + x1 c1 with c_i = 1/m_i in double,
 // summed from the left in the 64-bit significand; the integer part of s (in
 // 0 .. 3) comes from s rounded to double, u = s - integer part, and the
-// result u (b - a) + a is rounded once at the store.  It can equal a.
+// result u (b - a) + a is rounded once at the store.  It can equal a.  The
+// AVX2 and AVX-512 classes form the same bits in double lanes where a is
+// zero and b a power of two, the interval (0, 1) among them
+// (rng/simd/wh.cpp); other intervals, and states from outside, take the
+// x87 here.
 #include <emmintrin.h>
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
+#include "frame/kernel_class.h"
 #include "frame/kernel_frame.h"
 #include "rng/generator.h"
 #include "rng/registry.h"
 #include "rng/load_checks.h"
 #include "rng/wh.h"
+#include "rng/wh_class.h"
 #include "xebruk/rng_generators.h"
 #include "xebruk/rng_modular.h"
 
@@ -50,6 +58,20 @@ namespace xeb::rng {
 const WhParameters kWhParameters[kWhSets] = {
 #include "rng/wh_parameters.inc"
 };
+
+}  // namespace xeb::rng
+
+// The kernel classes' entries (rng/simd/wh.cpp).
+namespace xeb {
+namespace avx2 {
+void fill_wh_table(rng::WhTable& t);
+}
+namespace avx512 {
+void fill_wh_table(rng::WhTable& t);
+}
+}  // namespace xeb
+
+namespace xeb::rng {
 
 namespace {
 
@@ -204,6 +226,60 @@ int32_t real_kernel(RukStream* stream, int32_t n, T* r, T a, T b) {
     return RUK_OK;
 }
 
+// The kernel classes' entries, filled at load; the baseline's are null.
+WhTable tables[frame::kKernelClasses] = {};
+
+__attribute__((constructor(101))) void fill_at_load() {
+    const frame::KernelClass best = frame::machine_class();
+    if (best >= frame::KernelClass::Avx2) avx2::fill_wh_table(tables[1]);
+    if (best >= frame::KernelClass::Avx512) avx512::fill_wh_table(tables[2]);
+}
+
+// Whether the classes' lanes form r = u b exactly: a zero a, a power of two
+// b with every u b (u a multiple of 2^-87 below 1) a normal double.
+template <class T>
+bool lanes_scale(T a, T b) {
+    int exponent = 0;
+    const T mantissa = std::frexp(b, &exponent);
+    return a == 0 && (mantissa == T(0.5) || mantissa == T(-0.5)) && exponent > -900 && exponent < 900;
+}
+
+// The whole blocks of lanes of a call in the class in use, when it has an
+// entry and the call is one it forms; returns the count done (the rest is
+// for the x87).
+template <class T>
+int32_t class_reals(WhState& s, const WhParameters& p, int32_t n, T* r, T a, T b) {
+    const WhTable& t = tables[static_cast<int>(frame::kernel_class())];
+    if (t.doubles == nullptr || t.lanes > kWhMostLanes || n < t.lanes || !lanes_scale(a, b) ||
+        !fits_double_products(s, p))
+        return 0;
+    const frame::StreamControlWords control_words;
+    WhLanes lanes;
+    for (int i = 0; i < kWhComponents; ++i) {
+        const uint32_t m = p.modulus[i];
+        uint32_t x = s.x[i], power = 1;
+        for (int j = 0; j < t.lanes; ++j) {
+            lanes.x[i][j] = x;
+            x = mul_mod(x, s.a[i], m);
+            power = mul_mod(power, s.a[i], m);
+        }
+        lanes.stride[i] = power;
+        lanes.modulus[i] = m;
+        lanes.reciprocal[i] = p.reciprocal[i];
+    }
+    const int32_t steps = n / t.lanes;
+    if constexpr (std::is_same_v<T, double>) t.doubles(lanes, steps, r, b, a);
+    else t.floats(lanes, steps, r, b, a);
+    for (int i = 0; i < kWhComponents; ++i) s.x[i] = static_cast<uint32_t>(lanes.x[i][0]);
+    return steps * t.lanes;
+}
+
+template <class T>
+int32_t reals(RukStream* stream, int32_t n, T* r, T a, T b) {
+    const int32_t done = class_reals(state_of<WhState>(stream), parameters_of(stream), n, r, a, b);
+    return real_kernel(stream, n - done, r + done, a, b);
+}
+
 }  // namespace
 
 
@@ -247,9 +323,9 @@ int32_t rukiBRngWH(RukStream* stream, int32_t n, uint32_t* r) {
 }
 
 int32_t rukdBRngWH(RukStream* stream, int32_t n, double* r, double a, double b) {
-    return real_kernel(stream, n, r, a, b);
+    return reals(stream, n, r, a, b);
 }
 
 int32_t ruksBRngWH(RukStream* stream, int32_t n, float* r, float a, float b) {
-    return real_kernel(stream, n, r, a, b);
+    return reals(stream, n, r, a, b);
 }

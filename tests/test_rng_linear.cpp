@@ -169,6 +169,69 @@ TEST(LinearGenerators, RealOutputScalesEachElement) {
         }
 }
 
+// WH's reals are the x87's: s = ((x4 c4 + x3 c3) + x2 c2) + x1 c1 in the
+// 64-bit significand, u = s - trunc(double(s)), u b rounded once; MCG59's
+// are its word times 2^-59 b rounded once.  The classes form these in
+// double lanes for a zero a and a power-of-two b: such b here, small,
+// large and negative, in random splits, half under hostile control words,
+// over enough elements that ties of the 64-bit roundings come by the
+// thousand.
+long double wh_unit(const uint32_t* w) {
+    const xeb::rng::WhParameters& p = xeb::rng::kWhParameters[kWhSub];
+    auto term = [&](int i) { return w[i] * static_cast<long double>(p.reciprocal[i]); };
+    const long double s = term(3) + term(2) + term(1) + term(0);
+    return s - static_cast<int>(static_cast<double>(s));
+}
+long double mcg59_unit(const uint32_t* w) {
+    return std::ldexp(static_cast<long double>(w[0] | uint64_t{w[1]} << 32), -59);
+}
+
+TEST(LinearGenerators, RealsFromZeroAreTheWideValueRoundedOnce) {
+    const int n = static_cast<int>(xt::scaled(1 << 17, 1 << 14));
+    std::mt19937 rng(59);
+    struct Generator {
+        int32_t id;
+        Words seed;
+        long double (*unit)(const uint32_t*);
+    };
+    for (const Generator& g : {Generator{RUK_BRNG_WH + kWhSub, {11, 22, 33, 44}, wh_unit},
+                               Generator{RUK_BRNG_MCG59, {0x9E3779B9, 0x12345}, mcg59_unit}}) {
+        const RukBrngEntry e = row_of(g.id);
+        StreamHandle hw;
+        make(hw, g.id, g.seed);
+        const Words w = words(hw.get(), n);
+        const std::size_t per = w.size() / static_cast<std::size_t>(n);
+        struct Scale {
+            double b;
+            float bs;  // a float subnormal among them
+        };
+        for (const auto [b, bs] : {Scale{1.0, 1.0f}, Scale{0x1p-3, 0x1p-3f}, Scale{-4.0, -4.0f},
+                                   Scale{0x1p-899, 0x1p-140f}, Scale{0x1p899, 0x1p100f}}) {
+            StreamHandle hd, hs;
+            make(hd, g.id, g.seed);
+            make(hs, g.id, g.seed);
+            std::vector<double> d(n);
+            std::vector<float> f(n);
+            for (int done = 0, take; done < n; done += take) {
+                take = std::min(1 + static_cast<int>(rng() % 5000), n - done);
+                auto fill = [&] {
+                    e.dKernel(hd.get(), take, &d[done], 0.0, b);
+                    e.sKernel(hs.get(), take, &f[done], 0.0f, bs);
+                };
+                if (rng() & 1) xt::under_odd_control_words(fill);
+                else fill();
+            }
+            for (int i = 0; i < n; ++i) {
+                const long double u = g.unit(&w[i * per]);
+                ASSERT_EQ(d[i], static_cast<double>(u * b)) << g.id << " b=" << b << " " << i;
+                ASSERT_EQ(f[i], static_cast<float>(u * bs)) << g.id << " b=" << bs << " " << i;
+            }
+            EXPECT_EQ(state(hd.get()), state(hw.get()));
+            EXPECT_EQ(state(hs.get()), state(hw.get()));
+        }
+    }
+}
+
 TEST(LinearGenerators, JumpsAgainstDrawing) {
     for (const Linear& g : kLinear) {
         if (!g.jumps) continue;
