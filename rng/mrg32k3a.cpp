@@ -265,13 +265,23 @@ bool class_doubles(RukStream* stream, int32_t n, double* r, double a, double b) 
 // the low 29 bits of v's significand are within 2 of 2^28 (a midpoint is
 // never within them of a power of two, so v shares its binade): elements
 // within 4, about one in 2^26, take the baseline's formula.  c and m1 c
-// stay in the normal range of floats.
+// stay in the normal range of floats.  The kernel classes run the same in
+// their chains (rng/simd/mrg32k3a.cpp).
 bool floats_from_zero(RukStream* stream, int32_t n, float* r, float a, float b) {
     if (a != 0) return false;
     const frame::StreamControlWords control_words;
     const long double c = (static_cast<long double>(b) - a) * kInverseM1;
     if (exact_scale(a, c) || !(std::fabs(c) >= FLT_MIN && std::fabs(c) <= FLT_MAX * 0x1p-33L)) return false;
     const double hi = static_cast<double>(c), lo = static_cast<double>(c - hi);
+    const Mrg32k3aTable& t = table_in_use();
+    if (t.scaled_floats != nullptr && t.chains <= kMostChains) {
+        in_chains(state_of<Mrg32k3a::State>(stream), n, r, t.chains,
+                  [&t, hi, lo, c](const uint32_t(*start)[6], int32_t steps, float* out) {
+                      t.scaled_floats(start, steps, out, hi, lo, c);
+                  },
+                  [c](float* o, uint64_t z) { *o = static_cast<float>(z * c); });
+        return true;
+    }
     constexpr int32_t kBlock = 4096;
     uint32_t w[kBlock];
     auto& s = state_of<Mrg32k3a::State>(stream);

@@ -35,12 +35,13 @@
 // |l| > s/2 / (1 + 2^-10) (about one output in 2^10), take the baseline's
 // formula one by one.  The caller keeps c and m1 c inside the normal range
 // of doubles and runs this under its control words (x87 at 64 bits, MXCSR
-// rounding to nearest).
+// rounding to nearest).  Floats from a = 0 likewise, at scaled_floats.
 #include <cmath>
 
 #include "frame/simd.h"
 #include "rng/mrg32k3a_class.h"
 #include "rng/mrg32k3a_lanes.h"
+#include "xebruk/rng_modular.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -94,8 +95,9 @@ struct Chains {
 // Chains j = 0 .. kChainCount - 1 from start[j], `steps` (a multiple of
 // kLanes) each: out[j steps + i] = convert(step i of chain j, flags), a
 // register of kLanes chains at a time.  convert sets in flags the lanes
-// it leaves to repair(stored value), run after the register's stores; the
-// test stays free of branches, which would break up the unrolled steps.
+// it leaves to repair(stored value, start[j], step), run after the
+// register's stores; the test stays free of branches, which would break up
+// the unrolled steps.
 template <class T, class Convert, class Repair>
 void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert convert, Repair repair) {
     using Out = decltype(convert(D{}, std::declval<unsigned&>()));
@@ -126,8 +128,8 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
         for (int h = 0; h < kRegisters; ++h)
             for (uint64_t m = flagged[h]; m != 0; m &= m - 1) {
                 const int k = __builtin_ctzll(m);
-                T& v = row[h * kLanes + k % kLanes][i + k / kLanes];
-                v = repair(v);
+                const int j = h * kLanes + k % kLanes;
+                repair(row[j][i + k / kLanes], start[j], i + k / kLanes);
             }
     }
 }
@@ -144,7 +146,7 @@ void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
                 return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
             }
         },
-        [](uint32_t v) { return v; });
+        [](uint32_t&, const uint32_t*, int32_t) {});
 }
 
 // A flagged lane's z is the nearest integer to h/c, within z 2^-53 < 2^-21
@@ -159,8 +161,32 @@ void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, doub
             flags = simd::bits(simd::compare<simd::Cmp::Ne>(simd::fma(l, kNearMidpoint, h), h));
             return h;
         },
-        [wide_c](double h) {
-            return static_cast<double>(std::nearbyint(static_cast<long double>(h) / wide_c) * wide_c);
+        [wide_c](double& h, const uint32_t*, int32_t) {
+            h = static_cast<double>(std::nearbyint(static_cast<long double>(h) / wide_c) * wide_c);
+        });
+}
+
+// Floats from a = 0 (the argument is in rng/mrg32k3a.cpp): v = z hi + z lo,
+// here in one fused multiply-add, within two ulps of double of z c; lanes
+// whose v lies within 4 ulps of a midpoint of the float grid (the low 29
+// bits of its significand within 4 of 2^28), about one in 2^26, get z
+// again by a jump of their chain's start and the baseline's formula.
+void scaled_floats(const uint32_t (*start)[6], int32_t steps, float* out, double hi, double lo, long double c) {
+    run_chains(
+        start, steps, out,
+        [hi, lo](D z, unsigned& flags) {
+            const D v = simd::fma(z, hi, z * lo);
+            const auto below = (simd::bitcast<uint64_t>(v) & uint64_t{0x1FFFFFFF}) - uint64_t{0x10000000 - 4};
+            flags = simd::bits(simd::compare<simd::Cmp::Le>(below, uint64_t{8}));
+            return simd::convert<float>(v);
+        },
+        [c](float& f, const uint32_t* chain_start, int32_t step) {
+            uint32_t x[3] = {chain_start[0], chain_start[1], chain_start[2]};
+            uint32_t y[3] = {chain_start[3], chain_start[4], chain_start[5]};
+            rukiVect3PowMod(x, kCoefficients1, kM1, step + 1);
+            rukiVect3PowMod(y, kCoefficients2, kM2, step + 1);
+            const uint64_t z = x[2] > y[2] ? x[2] - y[2] : uint64_t{x[2]} + kM1 - y[2];
+            f = static_cast<float>(z * c);
         });
 }
 
@@ -170,6 +196,7 @@ void fill_mrg32k3a_table(rng::Mrg32k3aTable& t) {
     t.chains = kChainCount;
     t.words = words;
     t.scaled_doubles = scaled_doubles;
+    t.scaled_floats = scaled_floats;
 }
 
 }  // namespace XEB_ISA
