@@ -13,8 +13,8 @@
 //             generator (integer remainders, the fractional part of the
 //             sum in double);
 // and, for every generator, memcpy of an array of the same bytes: the
-// floor of any fill ("ours/memcpy").  MCG59 and WH fill floats on (0, 1)
-// too.  The kernels run in the class in use
+// floor of any fill ("ours/memcpy").  MRG32K3A, MCG59 and WH fill floats on
+// (0, 1) too.  The kernels run in the class in use
 // (XEBRUK_KERNEL_CLASS picks another).
 #include <gsl/gsl_rng.h>
 
@@ -142,6 +142,14 @@ void BM_Mrg32k3a_Double_Transcription(benchmark::State& st) {
     versus<double>(st, double_fill(s), [&] { return peer.next() * (1.0 / 4294967088.0); });
     rukDeleteStream(&s);
 }
+void BM_Mrg32k3a_Float_Transcription(benchmark::State& st) {
+    RukStream* s = new_stream(RUK_BRNG_MRG32K3A, std::vector<uint32_t>(6, 12345));
+    Mrg32k3aTranscription peer;
+    versus<float>(st,
+                  [s](float* r, int n) { ruksBRngMRG32K3A(s, n, r, 0.0f, 1.0f); },
+                  [&] { return static_cast<float>(peer.next() * (1.0 / 4294967088.0)); });
+    rukDeleteStream(&s);
+}
 void BM_Mrg32k3a_Double_Ecuyer1988(benchmark::State& st) {
     RukStream* s = new_stream(RUK_BRNG_MRG32K3A, std::vector<uint32_t>(6, 12345));
     boost::random::ecuyer1988 peer;
@@ -229,6 +237,8 @@ BENCHMARK((BM_Int_Memcpy<RUK_BRNG_MRG32K3A, uint32_t>))->Unit(benchmark::kMillis
 BENCHMARK(BM_Mrg32k3a_Double_Transcription)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Mrg32k3a_Double_Ecuyer1988)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Double_Memcpy<RUK_BRNG_MRG32K3A>)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Mrg32k3a_Float_Transcription)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Float_Memcpy<RUK_BRNG_MRG32K3A>)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Mcg59_Int_LinearCongruential)->Unit(benchmark::kMillisecond);
 BENCHMARK((BM_Int_Memcpy<RUK_BRNG_MCG59, uint64_t>))->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Mcg59_Double_LinearCongruential)->Unit(benchmark::kMillisecond);

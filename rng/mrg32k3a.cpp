@@ -39,7 +39,9 @@
 // double 0x3DF000000D10000B; z c + a is formed in the 64-bit significand
 // and rounded once at the store (single kernel: from the float a and b,
 // rounded to float).  z can be m1, so b itself can come out.  With a = 0
-// and c a double, the classes form the same bits from double products.
+// and c a double, the classes form the same bits from double products;
+// floats from a = 0 come the same way from double products in every class
+// (floats_from_zero).
 #include <emmintrin.h>
 
 #include <cfloat>
@@ -254,6 +256,49 @@ bool class_doubles(RukStream* stream, int32_t n, double* r, double a, double b) 
     return true;
 }
 
+// Floats from a = 0: z c, with c = b (1/m1) in the 64-bit significand,
+// rounded to 64 bits and then to float.  With c = hi + lo (hi = c rounded
+// to double, lo = c - hi exactly), v = z hi + z lo in double is within two
+// ulps of double of z c (one rounding of each product and of the sum; z lo
+// is below 2^-52 z c).  Rounded to float, v gives the baseline's number
+// unless a midpoint of the float grid lies within those two ulps, where
+// the low 29 bits of v's significand are within 2 of 2^28 (a midpoint is
+// never within them of a power of two, so v shares its binade): elements
+// within 4, about one in 2^26, take the baseline's formula.  c and m1 c
+// stay in the normal range of floats.  The kernel classes run the same in
+// their chains (rng/simd/mrg32k3a.cpp).
+bool floats_from_zero(RukStream* stream, int32_t n, float* r, float a, float b) {
+    if (a != 0) return false;
+    const frame::StreamControlWords control_words;
+    const long double c = (static_cast<long double>(b) - a) * kInverseM1;
+    if (exact_scale(a, c) || !(std::fabs(c) >= FLT_MIN && std::fabs(c) <= FLT_MAX * 0x1p-33L)) return false;
+    const double hi = static_cast<double>(c), lo = static_cast<double>(c - hi);
+    const Mrg32k3aTable& t = table_in_use();
+    if (t.scaled_floats != nullptr && t.chains <= kMostChains) {
+        in_chains(state_of<Mrg32k3a::State>(stream), n, r, t.chains,
+                  [&t, hi, lo, c](const uint32_t(*start)[6], int32_t steps, float* out) {
+                      t.scaled_floats(start, steps, out, hi, lo, c);
+                  },
+                  [c](float* o, uint64_t z) { *o = static_cast<float>(z * c); });
+        return true;
+    }
+    constexpr int32_t kBlock = 4096;
+    uint32_t w[kBlock];
+    auto& s = state_of<Mrg32k3a::State>(stream);
+    for (int32_t done = 0; done < n; done += kBlock) {
+        const int32_t k = n - done < kBlock ? n - done : kBlock;
+        generate(s, k, w);
+        for (int32_t i = 0; i < k; ++i) {
+            const double z = w[i], v = z * hi + z * lo;
+            uint64_t bits;
+            std::memcpy(&bits, &v, sizeof bits);
+            const uint32_t below = static_cast<uint32_t>(bits) & 0x1FFFFFFFu;
+            r[done + i] = below - (0x10000000u - 4) <= 8 ? static_cast<float>(w[i] * c) : static_cast<float>(v);
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 
@@ -277,5 +322,6 @@ int32_t rukdBRngMRG32K3A(RukStream* stream, int32_t n, double* r, double a, doub
 }
 
 int32_t ruksBRngMRG32K3A(RukStream* stream, int32_t n, float* r, float a, float b) {
+    if (floats_from_zero(stream, n, r, a, b)) return RUK_OK;
     return real_kernel(stream, n, r, a, b);
 }

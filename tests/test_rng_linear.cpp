@@ -377,34 +377,44 @@ TEST(Mrg32k3a, PublishedOutputsSeedsAndSequence) {
     }
 }
 
-// Doubles from a = 0 are each word times c = b (1/m1), the product rounded
-// to the 64-bit significand and then to double; where the first rounding
-// lands on a midpoint of the double grid, that is not the product rounded
-// once (about one output in 4000, so a million outputs meet it).  Every b
-// here, in random splits and under hostile control words: the classes'
-// double arithmetic must find each such output.
-TEST(Mrg32k3a, DoublesFromZeroRoundThroughTheWideSignificand) {
+// Doubles and floats from a = 0 are each word times c = b (1/m1), the
+// product rounded to the 64-bit significand and then to double or float;
+// where the first rounding lands on a midpoint of the coarser grid, that
+// is not the product rounded once (for doubles about one output in 4000,
+// so a million outputs meet it).  Every b here, in random splits and under
+// hostile control words: the double arithmetic must find each such output.
+TEST(Mrg32k3a, RealsFromZeroRoundThroughTheWideSignificand) {
     const int n = static_cast<int>(xt::scaled(1 << 20, 1 << 16));
     std::mt19937 rng(76);
-    // c normal, and small, large, a power of two, negative; and c outside
-    // the normal range of doubles (subnormal, or m1 c beyond it).
-    for (const double b : {1.0, 3.0, 0.7, -2.0, 0x1p-1000, 1e300, 0x1p32, 1e308, 0x1p-1050}) {
-        StreamHandle hw, hd;
+    // Outputs on (0, b) in random splits against the words times c.
+    const auto check = [&](auto b, auto kernel) {
+        using T = decltype(b);
+        StreamHandle hw, hr;
         make(hw, RUK_BRNG_MRG32K3A, {11, 22, 33, 44, 55, 66});
-        make(hd, RUK_BRNG_MRG32K3A, {11, 22, 33, 44, 55, 66});
+        make(hr, RUK_BRNG_MRG32K3A, {11, 22, 33, 44, 55, 66});
         const Words z = words(hw.get(), n);
-        std::vector<double> d(n);
+        std::vector<T> r(n);
         xt::under_odd_control_words([&] {
             for (int done = 0, take; done < n; done += take) {
                 take = std::min(1 + static_cast<int>(rng() % 70000), n - done);
-                rukdBRngMRG32K3A(hd.get(), take, &d[done], 0.0, b);
+                kernel(hr.get(), take, &r[done], T{0}, b);
             }
         });
         const long double c = static_cast<long double>(b) * 0x1.000000d10000bp-32;
-        for (int i = 0; i < n; ++i)
-            ASSERT_EQ(d[i], static_cast<double>(z[i] * c)) << b << " " << i << " " << z[i];
-        EXPECT_EQ(state(hd.get()), state(hw.get())) << b;
-    }
+        for (int i = 0; i < n; ++i) ASSERT_EQ(r[i], static_cast<T>(z[i] * c)) << b << " " << i << " " << z[i];
+        EXPECT_EQ(state(hr.get()), state(hw.get())) << b;
+    };
+    // c normal, and small, large, a power of two, negative; and c outside
+    // the normal range of doubles (subnormal, or m1 c beyond it).
+    for (const double b : {1.0, 3.0, 0.7, -2.0, 0x1p-1000, 1e300, 0x1p32, 1e308, 0x1p-1050})
+        check(b, rukdBRngMRG32K3A);
+    // Floats the same way, from double products: c = b/m1 also below and
+    // above the normal range of floats; the last three b (found by search)
+    // put an output within two ulps of double of a midpoint of the float
+    // grid, where the double product alone rounds wrong.
+    for (const float b : {1.0f, 3.0f, 0.7f, -2.0f, 0x1p-100f, 1e30f, 0x1p32f, 0x1p-110f, 0x1p100f, 0x1.270294p+0f,
+                          0x1.007f34p-1f, 0x1.e6859cp+0f})
+        check(b, ruksBRngMRG32K3A);
 }
 
 TEST(Mrg32k3a, JumpsOfTwoTo76AndPastTwoTo32) {

@@ -13,9 +13,10 @@
 // rounds it to an integer, less 1.5 2^52: q is the nearest integer to t/m
 // or, within 2^-31 of a half, its neighbour.  t - q m, formed by
 // one fused multiply-add, is exact (an integer below 2^33) and within
-// m/2 + 2 of zero.  The combination takes each residue to 0 .. m - 1 and
-// gives z = x - y + (m1 where x <= y), in 1 .. m1, exactly as the integer
-// code does.
+// m/2 + 2 of zero.  The combination takes y's residue to 0 .. m2 - 1 and
+// x - y to 1 .. m1 by adding m1 once or twice: z = x - y + (m1 where
+// x <= y), exactly as the integer code does.  Each conditional add is one
+// compare and one masked add.
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
 // each holds N consecutive outputs of one chain: one whole store.
@@ -23,20 +24,24 @@
 // Doubles on (0, 1) and other intervals with a = 0: the baseline rounds
 // the exact product z c (z below 2^32, c a double) to the 64-bit
 // significand and then to double.  That equals the product rounded once,
-// h = z c in double, except where the first rounding lands on a midpoint of
-// the double grid: with the exact remainder l = z c - h (a fused
-// multiply-subtract), in the binade [2^e, 2^(e+1)) of h with ulp
-// u = 2^(e-52), that is |l| >= u/2 - u 2^-12.  Lanes with |l| at or above
-// 2^e (2^-53 - 2^-60) (a margin of 2^4 over that bound) take the
-// baseline's formula one by one: about one output in 2^10.  For h a power
-// of two, whose lower neighbour lies in the binade below, e is taken one
-// lower (the exponent of the double below h), which flags every |l| from
-// a quarter ulp on.  The caller
-// keeps c and m1 c inside the normal range of doubles and runs this under
-// its control words (x87 at 64 bits, MXCSR rounding to nearest).
+// h = z c in double, except where the first rounding lands on the midpoint
+// between h and its neighbour on the side of the exact remainder
+// l = z c - h (a fused multiply-subtract).  With s the spacing of doubles
+// on that side (an ulp u of h, or u/2 below a power of two), the 64-bit
+// grid there has spacing at most s 2^-11, so that needs |l| >= s/2 (1 -
+// 2^-11).  Every such lane has h + l (1 + 2^-10) beyond the midpoint, as
+// (1 - 2^-11)(1 + 2^-10) > 1, so that sum, rounded once in a fused
+// multiply-add, differs from h: those lanes, and the few others with
+// |l| > s/2 / (1 + 2^-10) (about one output in 2^10), take the baseline's
+// formula one by one.  The caller keeps c and m1 c inside the normal range
+// of doubles and runs this under its control words (x87 at 64 bits, MXCSR
+// rounding to nearest).  Floats from a = 0 likewise, at scaled_floats.
+#include <cmath>
+
 #include "frame/simd.h"
 #include "rng/mrg32k3a_class.h"
 #include "rng/mrg32k3a_lanes.h"
+#include "xebruk/rng_modular.h"
 
 namespace xeb {
 inline namespace XEB_ISA {
@@ -51,6 +56,7 @@ using D = simd::Vec<double, kLanes>;
 using Words = simd::Vec<uint32_t, kLanes>;
 
 constexpr double kRoundingShift = 0x1.8p52;  // x + 1.5 2^52 - 1.5 2^52: x to the nearest integer
+constexpr double kNearMidpoint = 1 + 0x1p-10;  // the doubles' test, at the top
 
 // t - round(t / m) m for |t| < 2^53, as argued at the top.
 template <uint32_t M>
@@ -60,10 +66,14 @@ template <uint32_t M>
     return simd::fnma(q, simd::broadcast<D>(double(M)), t);
 }
 
-// r in 0 .. m - 1 from |r| <= m/2 + 2.
-template <uint32_t M>
-[[gnu::always_inline]] inline D canonical(D r) {
-    return simd::select(simd::compare<simd::Cmp::Lt>(r, 0.0), r + double(M), r);
+// r + k in the lanes of m, r elsewhere: one masked add (AVX-512), or the
+// constant's bits kept where m holds and added (AVX2).
+[[gnu::always_inline]] inline D add_where(simd::MaskOf<double, kLanes> m, D r, double k) {
+#if XEB_ISA_AVX512
+    return D{_mm512_mask_add_pd(r.v, m.m, r.v, _mm512_set1_pd(k))};
+#else
+    return r + simd::select(m, simd::broadcast<D>(k), simd::broadcast<D>(0.0));
+#endif
 }
 
 struct Chains {
@@ -73,29 +83,24 @@ struct Chains {
         const D q = reduce<kM2>(simd::fma(y[0], -double(kA23), y[2] * double(kA21)));
         push(x, p);
         push(y, q);
-        const D d = canonical<kM1>(p) - canonical<kM2>(q);
-        return simd::select(simd::compare<simd::Cmp::Gt>(d, 0.0), d, d + double(kM1));
+        // d = p - (q in 0 .. m2 - 1), from -m1/2 - m2 - 1 to m1/2 + 2, is
+        // z less 0, 1 or 2 times m1.
+        const D d = p - add_where(simd::compare<simd::Cmp::Lt>(q, 0.0), q, double(kM2));
+        const auto once = simd::compare<simd::Cmp::Le>(d, 0.0);
+        const auto twice = simd::compare<simd::Cmp::Le>(d, -double(kM1));
+        return add_where(twice, add_where(once, d, double(kM1)), double(kM1));
     }
 };
 
-// Outputs a register's conversion leaves to the one-lane formula: step s
-// of chain j, with its value.
-struct Patch {
-    int chain, step;
-    double value;
-};
-struct Patches {
-    Patch at[kChainCount * kLanes];
-    int count = 0;
-};
-
 // Chains j = 0 .. kChainCount - 1 from start[j], `steps` (a multiple of
-// kLanes) each: out[j steps + i] = convert(step i of chain j), a register
-// of kLanes chains at a time; convert(z, first chain, step, patches) may
-// leave lanes to patches, written after the register's stores.
-template <class T, class Convert>
-void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert convert) {
-    using Out = decltype(convert(D{}, 0, 0, std::declval<Patches&>()));
+// kLanes) each: out[j steps + i] = convert(step i of chain j, flags), a
+// register of kLanes chains at a time.  convert sets in flags the lanes
+// it leaves to repair(stored value, start[j], step), run after the
+// register's stores; the test stays free of branches, which would break up
+// the unrolled steps.
+template <class T, class Convert, class Repair>
+void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert convert, Repair repair) {
+    using Out = decltype(convert(D{}, std::declval<unsigned&>()));
     Chains c[kRegisters];
     for (int h = 0; h < kRegisters; ++h)
         for (int k = 0; k < 3; ++k)
@@ -103,54 +108,86 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
                 c[h].x[k].v[l] = start[h * kLanes + l][k];
                 c[h].y[k].v[l] = start[h * kLanes + l][3 + k];
             }
-    Patches patches;
+    T* row[kChainCount];
+    for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
     for (int32_t i = 0; i < steps; i += kLanes) {
         Out z[kRegisters][kLanes];
+        uint64_t flagged[kRegisters] = {};  // bit s kLanes + l: step s of lane l
 #pragma GCC unroll 8
         for (int s = 0; s < kLanes; ++s)
 #pragma GCC unroll 4
-            for (int h = 0; h < kRegisters; ++h) z[h][s] = convert(c[h].step(), h * kLanes, s, patches);
+            for (int h = 0; h < kRegisters; ++h) {
+                unsigned flags = 0;
+                z[h][s] = convert(c[h].step(), flags);
+                flagged[h] |= uint64_t{flags} << (s * kLanes);
+            }
         for (int h = 0; h < kRegisters; ++h) {
             simd::transpose(z[h]);
-            for (int l = 0; l < kLanes; ++l) simd::store(out + static_cast<int64_t>(h * kLanes + l) * steps + i, z[h][l]);
+            for (int l = 0; l < kLanes; ++l) simd::store(row[h * kLanes + l] + i, z[h][l]);
         }
-        for (int k = 0; k < patches.count; ++k) {
-            const Patch& p = patches.at[k];
-            out[static_cast<int64_t>(p.chain) * steps + i + p.step] = static_cast<T>(p.value);
-        }
-        patches.count = 0;
+        for (int h = 0; h < kRegisters; ++h)
+            for (uint64_t m = flagged[h]; m != 0; m &= m - 1) {
+                const int k = __builtin_ctzll(m);
+                const int j = h * kLanes + k % kLanes;
+                repair(row[j][i + k / kLanes], start[j], i + k / kLanes);
+            }
     }
 }
 
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
-    run_chains(start, steps, out, [](D z, int, int, Patches&) {
-        if constexpr (XEB_ISA_AVX512) {
-            return Words{__builtin_convertvector(z.v, Words::Raw)};  // one unsigned conversion
-        } else {
-            // z - 2^31 as a signed word, its top bit flipped back.
-            using I = simd::Vec<int32_t, kLanes>;
-            return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
-        }
-    });
+    run_chains(
+        start, steps, out,
+        [](D z, unsigned&) {
+            if constexpr (XEB_ISA_AVX512) {
+                return Words{__builtin_convertvector(z.v, Words::Raw)};  // one unsigned conversion
+            } else {
+                // z - 2^31 as a signed word, its top bit flipped back.
+                using I = simd::Vec<int32_t, kLanes>;
+                return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
+            }
+        },
+        [](uint32_t&, const uint32_t*, int32_t) {});
 }
 
+// A flagged lane's z is the nearest integer to h/c, within z 2^-53 < 2^-21
+// of it; the baseline's formula then gives the value.
 void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, double c) {
     const long double wide_c = c;
-    run_chains(start, steps, out, [c, wide_c](D z, int chain, int step, Patches& patches) {
-        const D h = z * c;
-        const D l = simd::fms(z, simd::broadcast<D>(c), h);
-        // 2^e of h's binade; of the binade below for a power of two.
-        const D binade = simd::bitcast<double>((simd::bitcast<uint64_t>(h) - uint64_t{1}) & 0x7FF0000000000000ull);
-        const D size = simd::bitcast<double>(simd::bitcast<uint64_t>(l) & 0x7FFFFFFFFFFFFFFFull);
-        const auto redo = simd::compare<simd::Cmp::Ge>(size, binade * (0x1p-53 - 0x1p-60));
-        if (__builtin_expect(simd::any(redo), 0))
-            for (unsigned m = simd::bits(redo); m != 0; m &= m - 1) {
-                const int k = __builtin_ctz(m);
-                patches.at[patches.count++] = {chain + k, step,
-                                               static_cast<double>(static_cast<long double>(z.v[k]) * wide_c)};
-            }
-        return h;
-    });
+    run_chains(
+        start, steps, out,
+        [c](D z, unsigned& flags) {
+            const D h = z * c;
+            const D l = simd::fms(z, simd::broadcast<D>(c), h);
+            flags = simd::bits(simd::compare<simd::Cmp::Ne>(simd::fma(l, kNearMidpoint, h), h));
+            return h;
+        },
+        [wide_c](double& h, const uint32_t*, int32_t) {
+            h = static_cast<double>(std::nearbyint(static_cast<long double>(h) / wide_c) * wide_c);
+        });
+}
+
+// Floats from a = 0 (the argument is in rng/mrg32k3a.cpp): v = z hi + z lo,
+// here in one fused multiply-add, within two ulps of double of z c; lanes
+// whose v lies within 4 ulps of a midpoint of the float grid (the low 29
+// bits of its significand within 4 of 2^28), about one in 2^26, get z
+// again by a jump of their chain's start and the baseline's formula.
+void scaled_floats(const uint32_t (*start)[6], int32_t steps, float* out, double hi, double lo, long double c) {
+    run_chains(
+        start, steps, out,
+        [hi, lo](D z, unsigned& flags) {
+            const D v = simd::fma(z, hi, z * lo);
+            const auto below = (simd::bitcast<uint64_t>(v) & uint64_t{0x1FFFFFFF}) - uint64_t{0x10000000 - 4};
+            flags = simd::bits(simd::compare<simd::Cmp::Le>(below, uint64_t{8}));
+            return simd::convert<float>(v);
+        },
+        [c](float& f, const uint32_t* chain_start, int32_t step) {
+            uint32_t x[3] = {chain_start[0], chain_start[1], chain_start[2]};
+            uint32_t y[3] = {chain_start[3], chain_start[4], chain_start[5]};
+            rukiVect3PowMod(x, kCoefficients1, kM1, step + 1);
+            rukiVect3PowMod(y, kCoefficients2, kM2, step + 1);
+            const uint64_t z = x[2] > y[2] ? x[2] - y[2] : uint64_t{x[2]} + kM1 - y[2];
+            f = static_cast<float>(z * c);
+        });
 }
 
 }  // namespace
@@ -159,6 +196,7 @@ void fill_mrg32k3a_table(rng::Mrg32k3aTable& t) {
     t.chains = kChainCount;
     t.words = words;
     t.scaled_doubles = scaled_doubles;
+    t.scaled_floats = scaled_floats;
 }
 
 }  // namespace XEB_ISA
