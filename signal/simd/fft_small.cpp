@@ -135,7 +135,7 @@ XEB_AI void dft(Cx<L>* x) {
             x[k + 4] = sub(e[k], w[k]);
         }
     } else {
-        constexpr int R1 = R >= 32 ? 8 : 4, R2 = R / R1;
+        constexpr int R1 = R >= 64 ? 8 : 4, R2 = R / R1;
         Cx<L> u[R];  // u[k1 R2 + j2]
 #pragma GCC unroll 16
         for (int j2 = 0; j2 < R2; ++j2) {
