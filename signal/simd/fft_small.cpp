@@ -178,28 +178,11 @@ XEB_AI void store_pairs(float* p, Cx<4> x) {
 }
 
 // Rows r of 8 lanes into columns: out[j] lane r = v[r] lane j, for 8 or
-// 4 rows (then out[j] has 4 lanes).
-XEB_AI void transpose(const V<8>* v, V<8>* out) {
-    using R = V<8>::Raw;
-    R t[8], u[8];
-    for (int i = 0; i < 8; i += 2) {
-        t[i] = __builtin_shufflevector(v[i].v, v[i + 1].v, 0, 8, 1, 9, 4, 12, 5, 13);
-        t[i + 1] = __builtin_shufflevector(v[i].v, v[i + 1].v, 2, 10, 3, 11, 6, 14, 7, 15);
-    }
-    for (int i = 0; i < 8; i += 4) {
-        u[i] = __builtin_shufflevector(t[i], t[i + 2], 0, 1, 8, 9, 4, 5, 12, 13);
-        u[i + 1] = __builtin_shufflevector(t[i], t[i + 2], 2, 3, 10, 11, 6, 7, 14, 15);
-        u[i + 2] = __builtin_shufflevector(t[i + 1], t[i + 3], 0, 1, 8, 9, 4, 5, 12, 13);
-        u[i + 3] = __builtin_shufflevector(t[i + 1], t[i + 3], 2, 3, 10, 11, 6, 7, 14, 15);
-    }
-    for (int j = 0; j < 4; ++j) {
-        out[j] = {__builtin_shufflevector(u[j], u[j + 4], 0, 1, 2, 3, 8, 9, 10, 11)};
-        out[j + 4] = {__builtin_shufflevector(u[j], u[j + 4], 4, 5, 6, 7, 12, 13, 14, 15)};
-    }
-}
-XEB_AI void transpose(const V<8>* v, V<4>* out) {
-    using R = V<8>::Raw;
-    R t[4], u[4];
+// 4 rows (then out[j] has 4 lanes).  Four rows at a time first: u[j]
+// holds column j of the four rows, then column j + 4.
+using Raw8 = V<8>::Raw;
+XEB_AI void transpose_quad(const V<8>* v, Raw8* u) {
+    Raw8 t[4];
     for (int i = 0; i < 4; i += 2) {
         t[i] = __builtin_shufflevector(v[i].v, v[i + 1].v, 0, 8, 1, 9, 4, 12, 5, 13);
         t[i + 1] = __builtin_shufflevector(v[i].v, v[i + 1].v, 2, 10, 3, 11, 6, 14, 7, 15);
@@ -208,6 +191,19 @@ XEB_AI void transpose(const V<8>* v, V<4>* out) {
     u[1] = __builtin_shufflevector(t[0], t[2], 2, 3, 10, 11, 6, 7, 14, 15);
     u[2] = __builtin_shufflevector(t[1], t[3], 0, 1, 8, 9, 4, 5, 12, 13);
     u[3] = __builtin_shufflevector(t[1], t[3], 2, 3, 10, 11, 6, 7, 14, 15);
+}
+XEB_AI void transpose(const V<8>* v, V<8>* out) {
+    Raw8 u[8];
+    transpose_quad(v, u);
+    transpose_quad(v + 4, u + 4);
+    for (int j = 0; j < 4; ++j) {
+        out[j] = {__builtin_shufflevector(u[j], u[j + 4], 0, 1, 2, 3, 8, 9, 10, 11)};
+        out[j + 4] = {__builtin_shufflevector(u[j], u[j + 4], 4, 5, 6, 7, 12, 13, 14, 15)};
+    }
+}
+XEB_AI void transpose(const V<8>* v, V<4>* out) {
+    Raw8 u[4];
+    transpose_quad(v, u);
     for (int j = 0; j < 4; ++j) {
         out[j] = {__builtin_shufflevector(u[j], u[j], 0, 1, 2, 3)};
         out[j + 4] = {__builtin_shufflevector(u[j], u[j], 4, 5, 6, 7)};
@@ -264,3 +260,5 @@ void fill_fft_small(sig::FftClassTable& t) {
 
 }  // namespace XEB_ISA
 }  // namespace xeb
+
+#undef XEB_AI
