@@ -1,5 +1,6 @@
 // The whole complex transform of the real FFT for n = 2^k points,
-// 5 <= k <= 9 (real lengths 2^6 to 2^10), in a SIMD class: (real,
+// k = 5, 6, 7 and 9 (real lengths 2^6, 2^7, 2^8 and 2^10; see
+// sig::small_transform_order), in a SIMD class: (real,
 // imaginary) pairs in natural order in, pairs in natural order out, no
 // bit reversal, no block layout, no pass through memory but one scratch
 // array of registers' worth.
@@ -13,8 +14,8 @@
 //   3. a transpose of each 8 by n1 tile, lanes now over k1;
 //   4. per k1, an n2-point transform over j with lanes over k1, which
 //      gives X[k1 + n1 k2] in lane k1 of register k2: natural order.
-// The transforms of 4 and 8 points are written out; 16, 32 and 64 points
-// factor again (4 x 4, 8 x 4, 8 x 8) over the registers, where all the
+// The transforms of 4 and 8 points are written out; 16 and 64 points
+// factor again (4 x 4, 8 x 8) over the registers, where all the
 // indexing is fixed at compile time.  Twiddles are the roots of unity of
 // order 512 rounded once from double, exact on the axes and the
 // diagonals' symmetry; each twiddle product is fused (one rounding per
@@ -74,6 +75,7 @@ void root(int m, float& c, float& ns) {
 void fill_tables() {
     for (int m = 0; m < kRootOrder; ++m) root(m, tables.cos[m], tables.nsin[m]);
     for (int k = kMinOrder; k <= kMaxOrder; ++k) {
+        if (!sig::small_transform_order(k)) continue;
         const int n = 1 << k, n1 = k == 5 ? 4 : 8, n2 = n / n1;
         float* s = tables.step + step_offset(k);
         for (int k1 = 0; k1 < n1; ++k1)
@@ -245,7 +247,6 @@ void small_complex(const float* src, float* dst, int32_t k) {
         case 5: return small_transform<Inv, 5>(src, dst);
         case 6: return small_transform<Inv, 6>(src, dst);
         case 7: return small_transform<Inv, 7>(src, dst);
-        case 8: return small_transform<Inv, 8>(src, dst);
         default: return small_transform<Inv, 9>(src, dst);
     }
 }
