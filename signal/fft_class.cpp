@@ -8,9 +8,11 @@ namespace xeb {
 // Each class's code fills its table (signal/simd/fft_passes.cpp).
 namespace avx2 {
 void fill_fft_table(sig::FftClassTable& t);
+void fill_fft_small(sig::FftClassTable& t);
 }
 namespace avx512 {
 void fill_fft_table(sig::FftClassTable& t);
+void fill_fft_small(sig::FftClassTable& t);
 }
 
 namespace sig {
@@ -22,8 +24,14 @@ FftClassTable tables[frame::kKernelClasses] = {};
 
 __attribute__((constructor(101))) void fill_at_load() {
     const frame::KernelClass best = frame::machine_class();
-    if (best >= frame::KernelClass::Avx2) avx2::fill_fft_table(tables[1]);
-    if (best >= frame::KernelClass::Avx512) avx512::fill_fft_table(tables[2]);
+    if (best >= frame::KernelClass::Avx2) {
+        avx2::fill_fft_table(tables[1]);
+        avx2::fill_fft_small(tables[1]);
+    }
+    if (best >= frame::KernelClass::Avx512) {
+        avx512::fill_fft_table(tables[2]);
+        avx512::fill_fft_small(tables[2]);
+    }
 }
 
 }  // namespace

@@ -41,7 +41,16 @@ struct FftClassTable {
     // pairs or as blocks.  Products rounded as the baseline's: same bits.
     void (*column_gather[2])(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols);
     void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs);
+    // The whole complex transform of 2^k points for the k of
+    // small_transform_order, pairs in natural order in and out, src may be
+    // dst (signal/simd/fft_small.cpp); [0] forward, [1] inverse.  Its own
+    // factorisation: bits differ from the core's, within its budget.
+    void (*small[2])(const float* src, float* dst, int32_t k);
 };
+constexpr int32_t kSmallMinOrder = 5, kSmallMaxOrder = 9;
+// The orders the classes' small transforms take: at 2^8 points the core's
+// radix-4 passes are faster than an 8 by 32 four-step (measured, AVX-512).
+constexpr bool small_transform_order(int32_t k) { return k >= kSmallMinOrder && k <= kSmallMaxOrder && k != 8; }
 
 // The table of the class in use.
 const FftClassTable& fft_class_table();

@@ -202,7 +202,10 @@ void complex_transform(const float* src, float* dst, const sigFftPlan* p, float*
     const int32_t k = p->order - 1;
     const int64_t n = int64_t{1} << k;
     if (k <= 9) {
-        if (Inv)
+        const auto small = fft_class_table().small[Inv ? 1 : 0];
+        if (small && small_transform_order(k))
+            small(src, dst, k);
+        else if (Inv)
             sigCplxIfftReorderCore(src, dst, static_cast<int32_t>(n), p->twiddles, p->reverseTable, work);
         else
             sigCplxFftReorderCore(src, dst, static_cast<int32_t>(n), p->twiddles, p->reverseTable, work);

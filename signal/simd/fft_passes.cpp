@@ -328,30 +328,45 @@ template <int N>
     store_pairs<N>(p, re, im, std::make_integer_sequence<int, N>{});
 }
 
-// b := a * b, or a * conj(b) with Conj, on complex pairs.  The last
-// pairs short of a register go through the same vector code on a padded
-// copy: written as scalar complex products, GCC's vectoriser turns them
-// into fused multiply-add-subtract instructions at -O3, even with
-// contraction off, and they would no longer give the baseline's bits.
-template <bool Conj>
+// b := a * b, or a * conj(b) with Conj, on complex pairs, N pairs a
+// register.  From N pairs on, the last register ends at the last pair: it
+// is computed first, from the values as they stand, and stored last, so
+// that the pairs it shares with the loop get the same values twice.
+// Fewer pairs take narrower registers, and the last three or fewer go
+// through the same vector code on a padded copy: written as scalar complex
+// products, GCC's vectoriser turns them into fused multiply-add-subtract
+// instructions at -O3, even with contraction off, and they would no longer
+// give the baseline's bits.
+template <bool Conj, int N = simd::kNative<float>>
 void spectrum_product(const float* a, float* b, int64_t pairs) {
-    constexpr int N = simd::kNative<float>;
     using VN = simd::Vec<float, N>;
-    const auto step = [](const float* x, float* y) {
+    struct Product {
+        VN re, im;
+    };
+    const auto product = [](const float* x, const float* y) {
         // N pairs as two registers, split into real and imaginary parts.
         const auto pa = load_pairs<N>(x), pb = load_pairs<N>(y);
         const VN rr = pa.re * pb.re, ii = pa.im * pb.im, ri = pa.re * pb.im, ir = pa.im * pb.re;
-        store_pairs<N>(y, Conj ? rr + ii : rr - ii, Conj ? ir - ri : ri + ir);
+        return Product{Conj ? rr + ii : rr - ii, Conj ? ir - ri : ri + ir};
     };
-    int64_t i = 0;
-    for (; i + N <= pairs; i += N) step(a + 2 * i, b + 2 * i);
-    if (i < pairs) {
-        const std::size_t bytes = static_cast<std::size_t>(pairs - i) * 2 * sizeof(float);
+    if (pairs >= N) {
+        const int64_t last = pairs - N;
+        const Product tail = product(a + 2 * last, b + 2 * last);
+        for (int64_t i = 0; i < last; i += N) {
+            const Product p = product(a + 2 * i, b + 2 * i);
+            store_pairs<N>(b + 2 * i, p.re, p.im);
+        }
+        store_pairs<N>(b + 2 * last, tail.re, tail.im);
+    } else if constexpr (N > 4) {
+        spectrum_product<Conj, N / 2>(a, b, pairs);
+    } else if (pairs > 0) {
+        const std::size_t bytes = static_cast<std::size_t>(pairs) * 2 * sizeof(float);
         float pa[2 * N] = {}, pb[2 * N] = {};
-        std::memcpy(pa, a + 2 * i, bytes);
-        std::memcpy(pb, b + 2 * i, bytes);
-        step(pa, pb);
-        std::memcpy(b + 2 * i, pb, bytes);
+        std::memcpy(pa, a, bytes);
+        std::memcpy(pb, b, bytes);
+        const Product p = product(pa, pb);
+        store_pairs<N>(pb, p.re, p.im);
+        std::memcpy(b, pb, bytes);
     }
 }
 
@@ -367,10 +382,10 @@ template <int W>
     return reversed<W>(v, std::make_integer_sequence<int, 4 * W>{});
 }
 
-template <bool Inv>
-int64_t split_pass(const float* in, float* out, int64_t n, const float* tab) {
-    constexpr int W = simd::kNative<float> / 4, N = 4 * W;
-    int64_t kk = 1;
+// Registers of W blocks while they fit, then one of each narrower width.
+template <bool Inv, int W = simd::kNative<float> / 4>
+int64_t split_pass(const float* in, float* out, int64_t n, const float* tab, int64_t kk = 1) {
+    constexpr int N = 4 * W;
     for (; kk + N - 1 <= n / 2 - 1; kk += N) {
         const Cx<W> t = load_blocks<W>(tab + 2 * (kk - 1));
         const auto a = load_pairs<N>(in + 2 * kk), b = load_pairs<N>(in + 2 * (n - kk - N + 1));
@@ -382,6 +397,7 @@ int64_t split_pass(const float* in, float* out, int64_t n, const float* tab) {
         store_pairs<N>(out + 2 * kk, xr, xi);
         store_pairs<N>(out + 2 * (n - kk - N + 1), reversed<W>(yr), reversed<W>(yi));
     }
+    if constexpr (W > 1) return split_pass<Inv, W / 2>(in, out, n, tab, kk);
     return kk;
 }
 
@@ -468,8 +484,8 @@ void fill_fft_table(sig::FftClassTable& t) {
     t.first[1] = first_pass<true, W>;
     t.product[0] = spectrum_product<false>;
     t.product[1] = spectrum_product<true>;
-    t.split[0] = split_pass<false>;
-    t.split[1] = split_pass<true>;
+    t.split[0] = [](const float* in, float* out, int64_t n, const float* tab) { return split_pass<false>(in, out, n, tab); };
+    t.split[1] = [](const float* in, float* out, int64_t n, const float* tab) { return split_pass<true>(in, out, n, tab); };
     t.column_gather[0] = column_gather<false>;
     t.column_gather[1] = column_gather<true>;
     t.column_scatter = column_scatter;
