@@ -38,9 +38,14 @@ struct FftClassTable {
     // four rows a step: four adjacent columns, block cb of every row, times
     // their gather factors tw (the block's own, [0] forward, [1] conjugate
     // for the inverse) into cols as four columns of pairs; and back, as
-    // pairs or as blocks.  Products rounded as the baseline's: same bits.
-    void (*column_gather[2])(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols);
-    void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs);
+    // pairs or as blocks.  With cols_next, block cb + 1 (its factors next in
+    // tw) goes the same way into cols_next in the same sweep over the rows,
+    // which then read and write whole cache lines.  Products rounded as the
+    // baseline's: same bits.
+    void (*column_gather[2])(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols,
+                             float* cols_next);
+    void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols,
+                           const float* cols_next, bool pairs);
     // The whole complex transform of 2^k points for the k of
     // small_transform_order, pairs in natural order in and out, src may be
     // dst (signal/simd/fft_small.cpp); [0] forward, [1] inverse.  Its own

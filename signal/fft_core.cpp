@@ -363,23 +363,40 @@ void leaves_from(const sigFftPlan* p, const float* src, float* data, int32_t r, 
     // Index 8a + b reversed: rev_(r-3)(a) + rev_3(b) n/8.
     const int32_t eighth = n / 8;
     const int32_t low[8] = {0, 4 * eighth, 2 * eighth, 6 * eighth, eighth, 5 * eighth, 3 * eighth, 7 * eighth};
+    // ra := rev_(r-3)(a + 1) from rev_(r-3)(a), a reversed increment.
+    const auto next_reversed = [eighth](int32_t ra) {
+        int32_t bit = eighth >> 1;
+        while (ra & bit) {
+            ra ^= bit;
+            bit >>= 1;
+        }
+        return ra | bit;
+    };
     for (int32_t q0 = 0; q0 < rows; q0 += run) {
         float* leaf_at[kMaxRun];
         for (int32_t i = 0; i < run; ++i) leaf_at[i] = data + 2 * int64_t{n} * reverse_bits(q0 + i, f);
+        const float* column = src + 2 * q0;
+        const int64_t stride = 2 * int64_t{rows};
+        // The source lines of a + kAhead are requested while a's are
+        // copied: the reads miss the second-level cache from 2^15 points on.
+        constexpr int32_t kAhead = 2;
+        int32_t ahead = 0;
+        for (int32_t i = 0; i < kAhead && i < eighth; ++i) ahead = next_reversed(ahead);
         for (int32_t a = 0, ra = 0; a < eighth; ++a) {
+            if (a + kAhead < eighth) {
+                for (int32_t b = 0; b < 8; ++b) {
+                    const int64_t m = jumping_reads ? ahead + low[b] : 8 * (a + kAhead) + b;
+                    _mm_prefetch(reinterpret_cast<const char*>(column + stride * m), _MM_HINT_T0);
+                }
+                ahead = next_reversed(ahead);
+            }
             for (int32_t b = 0; b < 8; ++b) {
                 const int64_t in_order = 8 * a + b, jumping = ra + low[b];
                 const int64_t m = jumping_reads ? jumping : in_order, at = jumping_reads ? in_order : jumping;
-                const float* from = src + 2 * (q0 + int64_t{rows} * m);
+                const float* from = column + stride * m;
                 for (int32_t i = 0; i < run; ++i) std::memcpy(leaf_at[i] + 2 * at, from + 2 * i, 8);
             }
-            // ra := rev_(r-3)(a + 1), a reversed increment.
-            int32_t bit = eighth >> 1;
-            while (ra & bit) {
-                ra ^= bit;
-                bit >>= 1;
-            }
-            ra |= bit;
+            ra = next_reversed(ra);
         }
         for (int32_t i = 0; i < run; ++i) leaf<Inv>(p, leaf_at[i], n, work, false);
     }
@@ -443,6 +460,55 @@ void column_scatter(float* data, int64_t row_floats, int32_t rows, int64_t cb, c
     }
 }
 
+// The column transforms of one blocking level: 2^f rows of 2^r points in
+// data, transformed; the columns, times their gather factors, are
+// transformed in work, four at a time, and go back as pairs (level 0) or
+// as blocks.  A class with the wide column steps takes two blocks of four
+// columns a sweep, the second through a buffer on this frame (at most
+// 32 KB, never live across the recursion), so that each row's cache line
+// is read and written whole; the bits are those of four at a time.
+constexpr int32_t kMaxColumnOrder = 10;
+
+template <bool Inv>
+[[gnu::noinline]] void columns(const sigFftPlan* p, float* data, int32_t f, int32_t r, int32_t level,
+                               float* work) {
+    const int32_t rows = 1 << f;
+    const int64_t blocks = (int64_t{1} << r) / 4;
+    const int64_t row_floats = 8 * blocks;
+    const float* col_tw = p->columnTwiddles[level];
+    const float* gather_tw = p->gatherTwiddles[level];
+    const bool pairs = level == 0;
+    const FftClassTable& in_class = fft_class_table();
+    const auto class_gather = in_class.column_gather[Inv ? 1 : 0];
+    const auto class_scatter = in_class.column_scatter;
+    const auto transform = [&](float* cols) {
+        // The four columns lie one after the other in aligned work: one run
+        // of the passes transforms them all.
+        core_passes<Inv>(PairSource{cols, 0, 0}, cols, 4 * int64_t{rows}, f, col_tw);
+    };
+    if (class_gather && f <= kMaxColumnOrder) {
+        alignas(64) float next[8 << kMaxColumnOrder];
+        for (int64_t cb = 0; cb < blocks; cb += 2) {
+            class_gather(data + 8 * cb, row_floats, rows, gather_tw + cb * rows * 8, work, next);
+            transform(work);
+            transform(next);
+            class_scatter(data + 8 * cb, row_floats, rows, work, next, pairs);
+        }
+        return;
+    }
+    for (int64_t cb = 0; cb < blocks; ++cb) {
+        if (class_gather)
+            class_gather(data + 8 * cb, row_floats, rows, gather_tw + cb * rows * 8, work, nullptr);
+        else
+            column_gather<Inv>(data, row_floats, rows, cb, gather_tw, work);
+        transform(work);
+        if (class_scatter)
+            class_scatter(data + 8 * cb, row_floats, rows, work, nullptr, pairs);
+        else
+            column_scatter(data, row_floats, rows, cb, work, pairs);
+    }
+}
+
 // 2^k points as 2^f rows of C = 2^(k-f) points.  Row r holds the
 // subsequence of index rev_f(r) (the whole array was bit-reversed), so its
 // transform needs no reordering, and reading rows in natural order hands
@@ -474,23 +540,7 @@ void blocked(const sigFftPlan* p, float* data, int32_t k, float* work, const flo
             halving<Inv>(p, row, r, p->halvingTwiddles, work, false);
     }
     if (src) leaves_from<Inv>(p, src, data, r, f, work);
-    const float* col_tw = p->columnTwiddles[Level];
-    const FftClassTable& in_class = fft_class_table();
-    const auto class_gather = in_class.column_gather[Inv ? 1 : 0];
-    const auto class_scatter = in_class.column_scatter;
-    for (int64_t cb = 0; cb < cols / 4; ++cb) {
-        if (class_gather)
-            class_gather(data + 8 * cb, row_floats, rows, p->gatherTwiddles[Level] + cb * rows * 8, work);
-        else
-            column_gather<Inv>(data, row_floats, rows, cb, p->gatherTwiddles[Level], work);
-        // The four columns lie one after the other in aligned work: one run
-        // of the passes transforms them all.
-        core_passes<Inv>(PairSource{work, 0, 0}, work, 4 * int64_t{rows}, f, col_tw);
-        if (class_scatter)
-            class_scatter(data + 8 * cb, row_floats, rows, work, Level == 0);
-        else
-            column_scatter(data, row_floats, rows, cb, work, Level == 0);
-    }
+    columns<Inv>(p, data, f, r, Level, work);
 }
 
 // ---- reversal ---------------------------------------------------------------

@@ -434,34 +434,57 @@ using D4 = double __attribute__((vector_size(32)));
     x[3] = __builtin_shufflevector(t1, t3, 2, 3, 6, 7);
 }
 
-template <bool Inv>
-void column_gather(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols) {
+// Blocks 0 .. Blocks - 1 of the rows (adjacent, so two make a whole cache
+// line of each row), block b's four columns into out[b].
+template <bool Inv, int Blocks>
+void gather_blocks(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* const* out) {
     constexpr float lo = Inv ? 1.0f : -1.0f, hi = -lo;
     const F8 sign = {lo, lo, lo, lo, hi, hi, hi, hi};
     for (int32_t q = 0; q < rows; q += 4) {
-        D4 x[4];
-        for (int j = 0; j < 4; ++j) {
-            const F8 v = load8(block0 + (q + j) * row_floats), t = load8(tw + 8 * (q + j));
-            const F8 c = __builtin_shufflevector(t, t, 0, 1, 2, 3, 0, 1, 2, 3);
-            const F8 ns = __builtin_shufflevector(t, t, 4, 5, 6, 7, 4, 5, 6, 7);
-            const F8 swapped = __builtin_shufflevector(v, v, 4, 5, 6, 7, 0, 1, 2, 3);
-            x[j] = as_pairs(block_to_pairs(v * c + sign * (swapped * ns)));
+        for (int b = 0; b < Blocks; ++b) {
+            D4 x[4];
+            for (int j = 0; j < 4; ++j) {
+                const F8 v = load8(block0 + (q + j) * row_floats + 8 * b);
+                const F8 t = load8(tw + 8 * int64_t{rows} * b + 8 * (q + j));
+                const F8 c = __builtin_shufflevector(t, t, 0, 1, 2, 3, 0, 1, 2, 3);
+                const F8 ns = __builtin_shufflevector(t, t, 4, 5, 6, 7, 4, 5, 6, 7);
+                const F8 swapped = __builtin_shufflevector(v, v, 4, 5, 6, 7, 0, 1, 2, 3);
+                x[j] = as_pairs(block_to_pairs(v * c + sign * (swapped * ns)));
+            }
+            transpose_pairs(x);
+            for (int l = 0; l < 4; ++l) store8(out[b] + 2 * rows * l + 2 * q, as_floats(x[l]));
         }
-        transpose_pairs(x);
-        for (int l = 0; l < 4; ++l) store8(cols + 2 * rows * l + 2 * q, as_floats(x[l]));
     }
 }
 
-void column_scatter(float* block0, int64_t row_floats, int32_t rows, const float* cols, bool pairs) {
+template <bool Inv>
+void column_gather(const float* block0, int64_t row_floats, int32_t rows, const float* tw, float* cols,
+                   float* cols_next) {
+    float* const out[2] = {cols, cols_next};
+    if (cols_next) gather_blocks<Inv, 2>(block0, row_floats, rows, tw, out);
+    else gather_blocks<Inv, 1>(block0, row_floats, rows, tw, out);
+}
+
+template <int Blocks>
+void scatter_blocks(float* block0, int64_t row_floats, int32_t rows, const float* const* in, bool pairs) {
     for (int32_t q = 0; q < rows; q += 4) {
-        D4 x[4];
-        for (int l = 0; l < 4; ++l) x[l] = as_pairs(block_to_pairs(load8(cols + 2 * rows * l + 2 * q)));
-        transpose_pairs(x);
-        for (int j = 0; j < 4; ++j) {
-            const F8 v = as_floats(x[j]);
-            store8(block0 + (q + j) * row_floats, pairs ? v : pairs_to_block(v));
+        for (int b = 0; b < Blocks; ++b) {
+            D4 x[4];
+            for (int l = 0; l < 4; ++l) x[l] = as_pairs(block_to_pairs(load8(in[b] + 2 * rows * l + 2 * q)));
+            transpose_pairs(x);
+            for (int j = 0; j < 4; ++j) {
+                const F8 v = as_floats(x[j]);
+                store8(block0 + (q + j) * row_floats + 8 * b, pairs ? v : pairs_to_block(v));
+            }
         }
     }
+}
+
+void column_scatter(float* block0, int64_t row_floats, int32_t rows, const float* cols, const float* cols_next,
+                    bool pairs) {
+    const float* const in[2] = {cols, cols_next};
+    if (cols_next) scatter_blocks<2>(block0, row_floats, rows, in, pairs);
+    else scatter_blocks<1>(block0, row_floats, rows, in, pairs);
 }
 
 template <bool Inv, int W>
