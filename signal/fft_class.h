@@ -55,7 +55,9 @@ struct FftClassTable {
 constexpr int32_t kSmallMinOrder = 5, kSmallMaxOrder = 9;
 // The orders the classes' small transforms take: at 2^8 points the core's
 // radix-4 passes are faster than an 8 by 32 four-step (measured, AVX-512).
-constexpr bool small_transform_order(int32_t k) { return k >= kSmallMinOrder && k <= kSmallMaxOrder && k != 8; }
+// Static: the class objects, built for other instruction sets, keep their
+// own copies instead of sharing one weak definition with the baseline.
+static constexpr bool small_transform_order(int32_t k) { return k >= kSmallMinOrder && k <= kSmallMaxOrder && k != 8; }
 
 // The table of the class in use.
 const FftClassTable& fft_class_table();

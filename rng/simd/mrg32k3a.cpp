@@ -162,7 +162,7 @@ void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, doub
             return h;
         },
         [wide_c](double& h, const uint32_t*, int32_t) {
-            h = static_cast<double>(std::nearbyint(static_cast<long double>(h) / wide_c) * wide_c);
+            h = static_cast<double>(nearbyintl(static_cast<long double>(h) / wide_c) * wide_c);
         });
 }
 
