@@ -205,8 +205,10 @@ TEST(LinearGenerators, RealsFromZeroAreTheWideValueRoundedOnce) {
             double b;
             float bs;  // a float subnormal among them
         };
-        for (const auto [b, bs] : {Scale{1.0, 1.0f}, Scale{0x1p-3, 0x1p-3f}, Scale{-4.0, -4.0f},
-                                   Scale{0x1p-899, 0x1p-140f}, Scale{0x1p899, 0x1p100f}}) {
+        for (const Scale scale : {Scale{1.0, 1.0f}, Scale{0x1p-3, 0x1p-3f}, Scale{-4.0, -4.0f},
+                                  Scale{0x1p-899, 0x1p-140f}, Scale{0x1p899, 0x1p100f}}) {
+            const double b = scale.b;  // plain names: a lambda below captures them
+            const float bs = scale.bs;
             StreamHandle hd, hs;
             make(hd, g.id, g.seed);
             make(hs, g.id, g.seed);

@@ -31,12 +31,14 @@ using F = simd::Vec<float, kLanes>;
 
 constexpr uint64_t kMask59 = (uint64_t{1} << 59) - 1;
 
+#if !XEB_ISA_AVX512  // AVX-512 converts 64-bit lanes directly
 [[gnu::always_inline]] inline D high_part(W w) {  // h 2^32, exact
     return simd::bitcast<double>((w >> 32) | 0x4530000000000000ull) - 0x1p84;
 }
 [[gnu::always_inline]] inline D low_part(W w) {  // l, exact
     return simd::bitcast<double>((w & 0xFFFFFFFFull) | 0x4330000000000000ull) - 0x1p52;
 }
+#endif
 
 [[gnu::always_inline]] inline D nearest_double(W w) {
 #if XEB_ISA_AVX512
