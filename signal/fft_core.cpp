@@ -343,6 +343,19 @@ void leaf(const sigFftPlan* p, float* data, int32_t n, float* work, bool interle
     if (scales<Inv>(p)) sigScale32f(p->scale, data, 2 * int64_t{n});
 }
 
+// Points 0..7 of eight runs of pairs lines[b] into the eight leaves at
+// point at + b: an 8x8 transpose of complex numbers, two a register.
+void move8x8(const float* const* lines, float* const* leaves, int64_t at) {
+    for (int32_t b = 0; b < 8; b += 2) {
+        for (int32_t i = 0; i < 8; i += 2) {
+            const __m128d r0 = _mm_loadu_pd(reinterpret_cast<const double*>(lines[b] + 2 * i));
+            const __m128d r1 = _mm_loadu_pd(reinterpret_cast<const double*>(lines[b + 1] + 2 * i));
+            _mm_storeu_pd(reinterpret_cast<double*>(leaves[i] + 2 * (at + b)), _mm_unpacklo_pd(r0, r1));
+            _mm_storeu_pd(reinterpret_cast<double*>(leaves[i + 1] + 2 * (at + b)), _mm_unpackhi_pd(r0, r1));
+        }
+    }
+}
+
 // A forward transform read from natural order: the 2^f rows (leaves) of
 // 2^r points of the blocking, row rev_f(q) of the bit-reversed array
 // holding source points q + 2^f m at place rev_r(m), are filled eight at
@@ -373,6 +386,8 @@ void leaves_from(const sigFftPlan* p, const float* src, float* data, int32_t r, 
         }
         return ra | bit;
     };
+    const auto in_class = fft_class_table().move8x8;
+    const auto move = in_class ? in_class : move8x8;
     for (int32_t q0 = 0; q0 < rows; q0 += run) {
         float* leaf_at[kMaxRun];
         for (int32_t i = 0; i < run; ++i) leaf_at[i] = data + 2 * int64_t{n} * reverse_bits(q0 + i, f);
@@ -393,20 +408,11 @@ void leaves_from(const sigFftPlan* p, const float* src, float* data, int32_t r, 
             }
             if (jumping_reads && run == kMaxRun) {
                 // Eight source lines (m = ra + low[b]) of eight points each
-                // (leaves 0..7) become eight runs of eight in-order points
-                // (one per leaf): an 8x8 transpose of complex numbers, two
-                // numbers a register.
+                // (leaves 0..7) become eight runs of eight in-order points,
+                // one per leaf.
                 const float* line[8];
                 for (int32_t b = 0; b < 8; ++b) line[b] = column + stride * (ra + low[b]);
-                for (int32_t bb = 0; bb < 8; bb += 2) {
-                    for (int32_t ii = 0; ii < 8; ii += 2) {
-                        const __m128d r0 = _mm_loadu_pd(reinterpret_cast<const double*>(line[bb] + 2 * ii));
-                        const __m128d r1 = _mm_loadu_pd(reinterpret_cast<const double*>(line[bb + 1] + 2 * ii));
-                        _mm_storeu_pd(reinterpret_cast<double*>(leaf_at[ii] + 2 * (8 * a + bb)), _mm_unpacklo_pd(r0, r1));
-                        _mm_storeu_pd(reinterpret_cast<double*>(leaf_at[ii + 1] + 2 * (8 * a + bb)),
-                                      _mm_unpackhi_pd(r0, r1));
-                    }
-                }
+                move(line, leaf_at, 8 * a);
                 ra = next_reversed(ra);
                 continue;
             }
