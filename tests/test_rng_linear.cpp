@@ -252,6 +252,7 @@ TEST(LinearGenerators, WhElementsNearRoundingBoundaries) {
         {5019731, 11741612, 5119143, 11634366},    // u = 5e-17
         {10896264, 5870806, 10936351, 5817183},    // u = -4e-17
         {11753066, 5014839, 11634416, 5119121},    // u = -7e-17
+        {12629364, 4139395, 4188411, 12565094},   // S rounds below 2, s to 2: u = -2^-53
     };
     const xeb::rng::WhParameters& p = xeb::rng::kWhParameters[kWhSub];
     const int n = 40;
