@@ -2,9 +2,9 @@
 // element per lane, the lanes of a register consecutive elements (two
 // registers of chains, 8 with AVX2, 16 with AVX-512), the
 // 64-bit-significand sum of rng/wh.cpp reproduced bit for bit: a cheap
-// exact sum that decides nearly every lane, and the pairs of
-// rng/wide_pair.h, rounding as the x87 does, for a register with a lane
-// it cannot decide.
+// exact sum that decides nearly every element, and the pairs of
+// rng/wide_pair.h, rounding as the x87 does, for the elements it cannot
+// decide, gathered a register at a time.
 //
 // Components.  x <- a x mod m with x, a below m < 2^24: y = x a is exact,
 // and y/m has its fractional part in [2^-24, 1 - 2^-24] (y is no multiple
@@ -44,11 +44,11 @@
 //  - float (outputs in the normal floats, |w| >= 2^-88): with f = float(d),
 //    |d - f| + |r| + B < the half-spacing of the floats below f: u lies
 //    strictly nearer to f than to any midpoint, and rounds to f.
-// Then u w, w a power of two, rounds to d w, or f w.  Otherwise (a register
-// with any lane left, about one lane in 35 for the double grid: the
-// interval 2B against the spacing of u's binade, summed over the binades
-// above 2^-8; the float grid, 2^29 times coarser, almost never), the
-// register is formed again by the exact path.
+// Then u w, w a power of two, rounds to d w, or f w.  The other elements
+// (about one in 35 for the double grid: the interval 2B against the
+// spacing of u's binade, summed over the binades above 2^-8; the float
+// grid, 2^29 times coarser, almost never) wait, their components kept,
+// until a register of them can go through the exact path together.
 //
 // Exact path: every product x c (x an integer from 1 to 2^24) lies in
 // [2^-24, 1), so its 64-bit rounding is a multiple of 2^(-24-63) = 2^-87,
@@ -148,38 +148,76 @@ struct Cheap {
     return {(s.hi - whole) * w, s.lo * w};
 }
 
+// An output writes the decided lanes' values (and, to be overwritten, the
+// others') and answers the undecided ones as bits; and forms a register's
+// values from the exact path.
 struct DoubleOutput {
+    using Out = double;
     double* out;
     D w;
     double a;
-    bool cheap() const { return true; }
-    // Stores d w unless a lane is undecided; says whether it stored.
-    bool decided(int64_t i, const Cheap& c) const {
+    bool cheap = true;
+    unsigned store_cheap(int64_t i, const Cheap& c) const {
         const D slack = magnitude(c.r) + kSumBound;
         const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<53>(c.d));
-        if (simd::any(near | c.undecided)) return false;
         simd::store(out + i, c.d * w);
-        return true;
+        return simd::bits(near | c.undecided);
     }
-    void exact(int64_t i, Pair u) const { simd::store(out + i, (u.hi + u.lo) + a); }
+    D exact(Pair u) const { return (u.hi + u.lo) + a; }
 };
 
 struct FloatOutput {
+    using Out = float;
     float* out;
     D w;
     float a;
-    bool normal;  // f w a normal float for every f = float(u), u >= 2^-37
-    bool cheap() const { return normal; }
-    bool decided(int64_t i, const Cheap& c) const {
+    bool cheap;  // f w a normal float for every f = float(u), u >= 2^-37
+    unsigned store_cheap(int64_t i, const Cheap& c) const {
         const simd::Vec<float, kLanes> f = simd::convert<float>(c.d);
         const D back = simd::convert<double>(f);
         const D slack = (magnitude(c.d - back) + magnitude(c.r)) + kSumBound;
         const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<24>(back));
-        if (simd::any(near | c.undecided)) return false;
         simd::store(out + i, simd::convert<float>(back * w));
-        return true;
+        return simd::bits(near | c.undecided);
     }
-    void exact(int64_t i, Pair u) const { simd::store(out + i, wide::to_float(u) + a); }
+    simd::Vec<float, kLanes> exact(Pair u) const { return wide::to_float(u) + a; }
+};
+
+// The elements the cheap path left, gathered until they fill a register
+// for the exact path: their components and places.
+struct Undecided {
+    double x[4][2 * kLanes];
+    int64_t at[2 * kLanes];
+    int count = 0;
+
+    void add(const Components& x_register, int64_t at_register, unsigned lanes) {
+        double lane_values[4][kLanes];
+        for (int i = 0; i < 4; ++i) simd::store(lane_values[i], x_register[i]);
+        for (; lanes != 0; lanes &= lanes - 1, ++count) {
+            const int j = __builtin_ctz(lanes);
+            for (int i = 0; i < 4; ++i) x[i][count] = lane_values[i][j];
+            at[count] = at_register + j;
+        }
+    }
+
+    // The first `n` (up to a register) through the exact path; the rest
+    // move to the front.
+    template <class Output>
+    void settle(const Output& output, const Constants& k, int n) {
+        Components xs;
+        for (int i = 0; i < 4; ++i) {
+            for (int j = count; j < kLanes; ++j) x[i][j] = x[i][0];  // a partial register's spare lanes
+            xs[i] = simd::load<D>(x[i]);
+        }
+        typename Output::Out values[kLanes];
+        simd::store(values, output.exact(exact_fraction(xs, k, output.w)));
+        for (int j = 0; j < n; ++j) output.out[at[j]] = values[j];
+        for (int j = n; j < count; ++j) {
+            for (int i = 0; i < 4; ++i) x[i][j - n] = x[i][j];
+            at[j - n] = at[j];
+        }
+        count -= n;
+    }
 };
 
 template <class Output>
@@ -195,16 +233,24 @@ void run(rng::WhLanes& st, int32_t steps, const Output& output) {
         k.a[i] = simd::broadcast<D>(st.stride[i]);
         k.m[i] = simd::broadcast<D>(st.modulus[i]);
     }
-    const bool cheap = output.cheap();
+    Undecided undecided;
     for (int32_t step = 0; step < steps; ++step) {
         for (int h = 0; h < kRegisters; ++h) {
             const int64_t at = (static_cast<int64_t>(step) * kRegisters + h) * kLanes;
-            if (!cheap || !output.decided(at, cheap_fraction(x[h], k))) [[unlikely]]
-                output.exact(at, exact_fraction(x[h], k, output.w));
+            if (!output.cheap) {
+                simd::store(output.out + at, output.exact(exact_fraction(x[h], k, output.w)));
+                continue;
+            }
+            const unsigned left = output.store_cheap(at, cheap_fraction(x[h], k));
+            if (left != 0) [[unlikely]] {
+                undecided.add(x[h], at, left);
+                if (undecided.count >= kLanes) undecided.settle(output, k, kLanes);
+            }
         }
         for (int h = 0; h < kRegisters; ++h)
             for (int i = 0; i < 4; ++i) x[h][i] = next(x[h][i], k.a[i], k.m[i], k.c[i]);
     }
+    if (undecided.count > 0) undecided.settle(output, k, undecided.count);
     for (int i = 0; i < 4; ++i) st.x[i][0] = simd::lane(x[0][i], 0);
 }
 
