@@ -264,27 +264,20 @@ TEST(LinearGenerators, WhElementsNearRoundingBoundaries) {
                 const uint32_t m = p.modulus[i];
                 earlier[i] = static_cast<uint32_t>(uint64_t{x[i]} * rukiPowMod(p.multiplier[i], m - 1 - place, m) % m);
             }
-            auto set = [&](StreamHandle& s) {
+            StreamHandle h[3];
+            for (StreamHandle& s : h) {
                 make(s, RUK_BRNG_WH + kWhSub, {1});
                 std::memcpy(reinterpret_cast<unsigned char*>(s.get()) + 16, earlier, sizeof earlier);
-            };
-            StreamHandle hw;
-            set(hw);
-            const Words w = words(hw.get(), n);
-            ASSERT_EQ(w[4 * place], x[0]);
-            for (const double b : {1.0, -0x1p-3}) {
-                std::vector<double> d(n);
-                std::vector<float> f(n);
-                StreamHandle hd, hs;
-                set(hd);
-                set(hs);
-                ASSERT_EQ(rukdBRngWH(hd.get(), n, d.data(), 0.0, b), RUK_OK);
-                ASSERT_EQ(ruksBRngWH(hs.get(), n, f.data(), 0.0f, static_cast<float>(b)), RUK_OK);
-                for (int i = 0; i < n; ++i) {
-                    const long double u = wh_unit(&w[4 * i]);
-                    ASSERT_EQ(d[i], static_cast<double>(u * b)) << x[0] << " at " << place << ", element " << i;
-                    ASSERT_EQ(f[i], static_cast<float>(u * b)) << x[0] << " at " << place << ", element " << i;
-                }
+            }
+            const Words w = words(h[0].get(), n);
+            std::vector<double> d(n);
+            std::vector<float> f(n);
+            ASSERT_EQ(rukdBRngWH(h[1].get(), n, d.data(), 0.0, -0.125), RUK_OK);
+            ASSERT_EQ(ruksBRngWH(h[2].get(), n, f.data(), 0.0f, 1.0f), RUK_OK);
+            for (int i = 0; i < n; ++i) {
+                const long double u = wh_unit(&w[4 * i]);
+                ASSERT_EQ(d[i], static_cast<double>(u * -0.125)) << x[0] << " at " << place << ", element " << i;
+                ASSERT_EQ(f[i], static_cast<float>(u)) << x[0] << " at " << place << ", element " << i;
             }
         }
 }
