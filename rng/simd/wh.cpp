@@ -153,10 +153,10 @@ struct Cheap {
 // values from the exact path.
 struct DoubleOutput {
     using Out = double;
+    static constexpr bool kGather = true;  // about one lane in 35 undecided
     double* out;
     D w;
     double a;
-    bool cheap = true;
     unsigned store_cheap(int64_t i, const Cheap& c) const {
         const D slack = magnitude(c.r) + kSumBound;
         const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<53>(c.d));
@@ -168,42 +168,55 @@ struct DoubleOutput {
 
 struct FloatOutput {
     using Out = float;
+    static constexpr bool kGather = false;  // next to none undecided
     float* out;
     D w;
     float a;
     bool cheap;  // f w a normal float for every f = float(u), u >= 2^-37
+    simd::Vec<float, kLanes> w_float;
     unsigned store_cheap(int64_t i, const Cheap& c) const {
         const simd::Vec<float, kLanes> f = simd::convert<float>(c.d);
         const D back = simd::convert<double>(f);
         const D slack = (magnitude(c.d - back) + magnitude(c.r)) + kSumBound;
         const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<24>(back));
-        simd::store(out + i, simd::convert<float>(back * w));
+        simd::store(out + i, f * w_float);
         return simd::bits(near | c.undecided);
     }
     simd::Vec<float, kLanes> exact(Pair u) const { return wide::to_float(u) + a; }
 };
 
+// A few steps' components, kept so that the undecided lanes among them
+// can be taken up after the steps, with one branch (rarely not taken)
+// instead of one per register (taken for about a register in four, at a
+// cost of a misprediction each).
+constexpr int kBlockSteps = 4;
+constexpr int kBlockRegisters = kBlockSteps * kRegisters;
+static_assert(kBlockRegisters * kLanes <= 64, "a block's lanes in one word");
+
+struct Block {
+    double x[kBlockRegisters][4][kLanes];
+};
+
 // The elements the cheap path left, gathered until they fill a register
 // for the exact path: their components and places.
 struct Undecided {
-    double x[4][2 * kLanes];
-    int64_t at[2 * kLanes];
+    double x[4][kLanes];
+    int64_t at[kLanes];
     int count = 0;
 
-    void add(const Components& x_register, int64_t at_register, unsigned lanes) {
-        double lane_values[4][kLanes];
-        for (int i = 0; i < 4; ++i) simd::store(lane_values[i], x_register[i]);
-        for (; lanes != 0; lanes &= lanes - 1, ++count) {
-            const int j = __builtin_ctz(lanes);
-            for (int i = 0; i < 4; ++i) x[i][count] = lane_values[i][j];
-            at[count] = at_register + j;
+    // Lane j of the block (set in `lanes`) is element base + j.
+    template <class Output>
+    [[gnu::noinline]] void add(const Block& b, int64_t base, uint64_t lanes, const Output& output, const Constants& k) {
+        for (; lanes != 0; lanes &= lanes - 1) {
+            const int j = __builtin_ctzll(lanes);
+            for (int i = 0; i < 4; ++i) x[i][count] = b.x[j / kLanes][i][j % kLanes];
+            at[count] = base + j;
+            if (++count == kLanes) settle(output, k);
         }
     }
 
-    // The first `n` (up to a register) through the exact path; the rest
-    // move to the front.
     template <class Output>
-    void settle(const Output& output, const Constants& k, int n) {
+    void settle(const Output& output, const Constants& k) {
         Components xs;
         for (int i = 0; i < 4; ++i) {
             for (int j = count; j < kLanes; ++j) x[i][j] = x[i][0];  // a partial register's spare lanes
@@ -211,12 +224,8 @@ struct Undecided {
         }
         typename Output::Out values[kLanes];
         simd::store(values, output.exact(exact_fraction(xs, k, output.w)));
-        for (int j = 0; j < n; ++j) output.out[at[j]] = values[j];
-        for (int j = n; j < count; ++j) {
-            for (int i = 0; i < 4; ++i) x[i][j - n] = x[i][j];
-            at[j - n] = at[j];
-        }
-        count -= n;
+        for (int j = 0; j < count; ++j) output.out[at[j]] = values[j];
+        count = 0;
     }
 };
 
@@ -233,24 +242,39 @@ void run(rng::WhLanes& st, int32_t steps, const Output& output) {
         k.a[i] = simd::broadcast<D>(st.stride[i]);
         k.m[i] = simd::broadcast<D>(st.modulus[i]);
     }
-    Undecided undecided;
-    for (int32_t step = 0; step < steps; ++step) {
-        for (int h = 0; h < kRegisters; ++h) {
-            const int64_t at = (static_cast<int64_t>(step) * kRegisters + h) * kLanes;
-            if (!output.cheap) {
-                simd::store(output.out + at, output.exact(exact_fraction(x[h], k, output.w)));
-                continue;
-            }
-            const unsigned left = output.store_cheap(at, cheap_fraction(x[h], k));
-            if (left != 0) [[unlikely]] {
-                undecided.add(x[h], at, left);
-                if (undecided.count >= kLanes) undecided.settle(output, k, kLanes);
-            }
-        }
+    auto advance = [&x, &k] {
         for (int h = 0; h < kRegisters; ++h)
             for (int i = 0; i < 4; ++i) x[h][i] = next(x[h][i], k.a[i], k.m[i], k.c[i]);
+    };
+    if constexpr (!Output::kGather) {
+        // A register with an undecided lane again by the exact path.
+        for (int32_t step = 0; step < steps; ++step) {
+            for (int h = 0; h < kRegisters; ++h) {
+                const int64_t at = (static_cast<int64_t>(step) * kRegisters + h) * kLanes;
+                if (!output.cheap || output.store_cheap(at, cheap_fraction(x[h], k)) != 0) [[unlikely]]
+                    simd::store(output.out + at, output.exact(exact_fraction(x[h], k, output.w)));
+            }
+            advance();
+        }
+    } else {
+        Undecided undecided;
+        Block block;
+        for (int32_t first = 0; first < steps; first += kBlockSteps) {
+            const int block_steps = steps - first < kBlockSteps ? steps - first : kBlockSteps;
+            const int64_t base = static_cast<int64_t>(first) * kRegisters * kLanes;
+            uint64_t left = 0;
+            for (int step = 0; step < block_steps; ++step) {
+                for (int h = 0; h < kRegisters; ++h) {
+                    const int r = step * kRegisters + h;
+                    left |= uint64_t{output.store_cheap(base + r * kLanes, cheap_fraction(x[h], k))} << (r * kLanes);
+                    for (int i = 0; i < 4; ++i) simd::store(block.x[r][i], x[h][i]);
+                }
+                advance();
+            }
+            if (left != 0) undecided.add(block, base, left, output, k);
+        }
+        if (undecided.count > 0) undecided.settle(output, k);
     }
-    if (undecided.count > 0) undecided.settle(output, k, undecided.count);
     for (int i = 0; i < 4; ++i) st.x[i][0] = simd::lane(x[0][i], 0);
 }
 
@@ -259,7 +283,8 @@ void doubles(rng::WhLanes& st, int32_t steps, double* out, double w, double a) {
 }
 
 void floats(rng::WhLanes& st, int32_t steps, float* out, double w, float a) {
-    run(st, steps, FloatOutput{out, simd::broadcast<D>(w), a, w >= 0x1p-88 || w <= -0x1p-88});
+    const bool normal = w >= 0x1p-88 || w <= -0x1p-88;
+    run(st, steps, FloatOutput{out, simd::broadcast<D>(w), a, normal, simd::broadcast<simd::Vec<float, kLanes>>(static_cast<float>(w))});
 }
 
 }  // namespace
