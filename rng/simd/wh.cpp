@@ -45,7 +45,7 @@
 //    |d - f| + |r| + B < the half-spacing of the floats below f: u lies
 //    strictly nearer to f than to any midpoint, and rounds to f.
 // Then u w, w a power of two, rounds to d w, or f w.  The other elements
-// (about one in 35 for the double grid: the interval 2B against the
+// (about one in 30 for the double grid: the interval 2B against the
 // spacing of u's binade, summed over the binades above 2^-8; the float
 // grid, 2^29 times coarser, almost never) wait, their components kept,
 // until a register of them can go through the exact path together.
@@ -153,7 +153,7 @@ struct Cheap {
 // values from the exact path.
 struct DoubleOutput {
     using Out = double;
-    static constexpr bool kGather = true;  // about one lane in 35 undecided
+    static constexpr bool kGather = true;  // about one lane in 30 undecided
     double* out;
     D w;
     double a;
@@ -186,9 +186,10 @@ struct FloatOutput {
 };
 
 // A few steps' components, kept so that the undecided lanes among them
-// can be taken up after the steps, with one branch (rarely not taken)
-// instead of one per register (taken for about a register in four, at a
-// cost of a misprediction each).
+// are taken up after the steps: one branch per block, taken nearly always
+// and so rarely mispredicted, where a branch per register is taken for
+// about one register in four and its mispredictions cost more than the
+// exact path itself.
 constexpr int kBlockSteps = 4;
 constexpr int kBlockRegisters = kBlockSteps * kRegisters;
 static_assert(kBlockRegisters * kLanes <= 64, "a block's lanes in one word");
