@@ -46,6 +46,11 @@ struct FftClassTable {
                              float* cols_next);
     void (*column_scatter)(float* block0, int64_t row_floats, int32_t rows, const float* cols,
                            const float* cols_next, bool pairs);
+    // The reversal's 8x8 move of the natural-order leaf fill
+    // (signal/fft_core.cpp): point i of each of the eight pair runs
+    // lines[b] goes to leaves[i] at point `at` + b.  A plain copy: the
+    // baseline's bits.
+    void (*move8x8)(const float* const* lines, float* const* leaves, int64_t at);
     // The whole complex transform of 2^k points for the k of
     // small_transform_order, pairs in natural order in and out, src may be
     // dst (signal/simd/fft_small.cpp); [0] forward, [1] inverse.  Its own

@@ -16,6 +16,7 @@
 // 2^-24 * sqrt(log2 n), well below 1e-6 up to 2^29 points.
 #include "signal/fft_core.h"
 
+#include <emmintrin.h>
 #include <xmmintrin.h>
 
 #include <cstring>
@@ -342,6 +343,19 @@ void leaf(const sigFftPlan* p, float* data, int32_t n, float* work, bool interle
     if (scales<Inv>(p)) sigScale32f(p->scale, data, 2 * int64_t{n});
 }
 
+// Points 0..7 of eight runs of pairs lines[b] into the eight leaves at
+// point at + b: an 8x8 transpose of complex numbers, two a register.
+void move8x8(const float* const* lines, float* const* leaves, int64_t at) {
+    for (int32_t b = 0; b < 8; b += 2) {
+        for (int32_t i = 0; i < 8; i += 2) {
+            const __m128d r0 = _mm_loadu_pd(reinterpret_cast<const double*>(lines[b] + 2 * i));
+            const __m128d r1 = _mm_loadu_pd(reinterpret_cast<const double*>(lines[b + 1] + 2 * i));
+            _mm_storeu_pd(reinterpret_cast<double*>(leaves[i] + 2 * (at + b)), _mm_unpacklo_pd(r0, r1));
+            _mm_storeu_pd(reinterpret_cast<double*>(leaves[i + 1] + 2 * (at + b)), _mm_unpackhi_pd(r0, r1));
+        }
+    }
+}
+
 // A forward transform read from natural order: the 2^f rows (leaves) of
 // 2^r points of the blocking, row rev_f(q) of the bit-reversed array
 // holding source points q + 2^f m at place rev_r(m), are filled eight at
@@ -372,6 +386,8 @@ void leaves_from(const sigFftPlan* p, const float* src, float* data, int32_t r, 
         }
         return ra | bit;
     };
+    const auto in_class = fft_class_table().move8x8;
+    const auto move = in_class ? in_class : move8x8;
     for (int32_t q0 = 0; q0 < rows; q0 += run) {
         float* leaf_at[kMaxRun];
         for (int32_t i = 0; i < run; ++i) leaf_at[i] = data + 2 * int64_t{n} * reverse_bits(q0 + i, f);
@@ -389,6 +405,16 @@ void leaves_from(const sigFftPlan* p, const float* src, float* data, int32_t r, 
                     _mm_prefetch(reinterpret_cast<const char*>(column + stride * m), _MM_HINT_T0);
                 }
                 ahead = next_reversed(ahead);
+            }
+            if (jumping_reads && run == kMaxRun) {
+                // Eight source lines (m = ra + low[b]) of eight points each
+                // (leaves 0..7) become eight runs of eight in-order points,
+                // one per leaf.
+                const float* line[8];
+                for (int32_t b = 0; b < 8; ++b) line[b] = column + stride * (ra + low[b]);
+                move(line, leaf_at, 8 * a);
+                ra = next_reversed(ra);
+                continue;
             }
             for (int32_t b = 0; b < 8; ++b) {
                 const int64_t in_order = 8 * a + b, jumping = ra + low[b];
@@ -572,13 +598,16 @@ void walk_swap_table(int64_t n, const int32_t* table, Swap swap, Fixed fixed) {
     } while (*t != 0);
 }
 
-// Beyond the second-level cache the partners of the swap table lie a cache
-// miss apart.  There the same permutation runs by tiles: with
+// From 2^14 points (in place) or 2^16 (copy) the partners of the swap
+// table lie far enough apart to cost a cache miss or a line fill each.
+// There the same permutation runs by tiles: with
 // p = hi * n/16 + 16 mid + lo (hi, lo of 4 bits), the 256 points of one
 // mid go to the 256 points of rev(mid), hi and lo exchanged and reversed,
 // so each tile is sixteen runs of two whole cache lines, read once and
-// written once.
-constexpr int64_t kTiledFrom = int64_t{1} << 16;  // points: 512 KB
+// written once.  The in-place limit is the lower: there the swap table's
+// exchanges read and write both partners (measured on 2^14 and 2^15).
+constexpr int64_t kTiledFrom = int64_t{1} << 16;         // points: 512 KB
+constexpr int64_t kTiledInPlaceFrom = int64_t{1} << 14;  // points: 128 KB
 constexpr int kTileBits = 4, kTile = 1 << kTileBits;
 
 constexpr int rev4(int v) { return ((v & 1) << 3) | ((v & 2) << 1) | ((v & 4) >> 1) | ((v & 8) >> 3); }
@@ -603,12 +632,22 @@ void reverse_tiled(const float* src, float* dst, int64_t n, int32_t k) {
             std::memcpy(a[h], src + at(h, m, 0), 8 * kTile);
             std::memcpy(b[h], src + at(h, rm, 0), 8 * kTile);
         }
-        for (int h = 0; h < kTile; ++h) {
-            float* to_rm = dst + at(0, rm, rev4(h));
-            float* to_m = dst + at(0, m, rev4(h));
-            for (int l = 0; l < kTile; ++l) {
-                std::memcpy(to_rm + 2 * row * rev4(l), &a[h][l], 8);
-                std::memcpy(to_m + 2 * row * rev4(l), &b[h][l], 8);
+        // Row rev4(l) of a tile's destination takes column l of the
+        // other tile, its point h at place rev4(h): rows h and h + 8
+        // land side by side (rev4(h + 8) = rev4(h) + 1), so 2x2 blocks
+        // of complex numbers go as two 16-byte stores.
+        for (int h = 0; h < kTile / 2; ++h) {
+            for (int l = 0; l < kTile; l += 2) {
+                const auto move = [&](const uint64_t (*from)[kTile], int64_t to_mid) {
+                    const __m128d r0 = _mm_loadu_pd(reinterpret_cast<const double*>(&from[h][l]));
+                    const __m128d r1 = _mm_loadu_pd(reinterpret_cast<const double*>(&from[h + kTile / 2][l]));
+                    _mm_storeu_pd(reinterpret_cast<double*>(dst + at(rev4(l), to_mid, rev4(h))),
+                                  _mm_unpacklo_pd(r0, r1));
+                    _mm_storeu_pd(reinterpret_cast<double*>(dst + at(rev4(l + 1), to_mid, rev4(h))),
+                                  _mm_unpackhi_pd(r0, r1));
+                };
+                move(a, rm);
+                move(b, m);
             }
         }
     }
@@ -646,9 +685,10 @@ void sigFftBlockedInverse(const sigFftPlan* plan, float* data, int32_t k, float*
     blocked<true, 0>(plan, data, k, work);
 }
 
-// Below 2^14 points the reversed copy, in the second-level cache, costs
-// less than the leaves' reads from natural order (measured).
-constexpr int32_t kNaturalFrom = 14;
+// Below 2^13 points the reversed copy, in the second-level cache, costs
+// less than the leaves' reads from natural order (measured); from 2^13 the
+// reads, filling eight leaves by 8x8 transposes, cost less.
+constexpr int32_t kNaturalFrom = 13;
 
 bool sigFftReadsNatural(int32_t k) {
     const int32_t f = sigFftBlocking(k);
@@ -661,7 +701,7 @@ void sigFftBlockedForwardFrom(const sigFftPlan* plan, const float* src, float* d
 
 void sigBitReverseInPlace(float* data, int64_t n, const int32_t* table) {
     if (n < 4) return;
-    if (n >= kTiledFrom) {
+    if (n >= kTiledInPlaceFrom) {
         reverse_tiled(data, data, n, log2_of(n));
         return;
     }

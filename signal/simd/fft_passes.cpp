@@ -487,6 +487,19 @@ void column_scatter(float* block0, int64_t row_floats, int32_t rows, const float
     else scatter_blocks<1>(block0, row_floats, rows, in, pairs);
 }
 
+// Points 0..7 of eight runs of pairs into eight leaves: four 4x4
+// transposes of 64-bit pairs.
+void move8x8(const float* const* lines, float* const* leaves, int64_t at) {
+    for (int b0 = 0; b0 < 8; b0 += 4) {
+        for (int i0 = 0; i0 < 8; i0 += 4) {
+            D4 x[4];
+            for (int j = 0; j < 4; ++j) x[j] = as_pairs(load8(lines[b0 + j] + 2 * i0));
+            transpose_pairs(x);
+            for (int l = 0; l < 4; ++l) store8(leaves[i0 + l] + 2 * (at + b0), as_floats(x[l]));
+        }
+    }
+}
+
 template <bool Inv, int W>
 int64_t first_pass(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
                    const float* tab, bool radix16) {
@@ -512,6 +525,7 @@ void fill_fft_table(sig::FftClassTable& t) {
     t.column_gather[0] = column_gather<false>;
     t.column_gather[1] = column_gather<true>;
     t.column_scatter = column_scatter;
+    t.move8x8 = move8x8;
 }
 
 }  // namespace XEB_ISA
