@@ -597,6 +597,54 @@ inline MaskOf<T, N> compare(Vec<T, N> a, std::common_type_t<T> b) {
     return compare<C>(a, broadcast<Vec<T, N>>(b));
 }
 
+// x 2^k for lanes whose x and result are normal numbers, k given twice: as
+// integers and as the same values in floating lanes (AVX-512 scales by the
+// latter in one instruction, the others add the former to the exponent).
+template <class T, int N>
+inline Vec<T, N> scale_normal(Vec<T, N> x, SVec<T, N> k, [[maybe_unused]] Vec<T, N> kf) {
+    [[maybe_unused]] constexpr int bytes = Traits<Vec<T, N>>::bytes;
+    [[maybe_unused]] constexpr bool d = std::is_same_v<T, double>;
+#if XEB_ISA_AVX512
+    if constexpr (N > 1) {
+        // The zero-masked forms: the plain ones pass GCC an undefined operand.
+        constexpr auto all = static_cast<typename MaskOf<T, N>::Raw>((1u << N) - 1);
+        if constexpr (bytes == 64 && d) return {_mm512_maskz_scalef_pd(all, x.v, kf.v)};
+        else if constexpr (bytes == 64) return {_mm512_maskz_scalef_ps(all, x.v, kf.v)};
+        else if constexpr (bytes == 32 && d) return {_mm256_maskz_scalef_pd(all, x.v, kf.v)};
+        else if constexpr (bytes == 32) return {_mm256_maskz_scalef_ps(all, x.v, kf.v)};
+        else if constexpr (d) return {_mm_maskz_scalef_pd(all, x.v, kf.v)};
+        else return {_mm_maskz_scalef_ps(all, x.v, kf.v)};
+    }
+#endif
+    using U = typename LaneInt<static_cast<int>(sizeof(T))>::U;
+    return bitcast<T>(bitcast<U>(x) + (bitcast<U>(k) << (d ? 52 : 23)));
+}
+
+// Lanes that are not positive normal finite numbers (zeros, denormals,
+// negatives, infinities, NaNs): one classification in AVX-512, elsewhere
+// one unsigned compare of the bits less the smallest normal's.
+template <class T, int N>
+inline MaskOf<T, N> not_positive_normal(Vec<T, N> x) {
+    static_assert(std::is_floating_point_v<T>, "a floating lane");
+    [[maybe_unused]] constexpr int bytes = Traits<Vec<T, N>>::bytes;
+    [[maybe_unused]] constexpr bool d = std::is_same_v<T, double>;
+#if XEB_ISA_AVX512
+    if constexpr (N > 1) {
+        constexpr int kAll = 0xFF;  // QNaN, +-0, +-infinity, denormal, negative, SNaN
+        using R = typename MaskOf<T, N>::Raw;
+        if constexpr (bytes == 64 && d) return {static_cast<R>(_mm512_fpclass_pd_mask(x.v, kAll))};
+        else if constexpr (bytes == 64) return {static_cast<R>(_mm512_fpclass_ps_mask(x.v, kAll))};
+        else if constexpr (bytes == 32 && d) return {static_cast<R>(_mm256_fpclass_pd_mask(x.v, kAll))};
+        else if constexpr (bytes == 32) return {static_cast<R>(_mm256_fpclass_ps_mask(x.v, kAll))};
+        else if constexpr (d) return {static_cast<R>(_mm_fpclass_pd_mask(x.v, kAll))};
+        else return {static_cast<R>(_mm_fpclass_ps_mask(x.v, kAll))};
+    }
+#endif
+    using U = typename LaneInt<static_cast<int>(sizeof(T))>::U;
+    constexpr U kNormal = U{1} << (d ? 52 : 23), kInf = (d ? U{0x7FF} : U{0xFF}) << (d ? 52 : 23);
+    return compare<Cmp::Ge>(bitcast<U>(x) - kNormal, kInf - kNormal);
+}
+
 // ---------------------------------------------------------------- tables
 
 // table[idx mod Size] per lane, for a table of Size entries (a power of

@@ -256,6 +256,7 @@ void widen_reach(double zlo, double zhi, double invc, double& rmin, double& rmax
 // rows, half of row 9 on each side of 1.
 constexpr uint64_t kOffset = 0x3FE6800000000000ull;
 constexpr int kOneRow = 9;
+constexpr double kReachF = 0x1.001p-5;  // |r| of the float rows
 
 void logarithms(FILE* o) {
     std::fprintf(o, "// ---- logarithms: x = 2^k z, z in [0.703125, 1.40625) in row j (the top four\n"
@@ -328,40 +329,71 @@ void logarithms(FILE* o) {
     }
     row(o, "double", "logInvC", inv, 4);
     row(o, "double", "logLogC", logc, 4);
-    // The float forms (_21, _11): 1/c the float nearest 1/(row centre),
-    // log c rounded to float.
-    std::vector<float> inv_f, logc_f, logc_hi_f, logc_lo_f;
+    // The float rows (every single form): for each row the float 1/c, among
+    // those that keep r within [-kReachF, kReachF] over the row, that makes
+    // the least error at the row's ends in ulps of log z there (k = 0; the
+    // results are larger elsewhere): the distance of log c from the nearest
+    // multiple of 2^-17 (the place of logLn2HiF's last bit), which the
+    // kernels drop, and the terms in q^2 (the fit of g and lo's roundings,
+    // below 2^-22 q^2), which grow as c moves off the row's centre.  log c is
+    // then that multiple: k logLn2HiF + log c is exact in floats and one
+    // table value holds it.  A full scan of the candidates in doubles (log c
+    // to 2^-54, the distances sought are above 2^-40), the winner's distance
+    // measured again with MPFR.
+    std::vector<float> inv_f, logc_f;
+    double worst_relative = 0, rmin_f = 0, rmax_f = 0;
     for (int j = 0; j < 16; ++j) {
         const double zlo = from_bits(kOffset + (static_cast<uint64_t>(j) << 48));
         const double zhi = from_bits(kOffset + (static_cast<uint64_t>(j + 1) << 48));
-        const float invc = j == kOneRow ? 1.0f : static_cast<float>(2.0 / (zlo + zhi));
-        mpfr_set_flt(c.v, invc, MPFR_RNDN);
+        float best_inv = 1.0f;
+        if (j != kOneRow) {
+            auto ulp_at = [](double z) { return std::ldexp(1.0, std::ilogb(std::fabs(std::log(z))) - 23); };
+            const double ulp_lo = ulp_at(zlo), ulp_hi = ulp_at(zhi);
+            double best = 1e300;
+            const float first = std::nextafter(static_cast<float>((1 - kReachF) / zlo), 2.0f);
+            for (float invc = first; zhi * invc - 1 <= kReachF && zlo * invc - 1 >= -kReachF;
+                 invc = std::nextafter(invc, 2.0f)) {
+                const double lc = -std::log(static_cast<double>(invc));
+                const double off = std::fabs(lc - std::nearbyint(lc * 0x1p17) * 0x1p-17);
+                const double qlo = zlo * invc - 1, qhi = zhi * invc - 1;
+                const double cost = std::max((off + 0x1p-22 * qlo * qlo) / ulp_lo, (off + 0x1p-22 * qhi * qhi) / ulp_hi);
+                if (cost < best) best = cost, best_inv = invc;
+            }
+        }
+        mpfr_set_flt(c.v, best_inv, MPFR_RNDN);
         mpfr_log(lc.v, c.v, MPFR_RNDN);
         mpfr_neg(lc.v, lc.v, MPFR_RNDN);
-        inv_f.push_back(invc);
-        logc_f.push_back(j == kOneRow ? 0.0f : to_float(lc));
-        // log c on the grid of k logLn2HiF (2^-15), and the rest.
-        const float grid = j == kOneRow ? 0.0f : static_cast<float>(std::nearbyint(to_double(lc) * 0x1p15) * 0x1p-15);
+        const float grid = j == kOneRow ? 0.0f : static_cast<float>(std::nearbyint(to_double(lc) * 0x1p17) * 0x1p-17);
         mpfr_sub_d(t.v, lc.v, grid, MPFR_RNDN);
-        logc_hi_f.push_back(grid);
-        logc_lo_f.push_back(j == kOneRow ? 0.0f : to_float(t));
+        // Against the smallest |log x| of the row (k = 0; elsewhere |log x| > 1/4).
+        const double smallest = std::min(std::fabs(std::log(zlo)), std::fabs(std::log(zhi)));
+        if (j != kOneRow) worst_relative = std::max(worst_relative, std::fabs(to_double(t)) / smallest);
+        inv_f.push_back(best_inv);
+        logc_f.push_back(grid);
+        widen_reach(zlo, zhi, best_inv, rmin_f, rmax_f);
     }
-    std::fprintf(o, "// The float rows: 1/c the float nearest 1/(row centre), log c rounded; for the\n"
-                    "// single _HA forms log c = logLogCHiF + logLogCLoF to 2^-40 absolute, the head\n"
-                    "// a multiple of 2^-15, so that k logLn2HiF + it is exact.\n");
+    std::fprintf(o, "// The float rows: for each the float 1/c, keeping |r| <= %a, of least error at\n"
+                    "// the row's ends (log c's distance from the nearest multiple of 2^-17, and\n"
+                    "// 2^-22 q^2), and that multiple as log c: k logLn2HiF + log c is exact\n"
+                    "// for |k| < 2^8, and logLogCF is log c within 2^%.1f times the smallest\n"
+                    "// |log x| of its row (c = 1 in row 9).  Stored from the top row down: entry i\n"
+                    "// is row 15 - i, as the kernels index by the row's bits complemented.\n",
+                 kReachF, std::log2(worst_relative));
+    std::reverse(inv_f.begin(), inv_f.end());
+    std::reverse(logc_f.begin(), logc_f.end());
     row(o, "float", "logInvCF", inv_f, 4);
     row(o, "float", "logLogCF", logc_f, 4);
-    row(o, "float", "logLogCHiF", logc_hi_f, 4);
-    row(o, "float", "logLogCLoF", logc_lo_f, 4);
     std::fprintf(o, "// r lies in [%a, %a].\n\n", rmin, rmax);
     const double lo = rmin * (1 + 0x1p-12), hi = rmax * (1 + 0x1p-12);
     fitted<double>(o, "lnPoly", log_quotient, lo, hi, 9,
                    "(log1p(r) - r) / r^2 ~ lnPoly[0] + lnPoly[1] r + ... + lnPoly[8] r^8");
     fitted<double>(o, "lnPoly50", log_quotient, lo, hi, 8,
                    "The same for the _50 forms: lnPoly50[0] + ... + lnPoly50[7] r^7");
-    fitted<float>(o, "lnPolyS", log_quotient, lo, hi, 4,
+    std::fprintf(o, "// The float rows' r lies in [%a, %a].\n\n", rmin_f, rmax_f);
+    const double lo_f = rmin_f * (1 + 0x1p-12), hi_f = rmax_f * (1 + 0x1p-12);
+    fitted<float>(o, "lnPolyS", log_quotient, lo_f, hi_f, 4,
                   "The same for the single _HA forms: lnPolyS[0] + ... + lnPolyS[3] r^3, floats");
-    fitted<float>(o, "lnPolyF", log_quotient, lo, hi, 3,
+    fitted<float>(o, "lnPolyF", log_quotient, lo_f, hi_f, 3,
                   "The same for the float forms: lnPolyF[0] + lnPolyF[1] r + lnPolyF[2] r^2, floats");
     mpfr_set_ui(t.v, 2, MPFR_RNDN);
     mpfr_log(t.v, t.v, MPFR_RNDN);

@@ -22,9 +22,9 @@ extern const uint32_t expScaleBitsF[16];
 extern const double logLn2Hi, logLn2Lo, log10eHi, log10eLo;
 extern const double logInvC[16], logLogC[16];
 extern const double lnPoly[9], lnPoly50[8];
-// The float rows and coefficients (single _HA forms: also the low part of
-// log c, of ln 2 and of log10(e); _21, _11: the rest).
-extern const float logInvCF[16], logLogCF[16], logLogCHiF[16], logLogCLoF[16], lnPolyS[4], lnPolyF[3];
+// The float rows (log c a multiple of 2^-17) and coefficients (single _HA
+// forms: also the low part of ln 2 and of log10(e); _21, _11: the rest).
+extern const float logInvCF[16], logLogCF[16], lnPolyS[4], lnPolyF[3];
 extern const float logLn2F, logLn2HiF, logLn2LoF, log10eF, log10eLoF;
 
 // The event code the double exponential reports for x in its band near

@@ -42,12 +42,16 @@
 // 2^-104; the final sum 0.5.  Bound 0.54 (0.52 for Ln, 0.533 for Log10
 // measured, next to the edges of row 9).
 // Single: in floats, on the float rows (ln_float_pair below): log x as
-// hi + lo, hi = k ln2hi + log c hi + q rounded once and its error exact,
-// r = q + pl exact.  Error budget: the fit of g (float coefficients, 2^-25
-// absolute) times q^2, and lo's roundings (|lo| below 2^-6 of the
-// result): 2^-28 of the result, under 0.12 ulp; Log10's pair product
-// 2^-30; the final sum 0.5.  Bound 0.6 (every float measured: 0.543 for
-// Ln, 0.54 for Log10).  A denormal is scaled by 2^23, k less 23.
+// hi + lo, hi = k ln2hi + log c + q rounded once and its error exact,
+// r = q + pl exact, log c one table value (a multiple of 2^-17 chosen with
+// c).  Error budget: log c's own distance from the true value, below
+// 2^-28.2 of the result (rows 8 and 10 next to 1; 0.02 ulp, 0.03 in
+// Log10's ulps); the fit of g (float coefficients, 2^-25 absolute) times
+// q^2, and lo's roundings (|lo| below 2^-5.5 of the result): 2^-28 of the
+// result, under 0.12 ulp; Log10's pair product 2^-30; the final sum 0.5.
+// Bound 0.6 (measured: 0.543 for Ln, 0.564 for Log10, every float from
+// 0.9375 to 1.09375, the rows next to 1).  A denormal is scaled by 2^23,
+// k less 23.
 #include <cstdint>
 
 #include "vecmath/kernel_table.h"
@@ -175,21 +179,38 @@ XEB_INLINE D<N> ln_quick(D<N> x, double adjust) {
     return fma(p.kd, ex::logLn2Hi + ex::logLn2Lo, lookup<16>(ex::logLogC, p.row)) + fma(r2, g, r);
 }
 
+// The float forms' decoded argument x 2^-Adjust = 2^k z: z, -k as a float
+// and the row.  The bits of x are taken from those of 0.703125 + 2^23 - 1:
+// above bit 23 that is -k, below it the complement of z's offset pattern,
+// whose top four bits give 15 - row (the float tables are stored from the
+// top row down).
+template <int N>
+struct FloatLogParts {
+    F<N> z, nkf;
+    W<N> row;
+};
+
+template <int Adjust, int N>
+XEB_INLINE FloatLogParts<N> float_log_parts(F<N> x) {
+    const W<N> flipped = (W<N>{} + (kLogOffsetF + 0x7FFFFFu)) - bitcast<uint32_t>(x);
+    const Vec<int32_t, N> nk = bitcast<int32_t>(flipped) >> 23;
+    const F<N> nkf = convert<float>(nk);
+    const F<N> z = scale_normal(x, nk, nkf);
+    if constexpr (Adjust != 0) return {z, nkf + float(Adjust), flipped >> 19};
+    else return {z, nkf, flipped >> 19};
+}
+
 // Single _21 (and _11, the same entry): floats throughout, on the float
 // forms' rows.  Error budget, in float ulps: r's rounding and log c's, up
 // to 0.5 each in the rows next to 1; the fit, 2^-19.4 times r: 0.75; three
 // roundings of the sum, 1.5; Log10's product 0.5: bound 4 ulp.
-template <int N>
-XEB_INLINE F<N> ln_float(F<N> x, float adjust) {
-    const W<N> w = bitcast<uint32_t>(x);
-    const W<N> offset = w - kLogOffsetF;
-    const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
-    const W<N> row = offset >> 19;
-    const F<N> kf = convert<float>(bitcast<int32_t>(offset) >> 23) - adjust;
-    const F<N> r = fma(z, lookup<16>(ex::logInvCF, row), -1.0f);
+template <int Adjust, int N>
+XEB_INLINE F<N> ln_float(F<N> x) {
+    const FloatLogParts<N> p = float_log_parts<Adjust>(x);
+    const F<N> r = fma(p.z, lookup<16>(ex::logInvCF, p.row), -1.0f);
     const float* c = ex::lnPolyF;
     const F<N> g = fma(r, fma(r, c[2], c[1]), c[0]);
-    return fma(kf, ex::logLn2F, lookup<16>(ex::logLogCF, row) + fma(r * r, g, r));
+    return fma(p.nkf, -ex::logLn2F, lookup<16>(ex::logLogCF, p.row) + fma(r * r, g, r));
 }
 
 struct Decimal {
@@ -229,7 +250,7 @@ struct LogD {
 
     template <int N>
     static MaskOf<double, N> special(D<N> x) {
-        return compare<Cmp::Ge>(bitcast<uint64_t>(x) - kNormalBits, kNormalSpan);
+        return not_positive_normal(x);
     }
     template <int N>
     XEB_INLINE static D<N> compute(D<N> x, double adjust = 0) {
@@ -265,33 +286,27 @@ struct LogD {
 // Single _HA, in floats on the float rows (x = 2^k z as for _21):
 //  - q + pl = z invc - 1 exactly: z invc as a fused pair, its distance
 //    from 1 exact;
-//  - s = k ln2hi + log c hi exactly (both on the grid of 2^-15, |s| < 2^9),
+//  - s = k ln2hi + log c exactly (both on the grid of 2^-17, |s| < 2^7),
 //    and s + q = hi + e by a fast two-sum: |s| >= |q| unless s = 0 (log c
 //    is 0 only in the row around 1, elsewhere beyond q's reach);
 //  - log1p(q + pl) - q = q^2 g(q) + pl (1 - q), the dropped terms below
 //    2^-50 of the result;
-//   log x = hi + lo,  lo = e + k ln2lo + log c lo + pl + q (q g(q) - pl),
+//   log x = hi + lo,  lo = e + k ln2lo + pl + q (q g(q) - pl),
 //  g by Horner's rule (no q^2: one operation fewer).
 template <int Adjust, int N>
 XEB_INLINE void ln_float_pair(F<N> x, F<N>& hi, F<N>& lo) {
-    const W<N> w = bitcast<uint32_t>(x);
-    const W<N> offset = w - kLogOffsetF;
-    const F<N> z = bitcast<float>(w - (offset & 0xFF800000u));
-    const W<N> row = offset >> 19;
-    F<N> kf = convert<float>(bitcast<int32_t>(offset) >> 23);
-    if constexpr (Adjust != 0) kf = kf - float(Adjust);
-    const F<N> invc = lookup<16>(ex::logInvCF, row);
-    const F<N> ph = z * invc;
-    const F<N> pl = fms(z, invc, ph);
+    const FloatLogParts<N> p = float_log_parts<Adjust>(x);
+    const F<N> invc = lookup<16>(ex::logInvCF, p.row);
+    const F<N> ph = p.z * invc;
+    const F<N> pl = fms(p.z, invc, ph);
     const F<N> q = ph - 1.0f;
-    const F<N> s = fma(kf, ex::logLn2HiF, lookup<16>(ex::logLogCHiF, row));  // exact
+    const F<N> s = fma(p.nkf, -ex::logLn2HiF, lookup<16>(ex::logLogCF, p.row));  // exact
     hi = s + q;
     const F<N> e = (s - hi) + q;
     const float* c = ex::lnPolyS;
     const F<N> g = fma(q, fma(q, fma(q, c[3], c[2]), c[1]), c[0]);
     // q^2 g + pl (1 - q) = q (q g - pl) + pl.
-    const F<N> small = fma(kf, ex::logLn2LoF, lookup<16>(ex::logLogCLoF, row)) + pl;
-    lo = fma(q, fms(q, g, pl), e + small);
+    lo = fma(q, fms(q, g, pl), e + fma(p.nkf, -ex::logLn2LoF, pl));
 }
 
 template <class B, Form Fm>
@@ -301,15 +316,15 @@ struct LogS {
     static constexpr float filler = 1.0f;
 
     template <int N>
-    static MaskOf<float, N> special(F<N> x) {  // not positive, normal and finite
-        return compare<Cmp::Ge>(bitcast<uint32_t>(x) - kNormalF, kInfF - kNormalF);
+    static MaskOf<float, N> special(F<N> x) {
+        return not_positive_normal(x);
     }
 
     // Adjust: 23 for a denormal scaled by 2^23.
     template <int Adjust = 0, int N>
     XEB_INLINE static F<N> compute(F<N> x) {
         if constexpr (Fm == Form::Low) {
-            return B::scale(ln_float(x, Adjust));
+            return B::scale(ln_float<Adjust>(x));
         } else {
             F<N> hi, lo;
             ln_float_pair<Adjust>(x, hi, lo);
