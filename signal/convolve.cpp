@@ -54,10 +54,12 @@ int32_t order_of(int64_t n) {
     return k;
 }
 
-// Copy n values into a buffer of `size` floats and zero the rest.
+// Copy n values into a buffer of `size` floats and zero the rest, through
+// the cache (the transform reads the buffer next; the streaming stores of
+// sigCopy32f would send it to memory and back).
 void load_padded(const float* src, int32_t n, float* buf, int64_t size) {
-    sigCopy32f(src, buf, n);
-    sigZeroBytes(buf + n, (size - n) * 4);  // a count of 0 is refused and changes nothing
+    std::memcpy(buf, src, sizeof(float) * static_cast<std::size_t>(n));
+    std::memset(buf + n, 0, sizeof(float) * static_cast<std::size_t>(size - n));
 }
 
 int32_t convolve_direct(const float* lng, int32_t L, const float* sht, int32_t S, float* dst) {
