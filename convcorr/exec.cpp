@@ -61,7 +61,6 @@ constexpr RukDirect1DNodecS* kNodec1DS[2] = {rukConvSSDirect1D_nodec, rukCorrSSD
 constexpr RukDirectAllDecS* kAllS[2][2] = {{rukConvSSDirectAll_dec, rukCorrSSDirectAll_dec},
                                            {rukConvSDDirectAll_dec, rukCorrSDDirectAll_dec}};
 constexpr RukDirectAllDecD* kAllD[2] = {rukConvDDDirectAll_dec, rukCorrDDDirectAll_dec};
-constexpr RukFft1DS* kFftS[2] = {rukConvSSFft1D_nodec, rukCorrSSFft1D_nodec};
 
 int32_t run(const Selection& s, const Call& c) {
     const int job = s.job == Job::Corr ? 1 : 0;
@@ -74,11 +73,9 @@ int32_t run(const Selection& s, const Call& c) {
     auto* zd = static_cast<double*>(c.z);
     switch (s.form) {
     case Form::Fft:
-        if (s.job == Job::Conv)
-            return conv_fft_for_task(*c.task, xf, c.xStride[0], yf, c.yStride[0], zf, c.zStride[0], c.xShape[0],
-                                     c.yShape[0], c.start[0], c.zShape[0]);
-        return kFftS[job](0, xf, c.xStride[0], yf, c.yStride[0], 1, zf, c.zStride[0], 1,
-                          c.xShape[0], c.yShape[0], 1, c.start[0], c.zShape[0], 0, 0, 0, 0);
+        return (s.job == Job::Conv ? conv_fft_for_task : corr_fft_for_task)(
+            *c.task, xf, c.xStride[0], yf, c.yStride[0], zf, c.zStride[0], c.xShape[0], c.yShape[0], c.start[0],
+            c.zShape[0]);
     case Form::Direct1DNodec:
         return kNodec1DS[job](xf, c.xStride[0], yf, c.yStride[0], zf, c.zStride[0], c.xShape[0],
                               c.yShape[0], c.start[0], c.zShape[0]);

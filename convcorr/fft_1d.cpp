@@ -39,13 +39,12 @@ int32_t copy_without_workspace(RukTask*, void** newData, void*) {
     return 0;
 }
 
-// The task's workspace for an FFT convolution of nx by ny, made at the
-// first such run; null when the engine computes directly, when the private
-// data belong to another owner, or when the record cannot be allocated.
-sig::sigConvWorkspace* task_workspace(RukTask* t, int32_t nx, int32_t ny) {
-    if (t == nullptr) return nullptr;
-    const sig::sigConvPath path = sig::sigConvolveChoice(nx, ny).path;
-    if (path == sig::sigConvPath::Direct || path == sig::sigConvPath::DirectBlocked) return nullptr;
+// The task's workspace for a run through the engine's FFT paths, made at
+// the first such run; null when the engine computes directly (`fft`
+// false), when the private data belong to another owner, or when the
+// record cannot be allocated.
+sig::sigConvWorkspace* task_workspace(RukTask* t, bool fft) {
+    if (t == nullptr || !fft) return nullptr;
     if (t->privateData != nullptr)
         return t->privateDelete == release_workspace ? static_cast<sig::sigConvWorkspace*>(t->privateData)
                                                      : nullptr;
@@ -138,10 +137,15 @@ int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float
         if (out == nullptr) return RUK_ERROR_NO_MEMORY;
     }
     if (J == Job::Conv) {
-        if (sig::sigConvolve32fWith(dx, nx, dy, ny, out, task_workspace(owner, nx, ny)) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
+        const sig::sigConvPath path = sig::sigConvolveChoice(nx, ny).path;
+        const bool fft = path == sig::sigConvPath::OneShot || path == sig::sigConvPath::OverlapSave;
+        if (sig::sigConvolve32fWith(dx, nx, dy, ny, out, task_workspace(owner, fft)) != 0)
+            return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
         if (private_out || start > 0) scatter(out + start, z, zs, nz);
     } else {
-        if (sig::sigCrossCorr32f(dx, nx, dy, ny, out, nz, start) != 0) return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
+        sig::sigConvWorkspace* ws = task_workspace(owner, sig::sigCrossCorrUsesFft(nx, ny, nz, start));
+        if (sig::sigCrossCorr32fWith(dx, nx, dy, ny, out, nz, start, ws) != 0)
+            return fft_status(J, RUK_CONVFFT_ERROR_ENGINE);
         if (private_out) scatter(out, z, zs, nz);
     }
     return RUK_OK;
@@ -152,6 +156,11 @@ int32_t fft_kernel(const float* x, int32_t xs, const float* y, int32_t ys, float
 int32_t conv_fft_for_task(RukTask& task, const float* x, int32_t xs, const float* y, int32_t ys, float* z,
                           int32_t zs, int32_t nx, int32_t ny, int32_t start, int32_t nz) {
     return fft_kernel<Job::Conv>(x, xs, y, ys, z, zs, nx, ny, start, nz, &task);
+}
+
+int32_t corr_fft_for_task(RukTask& task, const float* x, int32_t xs, const float* y, int32_t ys, float* z,
+                          int32_t zs, int32_t nx, int32_t ny, int32_t start, int32_t nz) {
+    return fft_kernel<Job::Corr>(x, xs, y, ys, z, zs, nx, ny, start, nz, &task);
 }
 
 }  // namespace xeb::convcorr

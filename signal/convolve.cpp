@@ -54,10 +54,12 @@ int32_t order_of(int64_t n) {
     return k;
 }
 
-// Copy n values into a buffer of `size` floats and zero the rest.
+// Copy n values into a buffer of `size` floats and zero the rest, through
+// the cache (the transform reads the buffer next; the streaming stores of
+// sigCopy32f would send it to memory and back).
 void load_padded(const float* src, int32_t n, float* buf, int64_t size) {
-    sigCopy32f(src, buf, n);
-    sigZeroBytes(buf + n, (size - n) * 4);  // a count of 0 is refused and changes nothing
+    std::memcpy(buf, src, sizeof(float) * static_cast<std::size_t>(n));
+    std::memset(buf + n, 0, sizeof(float) * static_cast<std::size_t>(size - n));
 }
 
 int32_t convolve_direct(const float* lng, int32_t L, const float* sht, int32_t S, float* dst) {
@@ -84,18 +86,20 @@ struct Buffers {
     void* work;     // the transforms' work, or null for none
 };
 
-// Makes the workspace fit a transform of 2^order and a filter of S taps:
-// the plan is kept when its order matches, the block when it is large
-// enough.  The plan is made before the block, so that a failing block
-// leaves a plan that the next call can use.
-int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t S, Buffers& b) {
-    if (ws.plan && ws.order != order) sigConvWorkspaceRelease(&ws);
+// Makes the workspace fit a transform of 2^order with the given scaling
+// and `tail` floats behind the two buffers and the work: the plan is kept
+// when its order and scaling match, the block when it is large enough.
+// The plan is made before the block, so that a failing block leaves a plan
+// that the next call can use.
+int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t scaling, int64_t tail, Buffers& b) {
+    if (ws.plan && (ws.order != order || ws.scaling != scaling)) sigConvWorkspaceRelease(&ws);
     if (!ws.plan) {
-        if (const int32_t st = sigFftPlanInit(&ws.plan, order, SIG_SCALE_NONE, 0); st != SIG_OK) {
+        if (const int32_t st = sigFftPlanInit(&ws.plan, order, scaling, 0); st != SIG_OK) {
             ws.plan = nullptr;
             return st;
         }
         ws.order = order;
+        ws.scaling = scaling;
         int32_t bytes = 0;
         if (const int32_t st = sigFftWorkSize(ws.plan, &bytes); st != SIG_OK) {
             sigConvWorkspaceRelease(&ws);
@@ -104,7 +108,7 @@ int32_t fit_workspace(sigConvWorkspace& ws, int32_t order, int32_t S, Buffers& b
         ws.workFloats = (int64_t{bytes} + 3) / 4;
     }
     const int64_t n = int64_t{1} << order;
-    const int64_t need = 2 * n + ws.workFloats + S;
+    const int64_t need = 2 * n + ws.workFloats + tail;
     if (ws.blockFloats < need) {
         sigFree(ws.block);
         ws.filterLen = 0;
@@ -157,7 +161,7 @@ int32_t convolve_segment(const sigConvWorkspace& ws, const Buffers& b, const flo
 int32_t convolve_one_shot(sigConvWorkspace& ws, const float* lng, int32_t L, const float* sht, int32_t S,
                           float* dst, int32_t out, int32_t order) {
     Buffers b{};
-    if (const int32_t st = fit_workspace(ws, order, S, b); st != SIG_OK) return st;
+    if (const int32_t st = fit_workspace(ws, order, SIG_SCALE_NONE, S, b); st != SIG_OK) return st;
     if (const int32_t st = filter_spectrum(ws, sht, S, b); st != SIG_OK) return st;
     const int32_t st = convolve_segment(ws, b, lng, L);
     if (st == SIG_OK) sigCopy32f(b.seg, dst, out);
@@ -168,7 +172,7 @@ int32_t convolve_one_shot(sigConvWorkspace& ws, const float* lng, int32_t L, con
 int32_t convolve_overlap_save(sigConvWorkspace& ws, const float* lng, int32_t L, const float* sht, int32_t S,
                               float* dst, int32_t out, int32_t order, int64_t step) {
     Buffers b{};
-    if (const int32_t st = fit_workspace(ws, order, S, b); st != SIG_OK) return st;
+    if (const int32_t st = fit_workspace(ws, order, SIG_SCALE_NONE, S, b); st != SIG_OK) return st;
     if (const int32_t st = filter_spectrum(ws, sht, S, b); st != SIG_OK) return st;
     for (int64_t p = 0; p < out; p += step) {
         // The first block has no history: its circular wrap cannot reach
@@ -211,6 +215,18 @@ sigConvChoice sigConvolveChoice(int32_t len1, int32_t len2) {
     // 8 S, so the S - 1 discarded outputs of a block are a quarter or less.
     const int32_t order = order_of(2 * int64_t{S}) + 1;
     return {sigConvPath::OverlapSave, order, (int64_t{1} << order) - S + 1};
+}
+
+int32_t sigConvWorkspaceBuffers(sigConvWorkspace* ws, int32_t order, int32_t scaling, float** first, float** second,
+                                void** work) {
+    Buffers b{};
+    const int32_t st = fit_workspace(*ws, order, scaling, 0, b);
+    ws->filterLen = 0;  // the caller overwrites whatever spectrum the block held
+    if (st != SIG_OK) return st;
+    *first = b.filter;
+    *second = b.seg;
+    *work = b.work;
+    return SIG_OK;
 }
 
 void sigConvWorkspaceRelease(sigConvWorkspace* ws) {

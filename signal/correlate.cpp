@@ -172,6 +172,29 @@ int32_t correlate_direct(const float* src1, int32_t len1, const float* src2, int
     return SIG_OK;
 }
 
+// The lags of a request that overlap: `before` leading lags below
+// 1 - len1 and the lags from len2 on are zeros; `count` lags from `low`
+// (index `first` of the full correlation) remain.  They go to the FFT when
+// their number, weighted by how much of the full overlap they can reach,
+// exceeds 383 (weighed in single precision).
+struct LiveLags {
+    int64_t before, count, low, first;
+    bool fft;
+};
+LiveLags live_lags(int32_t len1, int32_t len2, int32_t dstLen, int32_t lowLag32) {
+    int64_t low = lowLag32, count = dstLen, before = 0;
+    if (low < 1 - int64_t{len1}) {
+        before = std::min(1 - int64_t{len1} - low, count);
+        count -= before;
+        low = 1 - int64_t{len1};
+    }
+    const int64_t first = std::max<int64_t>(low + len1 - 1, 0);
+    count = std::min(count, std::max<int64_t>(len2 - low, 0));
+    const int32_t sh = std::min(len1, len2), lg = std::max(len1, len2);
+    const float weighted = static_cast<float>(count) * static_cast<float>(sh) / static_cast<float>(lg);
+    return {before, count, low, first, count > 0 && static_cast<int64_t>(weighted) > kCorrDirectMax};
+}
+
 }  // namespace
 
 void sigCorrRamp32f(const float* moving, const float* fixed, int32_t len, float* dst, int32_t count) {
@@ -188,25 +211,38 @@ void sigCorrTail32f(const float* moving, const float* fixed, int32_t len, float*
 }
 
 int32_t sigCorrFft32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
-                      int32_t dstLen, int32_t first) {
+                      int32_t dstLen, int32_t first, sigConvWorkspace* ws) {
     const int64_t full = int64_t{len1} + len2 - 1;
     int32_t order = 1;
     while ((int64_t{1} << order) < full) ++order;
     const int64_t n = int64_t{1} << order;
-    sigFftPlan* plan = nullptr;
-    if (const int32_t st = sigFftPlanInit(&plan, order, SIG_SCALE_INVERSE, 0); st != SIG_OK) return st;
-    int32_t work_bytes = 0;
-    sigFftWorkSize(plan, &work_bytes);
-    // A missing work block is not an error: the transforms then allocate
-    // their own.
-    Owned work{sigAllocBytes(work_bytes)};
-    Owned buffers{sigAlloc32f(2 * n)};
-    if (!buffers.p) {
-        sigFftPlanFree(plan);
-        return SIG_ERR_MEMORY;
+    sigFftPlan* own_plan = nullptr;
+    Owned own_work, own_buffers;
+    const sigFftPlan* plan = nullptr;
+    float* a = nullptr;
+    float* b = nullptr;
+    void* work = nullptr;
+    if (ws) {
+        if (const int32_t st = sigConvWorkspaceBuffers(ws, order, SIG_SCALE_INVERSE, &a, &b, &work); st != SIG_OK)
+            return st;
+        plan = ws->plan;
+    } else {
+        if (const int32_t st = sigFftPlanInit(&own_plan, order, SIG_SCALE_INVERSE, 0); st != SIG_OK) return st;
+        int32_t work_bytes = 0;
+        sigFftWorkSize(own_plan, &work_bytes);
+        // A missing work block is not an error: the transforms then
+        // allocate their own.
+        own_work.p = sigAllocBytes(work_bytes);
+        own_buffers.p = sigAlloc32f(2 * n);
+        if (!own_buffers.p) {
+            sigFftPlanFree(own_plan);
+            return SIG_ERR_MEMORY;
+        }
+        plan = own_plan;
+        a = static_cast<float*>(own_buffers.p);
+        b = a + n;
+        work = own_work.p;
     }
-    float* a = static_cast<float*>(buffers.p);
-    float* b = a + n;
     // Index m of the result holds lag m - (len1 - 1): the second signal
     // starts len1 - 1 places on.
     sigCopy32f(src1, a, len1);
@@ -214,44 +250,41 @@ int32_t sigCorrFft32f(const float* src1, int32_t len1, const float* src2, int32_
     zero(b, len1 - 1);
     sigCopy32f(src2, b + len1 - 1, len2);
     zero(b + full, n - full);
-    int32_t st = sigFftForwardOrdered(a, a, plan, work.p);
-    if (st == SIG_OK) st = sigFftForwardOrdered(b, b, plan, work.p);
+    int32_t st = sigFftForwardOrdered(a, a, plan, work);
+    if (st == SIG_OK) st = sigFftForwardOrdered(b, b, plan, work);
     if (st == SIG_OK) {
         sigMulConjSpectrumOrdered(b, a, static_cast<int32_t>(n));
-        st = sigFftInverseOrdered(a, b, plan, work.p);
+        st = sigFftInverseOrdered(a, b, plan, work);
     }
     if (st == SIG_OK) sigCopy32f(b + first, dst, dstLen);
-    sigFftPlanFree(plan);
+    if (own_plan) sigFftPlanFree(own_plan);
     return st;
 }
 
 int32_t sigCrossCorr32f(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
-                        int32_t dstLen, int32_t lowLag32) {
+                        int32_t dstLen, int32_t lowLag) {
+    return sigCrossCorr32fWith(src1, len1, src2, len2, dst, dstLen, lowLag, nullptr);
+}
+
+bool sigCrossCorrUsesFft(int32_t len1, int32_t len2, int32_t dstLen, int32_t lowLag) {
+    if (len1 < 1 || len2 < 1 || dstLen < 1) return false;
+    return live_lags(len1, len2, dstLen, lowLag).fft;
+}
+
+int32_t sigCrossCorr32fWith(const float* src1, int32_t len1, const float* src2, int32_t len2, float* dst,
+                            int32_t dstLen, int32_t lowLag, sigConvWorkspace* ws) {
     if (!src1 || !src2 || !dst) return SIG_ERR_NULL;
     if (len1 < 1 || len2 < 1 || dstLen < 1) return SIG_ERR_SIZE;
-    int64_t lowLag = lowLag32, count = dstLen;
-    // Lags below 1 - len1 have no overlap.
-    if (lowLag < 1 - int64_t{len1}) {
-        const int64_t none = std::min(1 - int64_t{len1} - lowLag, count);
-        zero(dst, none);
-        dst += none;
-        count -= none;
-        if (count == 0) return SIG_OK;
-        lowLag = 1 - int64_t{len1};
-    }
-    // Nor do lags from len2 on.
-    const int64_t first = std::max<int64_t>(lowLag + len1 - 1, 0);
-    const int64_t live = std::max<int64_t>(len2 - lowLag, 0);
-    if (count > live) {
-        zero(dst + live, count - live);
-        if (live == 0) return SIG_OK;
-        count = live;
-    }
-    const int32_t sh = std::min(len1, len2), lg = std::max(len1, len2);
-    const float weighted = static_cast<float>(count) * static_cast<float>(sh) / static_cast<float>(lg);
-    if (static_cast<int64_t>(weighted) > kCorrDirectMax)
-        return sigCorrFft32f(src1, len1, src2, len2, dst, static_cast<int32_t>(count), static_cast<int32_t>(first));
-    return correlate_direct(src1, len1, src2, len2, dst, count, lowLag);
+    const LiveLags r = live_lags(len1, len2, dstLen, lowLag);
+    // Lags below 1 - len1 and from len2 on have no overlap.
+    zero(dst, r.before);
+    zero(dst + r.before + r.count, int64_t{dstLen} - r.before - r.count);
+    if (r.count == 0) return SIG_OK;
+    dst += r.before;
+    if (r.fft)
+        return sigCorrFft32f(src1, len1, src2, len2, dst, static_cast<int32_t>(r.count),
+                             static_cast<int32_t>(r.first), ws);
+    return correlate_direct(src1, len1, src2, len2, dst, r.count, r.low);
 }
 
 }  // namespace xeb::sig

@@ -375,8 +375,9 @@ TEST(FftKernel, ConvolutionFillsZWithTheWholeResultAtStrideOne) {
 // A convolution task keeps the engine's transform state as its private
 // data: each run gives the plain kernel's bits, also after a tap changed,
 // through a copy (which starts without state) and with strided data.  A
-// task holding someone else's private data, a correlation and a direct
-// convolution leave the private data as they found it.
+// task holding someone else's private data, a direct correlation and a
+// direct convolution leave the private data as they found it; an FFT
+// correlation keeps its plan too.
 int32_t keep_block(RukTask*, void*) { return 0; }
 TEST(FftKernel, TaskKeepsItsTransformStateBetweenRuns) {
     struct Run {
@@ -387,6 +388,7 @@ TEST(FftKernel, TaskKeepsItsTransformStateBetweenRuns) {
         {RUK_JOB_CONV, 3000, 100, 1, -1, false, true}, {RUK_JOB_CONV, 3000, 100, 1, 7, false, true},
         {RUK_JOB_CONV, 80, 200, 2, 150, false, true},  {RUK_JOB_CONV, 3000, 100, 1, -1, true, false},
         {RUK_JOB_CORR, 3000, 500, 1, -1, false, false}, {RUK_JOB_CONV, 3000, 31, 1, -1, false, false},
+        {RUK_JOB_CORR, 3000, 2000, 1, 9, false, true},  {RUK_JOB_CORR, 700, 2000, 3, -1, true, false},
     };
     for (const Run& r : runs) {
         std::vector<float> x = xt::uniform_signal(r.nx * r.xs, 1), y = xt::uniform_signal(r.ny, 2);

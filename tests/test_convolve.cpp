@@ -193,6 +193,7 @@ TEST(CrossCorr, FftChoiceAndResults) {
                   r.fft ? SIG_ERR_MEMORY : SIG_OK)
             << r.count << " " << r.low;
         sigFailAllocationsAfter(-1);
+        EXPECT_EQ(sigCrossCorrUsesFft(n, n, r.count, r.low), r.fft) << r.count << " " << r.low;
     }
     // Lags wholly below 1 - len1 or wholly from len2 on: zeros, no FFT.
     sigFailAllocationsAfter(0);
@@ -230,6 +231,45 @@ TEST(CrossCorr, FftChoiceAndResults) {
     float v = 1;
     EXPECT_EQ(sigCrossCorr32f(&v, 1, nullptr, 1, &v, 1, 0), SIG_ERR_NULL);
     EXPECT_EQ(sigCrossCorr32f(&v, 1, &v, 1, &v, 0, 0), SIG_ERR_SIZE);
+}
+
+// Correlations and convolutions through one workspace give the bits of
+// calls without one: the plan is kept for the same order and scaling (the
+// two jobs scale differently), a correlation leaves no filter spectrum for
+// a later convolution with the same taps, and after a failed allocation
+// the next call works.
+TEST(CrossCorr, WorkspaceGivesTheBitsOfAFreshCall) {
+    struct Call {
+        bool conv;
+        int32_t l1, l2, count, low;  // count and low for correlations
+        int32_t fail_after;          // allocations that succeed before the failure; -1 none
+    };
+    const Call calls[] = {
+        {false, 3000, 3000, 500, -100, -1}, {false, 3000, 2000, 500, -2999, -1},  // plan and block kept
+        {true, 3000, 400, 0, 0, -1},        {false, 1000, 900, 600, 0, -1},       // order 11, both jobs
+        {true, 3000, 400, 0, 0, -1},                                              // same taps: spectrum again
+        {false, 3000, 3000, 500, -100, 0},  {false, 3000, 3000, 500, -100, -1},   // a failed plan, then one
+        {false, 3000, 3000, 4, -2, -1},                                           // direct lags
+    };
+    sigConvWorkspace ws{};
+    unsigned seed = 1;
+    for (const Call& c : calls) {
+        const auto a = xt::uniform_signal(c.l1, ++seed), h = xt::uniform_signal(c.l2, c.conv ? 1 : ++seed);
+        const int32_t len = c.conv ? c.l1 + c.l2 - 1 : c.count;
+        std::vector<float> fresh(len + 1, 5.0f), kept(fresh);  // one past the end kept
+        const auto run = [&](float* y, sigConvWorkspace* w) {
+            return c.conv ? sigConvolve32fWith(a.data(), c.l1, h.data(), c.l2, y, w)
+                          : sigCrossCorr32fWith(a.data(), c.l1, h.data(), c.l2, y, c.count, c.low, w);
+        };
+        ASSERT_EQ(run(fresh.data(), nullptr), SIG_OK);
+        sigFailAllocationsAfter(c.fail_after);
+        const int32_t st = run(kept.data(), &ws);
+        sigFailAllocationsAfter(-1);
+        ASSERT_EQ(st, c.fail_after < 0 ? SIG_OK : SIG_ERR_MEMORY) << c.l1 << " x " << c.l2;
+        const bool same = std::memcmp(fresh.data(), kept.data(), sizeof(float) * kept.size()) == 0;
+        EXPECT_TRUE(st != SIG_OK || same) << c.l1 << " x " << c.l2;
+    }
+    sigConvWorkspaceRelease(&ws);
 }
 
 }  // namespace
