@@ -450,6 +450,10 @@ void class_sets(std::FILE* out) {
     class_series(out, "kClassSinF", "SIMD classes, single: the same P in float lanes.", sin_rest, sin_ratio, 3,
                  true);
     class_series(out, "kClassCosF", "SIMD classes, single: the same Q in float lanes.", cos_rest, cos_t, 3, true);
+    class_series(out, "kClassSinS", "SIMD classes, single tangent in double lanes: the same P.", sin_rest, sin_ratio,
+                 3, false);
+    class_series(out, "kClassCosS", "SIMD classes, single tangent in double lanes: the same Q.", cos_rest, cos_t, 3,
+                 false);
 }
 
 void generate(std::FILE* out) {
