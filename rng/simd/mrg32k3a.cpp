@@ -4,19 +4,42 @@
 // state jumped to its first element (rng/mrg32k3a.cpp).  The numbers are
 // the sequence itself, the same in every class and for every split.
 //
-// Arithmetic in doubles.  A component's value is kept as a residue r with
-// |r| <= m/2 + 2.  A step forms t = a u + b v (the two coefficients of its
-// recurrence, below 2^21, against values below 2^32 in magnitude): one
-// product, one fused multiply-add, |t| < 2^53, exact.  The quotient
-// q = round(t (1/m)) is one fused multiply-add of t by the double 1/m
-// (relative error 2^-53 on a quotient below 2^21) and 1.5 2^52, which
-// rounds it to an integer, less 1.5 2^52: q is the nearest integer to t/m
-// or, within 2^-31 of a half, its neighbour.  t - q m, formed by
-// one fused multiply-add, is exact (an integer below 2^33) and within
-// m/2 + 2 of zero.  The combination takes y's residue to 0 .. m2 - 1 and
-// x - y to 1 .. m1 by adding m1 once or twice: z = x - y + (m1 where
-// x <= y), exactly as the integer code does.  Each conditional add is one
-// compare and one masked add.
+// Arithmetic in doubles.  AVX-512 rounds the quotient down in the fused
+// multiply-add itself, so residues come out in 0 .. m - 1 and the
+// combination takes one conditional add; AVX2 rounds it to nearest and
+// takes three.
+//
+// AVX-512.  y is kept in 0 .. m2 - 1, and its step forms t = a21 y[n-1] +
+// a23 (m2 - y[n-3]) (two fused multiply-adds from the constant a23 m2 <
+// 2^53), an integer from 0 to below 1.9 2^52, exact.  With w the double
+// 1/m2 rounded up, w = (1 + e)/m2 with 0 <= e < 1.07 2^-53, the fused
+// multiply-add of t by w and 1.5 2^52 rounded down is 1.5 2^52 +
+// floor(t w) (t w is below 2^21, where the doubles' spacing is 1).  For t
+// = k m2 + r with 0 <= r < m2, t w = k + r/m2 + e t/m2 lies in [k, k + 1)
+// because e t < 0.97 < 1 <= m2 - r: the quotient is k, and t - k m2 (one
+// fused multiply-add, exact) is r.  x's step forms t = a12 x[n-2] - a13
+// x[n-3] (a product and a fused multiply-add; |t| < 1.4 2^52, exact; the
+// form with m1 - x[n-3] could exceed 2^53) with x in 0 .. m1, and reduces
+// it the same way by 1/m1 rounded up (e < 0.68 2^-53): for t >= 0 as
+// above (e t < 0.45); for t < 0 with r > 0, t w >= k as e |t| < 0.26 < 1
+// <= r; for t = k m1 < 0, t w falls just below k and the residue is m1,
+// which stands for 0.  Then d = x - y, from 1 - m2 to m1, is z = x - y
+// mod m1 in 1 .. m1 or that less m1 (d <= 0): one compare and one masked
+// add, as the integer code does.
+//
+// AVX2.  A component's value is kept as a residue r with |r| <= m/2 + 2.
+// A step forms t = a u + b v (the two coefficients of its recurrence,
+// below 2^21, against values below 2^32 in magnitude): one product, one
+// fused multiply-add, |t| < 2^53, exact.  The quotient q = round(t (1/m))
+// is one fused multiply-add of t by the double 1/m (relative error 2^-53
+// on a quotient below 2^21) and 1.5 2^52, which rounds it to an integer,
+// less 1.5 2^52: q is the nearest integer to t/m or, within 2^-31 of a
+// half, its neighbour.  t - q m, formed by one fused multiply-add, is
+// exact (an integer below 2^33) and within m/2 + 2 of zero.  The
+// combination takes y's residue to 0 .. m2 - 1 and x - y to 1 .. m1 by
+// adding m1 once or twice: z = x - y + (m1 where x <= y), exactly as the
+// integer code does.  Each conditional add is one compare and one masked
+// add.
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
 // each holds N consecutive outputs of one chain: one whole store.
@@ -58,7 +81,7 @@ using Words = simd::Vec<uint32_t, kLanes>;
 constexpr double kRoundingShift = 0x1.8p52;  // x + 1.5 2^52 - 1.5 2^52: x to the nearest integer
 constexpr double kNearMidpoint = 1 + 0x1p-10;  // the doubles' test, at the top
 
-// t - round(t / m) m for |t| < 2^53, as argued at the top.
+// t - round(t / m) m for |t| < 2^53, as argued at the top (AVX2).
 template <uint32_t M>
 [[gnu::always_inline]] inline D reduce(D t) {
     constexpr double kInverse = 1.0 / M;
@@ -76,8 +99,36 @@ template <uint32_t M>
 #endif
 }
 
+#if XEB_ISA_AVX512
+// 1/m1 and 1/m2 rounded up: (1 + delta)/m with delta below 0.68 2^-53 and
+// 1.07 2^-53.
+constexpr double kInverseUp1 = 0x1.000000d10000bp-32, kInverseUp2 = 0x1.000059451f212p-32;
+
+// t - floor(t (1/m rounded up)) m, the quotient rounded down in the fused
+// multiply-add itself, as argued at the top.
+template <uint32_t M>
+[[gnu::always_inline]] inline D floor_reduce(D t, double inverse_up) {
+    const D shifted = D{_mm512_fmadd_round_pd(t.v, _mm512_set1_pd(inverse_up), _mm512_set1_pd(kRoundingShift),
+                                              _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)};
+    return simd::fnma(shifted - kRoundingShift, simd::broadcast<D>(double(M)), t);
+}
+#endif
+
 struct Chains {
     D x[3], y[3];  // oldest first
+#if XEB_ISA_AVX512
+    // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.
+    [[gnu::always_inline]] inline D step() {
+        const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
+        const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
+        const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
+        push(x, p);
+        push(y, q);
+        // d = p - q, from 1 - m2 to m1, is z or z - m1.
+        const D d = p - q;
+        return add_where(simd::compare<simd::Cmp::Le>(d, 0.0), d, double(kM1));
+    }
+#else
     [[gnu::always_inline]] inline D step() {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
         const D q = reduce<kM2>(simd::fma(y[0], -double(kA23), y[2] * double(kA21)));
@@ -90,6 +141,7 @@ struct Chains {
         const auto twice = simd::compare<simd::Cmp::Le>(d, -double(kM1));
         return add_where(twice, add_where(once, d, double(kM1)), double(kM1));
     }
+#endif
 };
 
 // Chains j = 0 .. kChainCount - 1 from start[j], `steps` (a multiple of
@@ -168,16 +220,21 @@ void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, doub
 
 // Floats from a = 0 (the argument is in rng/mrg32k3a.cpp): v = z hi + z lo,
 // here in one fused multiply-add, within two ulps of double of z c; lanes
-// whose v lies within 4 ulps of a midpoint of the float grid (the low 29
-// bits of its significand within 4 of 2^28), about one in 2^26, get z
-// again by a jump of their chain's start and the baseline's formula.
+// whose v lies from 4 ulps below a midpoint of the float grid to 3 above
+// (the low 29 bits of its significand, plus 2^28 + 4, below 8 modulo
+// 2^29: an add and a test), about one in 2^26, get z again by a jump of
+// their chain's start and the baseline's formula.
 void scaled_floats(const uint32_t (*start)[6], int32_t steps, float* out, double hi, double lo, long double c) {
     run_chains(
         start, steps, out,
         [hi, lo](D z, unsigned& flags) {
             const D v = simd::fma(z, hi, z * lo);
-            const auto below = (simd::bitcast<uint64_t>(v) & uint64_t{0x1FFFFFFF}) - uint64_t{0x10000000 - 4};
-            flags = simd::bits(simd::compare<simd::Cmp::Le>(below, uint64_t{8}));
+            const auto moved = simd::bitcast<uint64_t>(v) + uint64_t{0x10000004};
+#if XEB_ISA_AVX512
+            flags = _mm512_testn_epi64_mask(__m512i(moved.v), _mm512_set1_epi64(0x1FFFFFF8));
+#else
+            flags = simd::bits(simd::compare<simd::Cmp::Eq>(moved & uint64_t{0x1FFFFFF8}, uint64_t{0}));
+#endif
             return simd::convert<float>(v);
         },
         [c](float& f, const uint32_t* chain_start, int32_t step) {
