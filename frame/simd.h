@@ -86,7 +86,7 @@ struct Vec<T, 1> {
 template <int Bytes, int N>
 struct Mask {
 #if XEB_ISA_AVX512
-    using Raw = std::conditional_t<(N <= 8), __mmask8, __mmask16>;
+    using Raw = std::conditional_t<(N <= 8), __mmask8, std::conditional_t<(N <= 16), __mmask16, __mmask32>>;
 #else
     typedef typename LaneInt<Bytes>::S Raw __attribute__((vector_size(Bytes * N)));
 #endif
@@ -429,6 +429,12 @@ inline unsigned bits(Mask<B, N> a) {
 #if XEB_ISA_AVX2
     else if constexpr (B == 8 && N == 4) return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(a.m)));
     else if constexpr (B == 4 && N == 8) return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(a.m)));
+    else if constexpr (B == 4 && N == 16) {  // two registers
+        const auto lo = __builtin_shufflevector(a.m, a.m, 0, 1, 2, 3, 4, 5, 6, 7);
+        const auto hi = __builtin_shufflevector(a.m, a.m, 8, 9, 10, 11, 12, 13, 14, 15);
+        return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(lo)) |
+                                     _mm256_movemask_ps(reinterpret_cast<__m256>(hi)) << 8);
+    }
 #endif
     else {
         unsigned r = 0;
@@ -440,6 +446,22 @@ inline unsigned bits(Mask<B, N> a) {
 template <int B, int N>
 inline bool any(Mask<B, N> a) {
     return bits(a) != 0;
+}
+
+// The masks of two halves as the mask of the lanes of join(lo, hi).
+template <int B, int N, int... I>
+inline Mask<B, 2 * N> join_masks(Mask<B, N> lo, Mask<B, N> hi, std::integer_sequence<int, I...>) {
+#if XEB_ISA_AVX512
+    using R = typename Mask<B, 2 * N>::Raw;
+    return {static_cast<R>(static_cast<R>(lo.m) | static_cast<R>(hi.m) << N)};
+#else
+    return {__builtin_shufflevector(lo.m, hi.m, I...)};
+#endif
+}
+template <int B, int N>
+inline Mask<B, 2 * N> join(Mask<B, N> lo, Mask<B, N> hi) {
+    static_assert(N >= 2, "masks of registers");
+    return join_masks(lo, hi, std::make_integer_sequence<int, 2 * N>{});
 }
 
 // A mask of one lane size as a mask of another (same lane count).
@@ -692,6 +714,26 @@ inline Vec<T, N> gather(const T* table, Vec<I, N> idx) {
 }
 
 // The square root of each lane, correctly rounded (the hardware's).
+// An estimate of 1/sqrt(a) for positive normal float lanes of one
+// register, to kRootEstimateBits bits: AVX-512's vrsqrt14ps (relative
+// error below 2^-14), elsewhere vrsqrtps (below 1.5 2^-12).
+constexpr int kRootEstimateBits = XEB_ISA_AVX512 ? 14 : 11;
+template <int N>
+inline Vec<float, N> root_estimate(Vec<float, N> a) {
+    constexpr int bytes = Traits<Vec<float, N>>::bytes;
+    static_assert(N >= 4 && bytes <= kRegisterBytes, "one register");
+#if XEB_ISA_AVX512
+    if constexpr (bytes == 64) return {_mm512_maskz_rsqrt14_ps(0xFFFF, a.v)};
+    else if constexpr (bytes == 32) return {_mm256_maskz_rsqrt14_ps(0xFF, a.v)};
+    else return {_mm_maskz_rsqrt14_ps(0xF, a.v)};
+#elif XEB_ISA_AVX2
+    if constexpr (bytes == 32) return {_mm256_rsqrt_ps(a.v)};
+    else return {_mm_rsqrt_ps(a.v)};
+#else
+    return {_mm_rsqrt_ps(a.v)};
+#endif
+}
+
 template <class T, int N>
 inline Vec<T, N> sqrt(Vec<T, N> a) {
     static_assert(std::is_floating_point_v<T>, "sqrt of floating lanes");

@@ -6,8 +6,33 @@
 // templates on one lane.  Special values, default NaNs and events are the
 // baseline's (vecmath/roots.cpp, vecmath/divide.cpp).
 //
-// Inv, Sqrt: the hardware's division and square root, correctly rounded
-// (0.5 ulp).
+// Inv, Sqrt: correctly rounded (0.5 ulp), the hardware's division and
+// square root, but for single Sqrt's second register of each pair below.
+//
+// Single Sqrt.  The square root instruction is a unit of its own, busy for
+// many cycles per register, while the multiply-add pipes stand idle.  So
+// the kernel takes two registers at a time: the first through the
+// instruction, the second through multiply-adds, whose result is the same
+// correctly rounded float.  For x in [2^-96, 2^128):
+//  - y ~ 1/sqrt(x) from the estimate instruction (relative error e below
+//    2^-14 on AVX-512, 1.5 2^-12 on AVX2); s = x y; the Newton step
+//    s + (y/2)(x - s^2), the residual fused, leaves sqrt(x)(1 - a e -
+//    a^2/2 + tiny), a = e + 2^-24: below 2^-27.4 relative for the first
+//    estimate, and after a second step (AVX2 only) below 2^-32.  Rounded,
+//    s is within 0.5 + 2^-3 ulp of sqrt(x): the correctly rounded root is
+//    s, its successor u or its predecessor d (lanes' bits plus or minus 1).
+//  - The choice, exact: let m = (s + u)/2, the midpoint.  sqrt(x) > m iff
+//    x > m^2 = s u + (u - s)^2/4.  With w = u - s, x, s u and so x - s u
+//    are integer multiples of w^2 (x's ulp is at least w^2 in this
+//    range), so x > m^2 iff x - s u > 0, whose sign the fused x - s u
+//    gives exactly: it is a multiple of w^2 >= 2^-48 x, far above the
+//    underflow threshold for x >= 2^-96.  Downwards likewise: sqrt(x) <
+//    (s + d)/2 iff x - s d <= 0 (x = s d does occur: 1 + 2^-23 = (1 +
+//    2^-23) 1).  The root is never a midpoint (m^2 is a multiple of w^2/4
+//    that is not one of w^2, so never x), so one of three cases holds.
+// Lanes outside [2^-96, 2^128) in the second register (zeros, denormals,
+// negatives, infinities, NaNs) and negatives in the first go to the
+// one-element routine: the instruction, or the default NaN and its event.
 //
 // InvSqrt, both precisions (p = 53 or 24 bits).  y0 = 1/sqrt(x) (two
 // roundings: |1 - x y0^2| < 2^(2-p)), then one Newton step from the exact
@@ -116,19 +141,46 @@ struct InvK {
     }
 };
 
+// The correctly rounded square root of x in [2^-96, 2^128) by multiply-adds
+// (see the header).
+constexpr uint32_t kRefinedLow = 0x0F800000u;  // 2^-96
+template <int N>
+XEB_INLINE F<N> refined_sqrt(F<N> x) {
+    const F<N> y = root_estimate(x);
+    const F<N> half_y = bitcast<float>(bitcast<uint32_t>(y) - 0x00800000u);  // y/2 exactly: y is normal
+    F<N> s = x * y;
+    s = fma(half_y, fnma(s, s, x), s);
+    if constexpr (kRootEstimateBits < 14) s = fma(half_y, fnma(s, s, x), s);
+    const W<N> s_bits = bitcast<uint32_t>(s);
+    const F<N> up = bitcast<float>(s_bits + 1u), down = bitcast<float>(s_bits - 1u);
+    const auto above_upper_midpoint = compare<Cmp::Gt>(fnma(s, up, x), 0.0f);   // x - s u > 0
+    const auto below_lower_midpoint = compare<Cmp::Le>(fnma(s, down, x), 0.0f); // x - s d <= 0
+    return select(above_upper_midpoint, up, select(below_lower_midpoint, down, s));
+}
+
 template <class T>
 struct SqrtK {
-    using V = Vec<T, kNative<T>>;
+    // Floats: two registers, see the header.
+    static constexpr int kLanes = sizeof(T) == 4 ? 2 * kNative<T> : kNative<T>;
+    using V = Vec<T, kLanes>;
     using P = Patterns<T>;
     static constexpr const char* name = pick<T>("_xebdSqrt_HA", "_xebsSqrt_HA");
     static constexpr T filler = 1;
     template <int N>
-    static MaskOf<T, N> special(Vec<T, N> x) {  // negative numbers
+    static MaskOf<T, N> negative(Vec<T, N> x) {
         return compare<Cmp::Lt>(bitcast<Bits<T>>(x) - Bits<T>(P::kSign | 1), P::kInf);
     }
     template <int N>
+    static MaskOf<T, N> special(Vec<T, N> x) {
+        if constexpr (N < kLanes || sizeof(T) == 8) return negative(x);
+        else
+            return join(negative(half<0>(x)),
+                        compare<Cmp::Ge>(bitcast<uint32_t>(half<1>(x)) - kRefinedLow, P::kInf - kRefinedLow));
+    }
+    template <int N>
     XEB_INLINE static Vec<T, N> compute(Vec<T, N> x) {
-        return sqrt(x);
+        if constexpr (N < kLanes || sizeof(T) == 8) return sqrt(x);
+        else return join(sqrt(half<0>(x)), refined_sqrt(half<1>(x)));
     }
     // Zeros keep their sign, NaNs come back quiet with their payload.
     static void one(T a, int i, const Arrays<T>& x) {
