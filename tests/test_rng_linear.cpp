@@ -234,6 +234,54 @@ TEST(LinearGenerators, RealsFromZeroAreTheWideValueRoundedOnce) {
     }
 }
 
+// States whose element the classes' cheap exact sum cannot decide, put at
+// several places of a call (lanes of both registers and past them) and
+// the call held to the x87's value of each element: exact sums within
+// 2^-61 of a midpoint of the doubles where the x87's seven roundings land
+// on the other side (the distance in 2^-64 noted), and sums within 2^-47
+// of 2 (x1 m2 = j mod m1, x3 m4 = k mod m3), where the integer part and
+// the fraction's sign hang on the last roundings.
+TEST(LinearGenerators, WhElementsNearRoundingBoundaries) {
+    const uint32_t states[][4] = {
+        {10852085, 9361387, 14058427, 5082497},    // 0.37 from a midpoint
+        {14389055, 7902831, 5936567, 5487008},     // 0.36, u near 2^-6
+        {2174409, 10401779, 10143727, 14217959},   // 2.3
+        {16578104, 14376629, 14941072, 7000416},   // 3.1
+        {10373660, 12900273, 10871030, 13163442},  // 2.9, u near 0.8
+        {5019731, 11741612, 11634416, 5119121},    // s below 2, u rounds to 1
+        {5019731, 11741612, 5119143, 11634366},    // u = 5e-17
+        {10896264, 5870806, 10936351, 5817183},    // u = -4e-17
+        {11753066, 5014839, 11634416, 5119121},    // u = -7e-17
+        {12629364, 4139395, 4188411, 12565094},   // S rounds below 2, s to 2: u = -2^-53
+    };
+    const xeb::rng::WhParameters& p = xeb::rng::kWhParameters[kWhSub];
+    const int n = 40;
+    for (const auto& x : states)
+        for (const int place : {0, 5, 11, 21}) {
+            // The state `place` elements earlier: x_i a_i^-place.
+            uint32_t earlier[4];
+            for (int i = 0; i < 4; ++i) {
+                const uint32_t m = p.modulus[i];
+                earlier[i] = static_cast<uint32_t>(uint64_t{x[i]} * rukiPowMod(p.multiplier[i], m - 1 - place, m) % m);
+            }
+            StreamHandle h[3];
+            for (StreamHandle& s : h) {
+                make(s, RUK_BRNG_WH + kWhSub, {1});
+                std::memcpy(reinterpret_cast<unsigned char*>(s.get()) + 16, earlier, sizeof earlier);
+            }
+            const Words w = words(h[0].get(), n);
+            std::vector<double> d(n);
+            std::vector<float> f(n);
+            ASSERT_EQ(rukdBRngWH(h[1].get(), n, d.data(), 0.0, -0.125), RUK_OK);
+            ASSERT_EQ(ruksBRngWH(h[2].get(), n, f.data(), 0.0f, 1.0f), RUK_OK);
+            for (int i = 0; i < n; ++i) {
+                const long double u = wh_unit(&w[4 * i]);
+                ASSERT_EQ(d[i], static_cast<double>(u * -0.125)) << x[0] << " at " << place << ", element " << i;
+                ASSERT_EQ(f[i], static_cast<float>(u)) << x[0] << " at " << place << ", element " << i;
+            }
+        }
+}
+
 TEST(LinearGenerators, JumpsAgainstDrawing) {
     for (const Linear& g : kLinear) {
         if (!g.jumps) continue;
