@@ -123,8 +123,18 @@ inline Vec<T, N> splat(T x, std::integer_sequence<int, I...>) {
     return {typename Vec<T, N>::Raw{((void)I, x)...}};
 }
 template <class V>
+struct Twin;  // two registers as one vector, below
+template <class V>
+struct IsTwin : std::false_type {};
+template <class V>
+struct IsTwin<Twin<V>> : std::true_type {};
+template <class V>
+inline Twin<V> load_twin(const typename Traits<V>::Lane* p);
+
+template <class V>
 inline V broadcast(typename Traits<V>::Lane x) {
-    if constexpr (Traits<V>::lanes == 1) return {x};
+    if constexpr (IsTwin<V>::value) return {broadcast<decltype(V::lo)>(x), broadcast<decltype(V::lo)>(x)};
+    else if constexpr (Traits<V>::lanes == 1) return {x};
     else
         return splat<typename Traits<V>::Lane, Traits<V>::lanes>(
             x, std::make_integer_sequence<int, Traits<V>::lanes>{});
@@ -132,9 +142,13 @@ inline V broadcast(typename Traits<V>::Lane x) {
 
 template <class V>
 inline V load(const typename Traits<V>::Lane* p) {
-    V r;
-    __builtin_memcpy(&r.v, p, sizeof r.v);
-    return r;
+    if constexpr (IsTwin<V>::value) {
+        return load_twin<decltype(V::lo)>(p);
+    } else {
+        V r;
+        __builtin_memcpy(&r.v, p, sizeof r.v);
+        return r;
+    }
 }
 
 template <class T, int N>
@@ -442,6 +456,43 @@ inline bool any(Mask<B, N> a) {
     return bits(a) != 0;
 }
 
+// Two registers side by side as one vector of twice the lanes, for a
+// kernel that runs two computations at once (lo: the first lanes); the
+// halves stay in registers.  The frame loads, stores, reads lanes and
+// reads the bits of a mask of it as of one register.
+template <class V>
+struct Twin {
+    V lo, hi;
+};
+template <class M>
+struct TwinMask {
+    M lo, hi;
+};
+template <class V>
+struct Traits<Twin<V>> {
+    using Lane = typename Traits<V>::Lane;
+    static constexpr int lanes = 2 * Traits<V>::lanes;
+    static constexpr int bytes = 2 * Traits<V>::bytes;
+};
+template <class V>
+inline Twin<V> load_twin(const typename Traits<V>::Lane* p) {
+    return {load<V>(p), load<V>(p + Traits<V>::lanes)};
+}
+template <class T, class V>
+inline void store(T* p, Twin<V> x) {
+    store(p, x.lo);
+    store(p + Traits<V>::lanes, x.hi);
+}
+template <class V>
+inline typename Traits<V>::Lane lane(Twin<V> x, int i) {
+    constexpr int n = Traits<V>::lanes;
+    return i < n ? lane(x.lo, i) : lane(x.hi, i - n);
+}
+template <int B, int N>
+inline unsigned bits(TwinMask<Mask<B, N>> a) {
+    return bits(a.lo) | bits(a.hi) << N;
+}
+
 // A mask of one lane size as a mask of another (same lane count).
 template <int To, int B, int N>
 inline Mask<To, N> resize(Mask<B, N> a) {
@@ -740,6 +791,23 @@ inline Vec<T, N> gather(const T* table, Vec<I, N> idx) {
 }
 
 // The square root of each lane, correctly rounded (the hardware's).
+// An estimate of 1/sqrt(a) for positive normal float lanes of one
+// register, to kRootEstimateBits bits (vrsqrt14ps: relative error below
+// 2^-14).  The AVX-512 class only.
+constexpr int kRootEstimateBits = 14;
+template <int N>
+inline Vec<float, N> root_estimate(Vec<float, N> a) {
+    constexpr int bytes = Traits<Vec<float, N>>::bytes;
+    static_assert(XEB_ISA_AVX512 && bytes >= 16 && bytes <= kRegisterBytes, "one AVX-512 register");
+#if XEB_ISA_AVX512
+    if constexpr (bytes == 64) return {_mm512_maskz_rsqrt14_ps(0xFFFF, a.v)};
+    else if constexpr (bytes == 32) return {_mm256_maskz_rsqrt14_ps(0xFF, a.v)};
+    else return {_mm_maskz_rsqrt14_ps(0xF, a.v)};
+#else
+    return a;
+#endif
+}
+
 template <class T, int N>
 inline Vec<T, N> sqrt(Vec<T, N> a) {
     static_assert(std::is_floating_point_v<T>, "sqrt of floating lanes");

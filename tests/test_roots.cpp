@@ -3,7 +3,9 @@
 // single InvSqrt rescue, control words, in-place use.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <vector>
 
@@ -12,6 +14,7 @@
 #include "support/control_words.h"
 #include "support/args.h"
 #include "support/events.h"
+#include "support/scale.h"
 #include "support/split.h"
 #include "accuracy/ulp.h"
 #include "xebruk/frame.h"
@@ -91,6 +94,36 @@ TEST(Roots, SpecialExactAndDenormalValuesWithTheirEvents) {
     double d[1] = {std::nan("")}, r[1];
     xebdCbrt_HA(1, d, r);
     EXPECT_TRUE(std::isnan(r[0]));
+}
+
+// Single Sqrt is correctly rounded in every class, so it is the hardware's
+// square root bit for bit: over every significand of [1, 4) (both exponent
+// parities), every denormal, the binades around 2^-96 where the SIMD
+// classes' multiply-add path begins, and a stride through all non-negative
+// patterns (every binade, infinity, NaNs with their payloads).
+TEST(Roots, SingleSqrtIsTheHardwareRootBitForBit) {
+    if (xebGetKernelClass() == XEB_KERNEL_BASELINE) GTEST_SKIP() << "the baseline's root is within its bound only";
+    const uint32_t step = static_cast<uint32_t>(std::max(1.0, std::round(1 / xt::test_scale())));
+    struct Range {
+        const char* what;
+        uint32_t first, end, stride;
+    };
+    const Range ranges[] = {{"[1, 4)", 0x3F800000u, 0x40800000u, step},
+                            {"denormals", 0x00000001u, 0x00800000u, step},
+                            {"[2^-98, 2^-94)", 0x0E800000u, 0x10800000u, 2 * step},
+                            {"non-negative patterns", 0x00000000u, 0x7FFFFFFFu, 251 * step}};
+    std::vector<float> a, r;
+    for (const Range& g : ranges) {
+        a.clear();
+        for (uint64_t b = g.first; b < g.end; b += g.stride) a.push_back(xeb::float_from_bits(static_cast<uint32_t>(b)));
+        r.resize(a.size());
+        xebsSqrt_HA(static_cast<int>(a.size()), a.data(), r.data());
+        std::size_t wrong = 0;
+        for (std::size_t i = 0; i < a.size(); ++i)
+            if (xeb::bits(r[i]) != xeb::bits(std::sqrt(a[i])) && wrong++ == 0)
+                ADD_FAILURE() << g.what << ": sqrt of " << std::hexfloat << a[i] << " gave " << r[i];
+        EXPECT_EQ(wrong, 0u) << g.what << ", of " << a.size();
+    }
 }
 
 TEST(Roots, SingleInvSqrtSpecialsAndItsEventOrderInAGroup) {
