@@ -790,7 +790,6 @@ inline Vec<T, N> gather(const T* table, Vec<I, N> idx) {
     }
 }
 
-// The square root of each lane, correctly rounded (the hardware's).
 // An estimate of 1/sqrt(a) for positive normal float lanes of one
 // register, to kRootEstimateBits bits (vrsqrt14ps: relative error below
 // 2^-14).  The AVX-512 class only.
@@ -808,6 +807,7 @@ inline Vec<float, N> root_estimate(Vec<float, N> a) {
 #endif
 }
 
+// The square root of each lane, correctly rounded (the hardware's).
 template <class T, int N>
 inline Vec<T, N> sqrt(Vec<T, N> a) {
     static_assert(std::is_floating_point_v<T>, "sqrt of floating lanes");

@@ -337,9 +337,7 @@ struct TrigS {
     template <int N>
     XEB_INLINE static auto compute(F<N> x) {
         if constexpr (Fun == Fn::Tan) {
-            if constexpr (N == 1) return convert<float>(tan_of_single(convert<double>(x)));
-            else return join(convert<float>(tan_of_single(convert<double>(half<0>(x)))),
-                             convert<float>(tan_of_single(convert<double>(half<1>(x)))));
+            return widened(x);
         } else {
             const auto wide = compare<Cmp::Ge>(bitcast<uint32_t>(x) & kAbsF, kFloatLanesEnd);
             auto y = sin_cos<Fun>(x);
@@ -347,14 +345,25 @@ struct TrigS {
             return y;
         }
     }
+    // The function of the widened lanes, rounded once to float: the
+    // tangent's own algorithm, the others the double one.
+    template <int N>
+    XEB_INLINE static auto in_double_lanes(D<N> x) {
+        if constexpr (Fun == Fn::Tan) return tan_of_single(x);
+        else return sin_cos<Fun>(x);
+    }
+    template <int N>
+    XEB_INLINE static auto widened(F<N> x) {
+        if constexpr (N == 1) {
+            return narrow(in_double_lanes(convert<double>(x)));
+        } else {
+            return join_halves(in_double_lanes(convert<double>(half<0>(x))),
+                               in_double_lanes(convert<double>(half<1>(x))));
+        }
+    }
     template <int N>
     static auto in_doubles(F<N> x) {
-        if constexpr (N == 1) {
-            return narrow(sin_cos<Fun>(convert<double>(x)));
-        } else {
-            return join_halves(sin_cos<Fun>(convert<double>(half<0>(x))),
-                               sin_cos<Fun>(convert<double>(half<1>(x))));
-        }
+        return widened(x);
     }
     template <int N>
     XEB_INLINE static F<N> narrow(D<N> v) {
