@@ -42,7 +42,9 @@
 // add.
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
-// each holds N consecutive outputs of one chain: one whole store.
+// each holds N consecutive outputs of one chain: one whole store.  AVX-512
+// words skip the conversion: z + 2^52 (exact) holds z in the low 32 bits
+// of its double, and the transpose's first permute picks those halves.
 //
 // Doubles on (0, 1) and other intervals with a = 0: the baseline rounds
 // the exact product z c (z below 2^32, c a double) to the 64-bit
@@ -118,14 +120,17 @@ struct Chains {
     D x[3], y[3];  // oldest first
 #if XEB_ISA_AVX512
     // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.
-    [[gnu::always_inline]] inline D step() {
+    // A step's d = p - q, from 1 - m2 to m1: z, or z - m1 where d <= 0.
+    [[gnu::always_inline]] inline D step_difference() {
         const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
         const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
         const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
         push(x, p);
         push(y, q);
-        // d = p - q, from 1 - m2 to m1, is z or z - m1.
-        const D d = p - q;
+        return p - q;
+    }
+    [[gnu::always_inline]] inline D step() {
+        const D d = step_difference();
         return add_where(simd::compare<simd::Cmp::Le>(d, 0.0), d, double(kM1));
     }
 #else
@@ -144,6 +149,16 @@ struct Chains {
 #endif
 };
 
+// Chain j = h kLanes + l, lane l of register h, from start[j].
+inline void load_chains(const uint32_t (*start)[6], Chains (&c)[kRegisters]) {
+    for (int h = 0; h < kRegisters; ++h)
+        for (int k = 0; k < 3; ++k)
+            for (int l = 0; l < kLanes; ++l) {
+                c[h].x[k].v[l] = start[h * kLanes + l][k];
+                c[h].y[k].v[l] = start[h * kLanes + l][3 + k];
+            }
+}
+
 // Chains j = 0 .. kChainCount - 1 from start[j], `steps` (a multiple of
 // kLanes) each: out[j steps + i] = convert(step i of chain j, flags), a
 // register of kLanes chains at a time.  convert sets in flags the lanes
@@ -154,12 +169,7 @@ template <class T, class Convert, class Repair>
 void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert convert, Repair repair) {
     using Out = decltype(convert(D{}, std::declval<unsigned&>()));
     Chains c[kRegisters];
-    for (int h = 0; h < kRegisters; ++h)
-        for (int k = 0; k < 3; ++k)
-            for (int l = 0; l < kLanes; ++l) {
-                c[h].x[k].v[l] = start[h * kLanes + l][k];
-                c[h].y[k].v[l] = start[h * kLanes + l][3 + k];
-            }
+    load_chains(start, c);
     T* row[kChainCount];
     for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
     for (int32_t i = 0; i < steps; i += kLanes) {
@@ -186,20 +196,72 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
     }
 }
 
+#if XEB_ISA_AVX512
+// The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
+// bits are z, so no conversion is needed.
+[[gnu::always_inline]] inline __m512i next_word_bits(Chains& c) {
+    constexpr double kWordShift = 0x1p52;
+    const D d = c.step_difference();
+    const __mmask8 wraps = _mm512_cmp_pd_mask(d.v, _mm512_setzero_pd(), _CMP_LE_OQ);
+    return _mm512_castpd_si512(_mm512_mask_add_pd(_mm512_add_pd(d.v, _mm512_set1_pd(kWordShift)), wraps, d.v,
+                                                  _mm512_set1_pd(kWordShift + kM1)));
+}
+
+// Words with the transpose taking the low halves of z + 2^52 as it goes:
+// steps 2j and 2j + 1 of a register's 8 chains make one register of 8
+// pairs (one two-source permute), and two rounds of two-source permutes
+// on the 4 pair registers leave each 256-bit half holding 8 consecutive
+// words of one chain.  12 permutes and no conversion for 64 words, and 4
+// registers of pairs live instead of 8 of words.
+void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
+    Chains c[kRegisters];
+    load_chains(start, c);
+    uint32_t* row[kChainCount];
+    for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
+    const __m512i low_words = _mm512_setr_epi32(0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30);
+    const __m512i pairs_low = _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11);
+    const __m512i pairs_high = _mm512_setr_epi64(4, 12, 5, 13, 6, 14, 7, 15);
+    const __m512i rows_low = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
+    const __m512i rows_high = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
+    for (int32_t i = 0; i < steps; i += kLanes) {
+        __m512i pairs[kRegisters][4];  // lane l of pairs[h][j]: steps 2j, 2j + 1 of chain l
+#pragma GCC unroll 4
+        for (int j = 0; j < 4; ++j) {
+            __m512i even[kRegisters];
+            for (int h = 0; h < kRegisters; ++h) even[h] = next_word_bits(c[h]);
+            for (int h = 0; h < kRegisters; ++h)
+                pairs[h][j] = _mm512_permutex2var_epi32(even[h], low_words, next_word_bits(c[h]));
+        }
+        for (int h = 0; h < kRegisters; ++h) {
+            // chains 0 .. 3 and 4 .. 7, steps 0 .. 3 and 4 .. 7, by 128-bit pairs of pairs
+            const __m512i a = _mm512_permutex2var_epi64(pairs[h][0], pairs_low, pairs[h][1]);
+            const __m512i b = _mm512_permutex2var_epi64(pairs[h][0], pairs_high, pairs[h][1]);
+            const __m512i e = _mm512_permutex2var_epi64(pairs[h][2], pairs_low, pairs[h][3]);
+            const __m512i f = _mm512_permutex2var_epi64(pairs[h][2], pairs_high, pairs[h][3]);
+            const __m512i two_rows[4] = {
+                _mm512_permutex2var_epi64(a, rows_low, e), _mm512_permutex2var_epi64(a, rows_high, e),
+                _mm512_permutex2var_epi64(b, rows_low, f), _mm512_permutex2var_epi64(b, rows_high, f)};
+            for (int k = 0; k < 4; ++k) {
+                uint32_t* const* r = row + h * kLanes + 2 * k;
+                const __m512i v = two_rows[k];
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(r[0] + i), __m256i(__builtin_shufflevector(v, v, 0, 1, 2, 3)));
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(r[1] + i), __m256i(__builtin_shufflevector(v, v, 4, 5, 6, 7)));
+            }
+        }
+    }
+}
+#else
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
     run_chains(
         start, steps, out,
         [](D z, unsigned&) {
-            if constexpr (XEB_ISA_AVX512) {
-                return Words{__builtin_convertvector(z.v, Words::Raw)};  // one unsigned conversion
-            } else {
-                // z - 2^31 as a signed word, its top bit flipped back.
-                using I = simd::Vec<int32_t, kLanes>;
-                return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
-            }
+            // z - 2^31 as a signed word, its top bit flipped back.
+            using I = simd::Vec<int32_t, kLanes>;
+            return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
         },
         [](uint32_t&, const uint32_t*, int32_t) {});
 }
+#endif
 
 // A flagged lane's z is the nearest integer to h/c, within z 2^-53 < 2^-21
 // of it; the baseline's formula then gives the value.
