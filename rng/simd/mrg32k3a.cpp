@@ -120,18 +120,19 @@ struct Chains {
     D x[3], y[3];  // oldest first
 #if XEB_ISA_AVX512
     // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.
-    // A step's d = p - q, from 1 - m2 to m1: z, or z - m1 where d <= 0.
-    [[gnu::always_inline]] inline D step_difference() {
-        const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
+    // A step's p and q: d = p - q, from 1 - m2 to m1, is z, or z - m1
+    // where p <= q.
+    [[gnu::always_inline]] inline void step_components(D& p, D& q) {
+        p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
         const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
-        const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
+        q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
         push(x, p);
         push(y, q);
-        return p - q;
     }
     [[gnu::always_inline]] inline D step() {
-        const D d = step_difference();
-        return add_where(simd::compare<simd::Cmp::Le>(d, 0.0), d, double(kM1));
+        D p, q;
+        step_components(p, q);
+        return add_where(simd::compare<simd::Cmp::Le>(p, q), p - q, double(kM1));
     }
 #else
     [[gnu::always_inline]] inline D step() {
@@ -201,8 +202,10 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
 // bits are z, so no conversion is needed.
 [[gnu::always_inline]] inline __m512i next_word_bits(Chains& c) {
     constexpr double kWordShift = 0x1p52;
-    const D d = c.step_difference();
-    const __mmask8 wraps = _mm512_cmp_pd_mask(d.v, _mm512_setzero_pd(), _CMP_LE_OQ);
+    D p, q;
+    c.step_components(p, q);
+    const D d = p - q;
+    const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
     return _mm512_castpd_si512(_mm512_mask_add_pd(_mm512_add_pd(d.v, _mm512_set1_pd(kWordShift)), wraps, d.v,
                                                   _mm512_set1_pd(kWordShift + kM1)));
 }
