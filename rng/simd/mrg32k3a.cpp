@@ -137,7 +137,7 @@ struct Chains {
 #else
     [[gnu::always_inline]] inline D step() {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
-        const D q = reduce<kM2>(simd::fma(y[0], -double(kA23), y[2] * double(kA21)));
+        const D q = reduce<kM2>(simd::fma(y[2], double(kA21), y[0] * -double(kA23)));  // y[n-1] last: its latency only
         push(x, p);
         push(y, q);
         // d = p - (q in 0 .. m2 - 1), from -m1/2 - m2 - 1 to m1/2 + 2, is
