@@ -42,9 +42,10 @@
 // add.
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
-// each holds N consecutive outputs of one chain: one whole store.  AVX-512
-// words skip the conversion: z + 2^52 (exact) holds z in the low 32 bits
-// of its double, and the transpose's first permute picks those halves.
+// each holds N consecutive outputs of one chain: one whole store.  Words
+// skip the conversion: z + 2^52 (exact; AVX2 adds the 2^52 in the
+// combination's constants) holds z in the low 32 bits of its double, and
+// the transpose's first shuffle picks those halves.
 //
 // Doubles on (0, 1) and other intervals with a = 0: the baseline rounds
 // the exact product z c (z below 2^32, c a double) to the 64-bit
@@ -135,16 +136,19 @@ struct Chains {
         return add_where(simd::compare<simd::Cmp::Le>(p, q), p - q, double(kM1));
     }
 #else
-    [[gnu::always_inline]] inline D step() {
+    // z + shift, shift 0 or 2^52 (exact either way).
+    [[gnu::always_inline]] inline D step(double shift = 0) {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
         const D q = reduce<kM2>(simd::fma(y[2], double(kA21), y[0] * -double(kA23)));  // y[n-1] last: its latency only
         push(x, p);
         push(y, q);
         // d = p - (q in 0 .. m2 - 1), from -m1/2 - m2 - 1 to m1/2 + 2, is
-        // z less 0, 1 or 2 times m1.
-        const D d = p - add_where(simd::compare<simd::Cmp::Lt>(q, 0.0), q, double(kM2));
-        const auto once = simd::compare<simd::Cmp::Le>(d, 0.0);
-        const auto twice = simd::compare<simd::Cmp::Le>(d, -double(kM1));
+        // z less 0, 1 or 2 times m1; here with the shift added.
+        const D q_less_shift = q + simd::select(simd::compare<simd::Cmp::Lt>(q, 0.0),
+                                                simd::broadcast<D>(double(kM2) - shift), simd::broadcast<D>(0.0 - shift));
+        const D d = p - q_less_shift;
+        const auto once = simd::compare<simd::Cmp::Le>(d, shift);
+        const auto twice = simd::compare<simd::Cmp::Le>(d, shift - double(kM1));
         return add_where(twice, add_where(once, d, double(kM1)), double(kM1));
     }
 #endif
@@ -254,15 +258,32 @@ void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
     }
 }
 #else
+// Words from z + 2^52 likewise: two rounds of in-lane shuffles of 4 steps
+// of a register's 4 chains pick the low halves and leave each 128-bit half
+// holding 4 consecutive words of one chain.  4 shuffles for 16 words.
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
-    run_chains(
-        start, steps, out,
-        [](D z, unsigned&) {
-            // z - 2^31 as a signed word, its top bit flipped back.
-            using I = simd::Vec<int32_t, kLanes>;
-            return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
-        },
-        [](uint32_t&, const uint32_t*, int32_t) {});
+    Chains c[kRegisters];
+    load_chains(start, c);
+    uint32_t* row[kChainCount];
+    for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
+    constexpr int kLowHalves = _MM_SHUFFLE(2, 0, 2, 0), kHighHalves = _MM_SHUFFLE(3, 1, 3, 1);
+    for (int32_t i = 0; i < steps; i += kLanes) {
+        __m256 z[kRegisters][kLanes];  // lane l of z[h][s] (as two words): step s of chain l
+#pragma GCC unroll 4
+        for (int s = 0; s < kLanes; ++s)
+            for (int h = 0; h < kRegisters; ++h) z[h][s] = _mm256_castpd_ps(__m256d(c[h].step(0x1p52).v));
+        for (int h = 0; h < kRegisters; ++h) {
+            // steps 0, 1 and 2, 3 of chains 0, 1 | 2, 3
+            const __m256 a = _mm256_shuffle_ps(z[h][0], z[h][1], kLowHalves);
+            const __m256 b = _mm256_shuffle_ps(z[h][2], z[h][3], kLowHalves);
+            const __m256 even = _mm256_shuffle_ps(a, b, kLowHalves);  // chains 0 | 2
+            const __m256 odd = _mm256_shuffle_ps(a, b, kHighHalves);  // chains 1 | 3
+            const __m128 quarters[4] = {_mm256_castps256_ps128(even), _mm256_castps256_ps128(odd),
+                                        _mm256_extractf128_ps(even, 1), _mm256_extractf128_ps(odd, 1)};
+            for (int l = 0; l < kLanes; ++l)
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(row[h * kLanes + l] + i), _mm_castps_si128(quarters[l]));
+        }
+    }
 }
 #endif
 
