@@ -63,6 +63,7 @@
 // of doubles and runs this under its control words (x87 at 64 bits, MXCSR
 // rounding to nearest).  Floats from a = 0 likewise, at scaled_floats.
 #include <cmath>
+#include <cstring>
 
 #include "frame/simd.h"
 #include "rng/mrg32k3a_class.h"
@@ -79,7 +80,6 @@ constexpr int kRegisters = 2;
 constexpr int kChainCount = kLanes * kRegisters;
 
 using D = simd::Vec<double, kLanes>;
-using Words = simd::Vec<uint32_t, kLanes>;
 
 constexpr double kRoundingShift = 0x1.8p52;  // x + 1.5 2^52 - 1.5 2^52: x to the nearest integer
 constexpr double kNearMidpoint = 1 + 0x1p-10;  // the doubles' test, at the top
@@ -139,13 +139,15 @@ struct Chains {
     // z + shift, shift 0 or 2^52 (exact either way).
     [[gnu::always_inline]] inline D step(double shift = 0) {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
-        const D q = reduce<kM2>(simd::fma(y[2], double(kA21), y[0] * -double(kA23)));  // y[n-1] last: its latency only
+        // y[n-1]'s product last: the step waits on one fused multiply-add.
+        const D q = reduce<kM2>(simd::fma(y[2], double(kA21), y[0] * -double(kA23)));
         push(x, p);
         push(y, q);
         // d = p - (q in 0 .. m2 - 1), from -m1/2 - m2 - 1 to m1/2 + 2, is
         // z less 0, 1 or 2 times m1; here with the shift added.
-        const D q_less_shift = q + simd::select(simd::compare<simd::Cmp::Lt>(q, 0.0),
-                                                simd::broadcast<D>(double(kM2) - shift), simd::broadcast<D>(0.0 - shift));
+        const auto negative = simd::compare<simd::Cmp::Lt>(q, 0.0);
+        const D q_less_shift =
+            q + simd::select(negative, simd::broadcast<D>(kM2 - shift), simd::broadcast<D>(0.0 - shift));
         const D d = p - q_less_shift;
         const auto once = simd::compare<simd::Cmp::Le>(d, shift);
         const auto twice = simd::compare<simd::Cmp::Le>(d, shift - double(kM1));
@@ -201,91 +203,93 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
     }
 }
 
-#if XEB_ISA_AVX512
 // The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
 // bits are z, so no conversion is needed.
-[[gnu::always_inline]] inline __m512i next_word_bits(Chains& c) {
+#if XEB_ISA_AVX512
+using Halves = __m512;  // the step's lanes as pairs of 32-bit halves
+
+[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
     constexpr double kWordShift = 0x1p52;
     D p, q;
     c.step_components(p, q);
     const D d = p - q;
     const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
-    return _mm512_castpd_si512(_mm512_mask_add_pd(_mm512_add_pd(d.v, _mm512_set1_pd(kWordShift)), wraps, d.v,
-                                                  _mm512_set1_pd(kWordShift + kM1)));
+    const __m512d shifted = _mm512_add_pd(d.v, _mm512_set1_pd(kWordShift));
+    return _mm512_castpd_ps(_mm512_mask_add_pd(shifted, wraps, d.v, _mm512_set1_pd(kWordShift + kM1)));
 }
-
-// Words with the transpose taking the low halves of z + 2^52 as it goes:
-// steps 2j and 2j + 1 of a register's 8 chains make one register of 8
-// pairs (one two-source permute), and two rounds of two-source permutes
-// on the 4 pair registers leave each 256-bit half holding 8 consecutive
-// words of one chain.  12 permutes and no conversion for 64 words, and 4
-// registers of pairs live instead of 8 of words.
-void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
-    Chains c[kRegisters];
-    load_chains(start, c);
-    uint32_t* row[kChainCount];
-    for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
-    const __m512i low_words = _mm512_setr_epi32(0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30);
-    const __m512i pairs_low = _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11);
-    const __m512i pairs_high = _mm512_setr_epi64(4, 12, 5, 13, 6, 14, 7, 15);
-    const __m512i rows_low = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
-    const __m512i rows_high = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
-    for (int32_t i = 0; i < steps; i += kLanes) {
-        __m512i pairs[kRegisters][4];  // lane l of pairs[h][j]: steps 2j, 2j + 1 of chain l
-#pragma GCC unroll 4
-        for (int j = 0; j < 4; ++j) {
-            __m512i even[kRegisters];
-            for (int h = 0; h < kRegisters; ++h) even[h] = next_word_bits(c[h]);
-            for (int h = 0; h < kRegisters; ++h)
-                pairs[h][j] = _mm512_permutex2var_epi32(even[h], low_words, next_word_bits(c[h]));
-        }
-        for (int h = 0; h < kRegisters; ++h) {
-            // chains 0 .. 3 and 4 .. 7, steps 0 .. 3 and 4 .. 7, by 128-bit pairs of pairs
-            const __m512i a = _mm512_permutex2var_epi64(pairs[h][0], pairs_low, pairs[h][1]);
-            const __m512i b = _mm512_permutex2var_epi64(pairs[h][0], pairs_high, pairs[h][1]);
-            const __m512i e = _mm512_permutex2var_epi64(pairs[h][2], pairs_low, pairs[h][3]);
-            const __m512i f = _mm512_permutex2var_epi64(pairs[h][2], pairs_high, pairs[h][3]);
-            const __m512i two_rows[4] = {
-                _mm512_permutex2var_epi64(a, rows_low, e), _mm512_permutex2var_epi64(a, rows_high, e),
-                _mm512_permutex2var_epi64(b, rows_low, f), _mm512_permutex2var_epi64(b, rows_high, f)};
-            for (int k = 0; k < 4; ++k) {
-                uint32_t* const* r = row + h * kLanes + 2 * k;
-                const __m512i v = two_rows[k];
-                _mm256_storeu_si256(reinterpret_cast<__m256i*>(r[0] + i), __m256i(__builtin_shufflevector(v, v, 0, 1, 2, 3)));
-                _mm256_storeu_si256(reinterpret_cast<__m256i*>(r[1] + i), __m256i(__builtin_shufflevector(v, v, 4, 5, 6, 7)));
-            }
-        }
-    }
+template <int Order>
+[[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
+    return _mm512_shuffle_ps(a, b, Order);
 }
 #else
-// Words from z + 2^52 likewise: two rounds of in-lane shuffles of 4 steps
-// of a register's 4 chains pick the low halves and leave each 128-bit half
-// holding 4 consecutive words of one chain.  4 shuffles for 16 words.
+using Halves = __m256;
+
+[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
+    return _mm256_castpd_ps(__m256d(c.step(0x1p52).v));
+}
+template <int Order>
+[[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
+    return _mm256_shuffle_ps(a, b, Order);
+}
+#endif
+
+// Words from z + 2^52, the transpose picking the low halves as it goes.
+// In each 128-bit lane (chains 2L and 2L + 1), two rounds of in-lane
+// shuffles of 4 steps leave the 4 words of chain 2L (`even`) and of chain
+// 2L + 1 (`odd`): with AVX2 those lanes are stored as they are; AVX-512
+// joins the lanes of steps 0 .. 3 and 4 .. 7 by one two-source permute
+// per two chains, each 256-bit half then holding 8 words of one chain.
+// 8 in-lane shuffles and 4 permutes for 64 words (AVX2: 4 shuffles for
+// 16), no conversion.
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
+    constexpr int kLowHalves = _MM_SHUFFLE(2, 0, 2, 0), kHighHalves = _MM_SHUFFLE(3, 1, 3, 1);
+    constexpr int kQuads = kLanes / 4;  // runs of 4 steps per register of words
     Chains c[kRegisters];
     load_chains(start, c);
     uint32_t* row[kChainCount];
     for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
-    constexpr int kLowHalves = _MM_SHUFFLE(2, 0, 2, 0), kHighHalves = _MM_SHUFFLE(3, 1, 3, 1);
+    const auto store = [](uint32_t* to, auto words) { std::memcpy(to, &words, sizeof words); };
     for (int32_t i = 0; i < steps; i += kLanes) {
-        __m256 z[kRegisters][kLanes];  // lane l of z[h][s] (as two words): step s of chain l
+        Halves even[kRegisters][kQuads], odd[kRegisters][kQuads];  // steps 4k .. 4k + 3 in each lane
+#pragma GCC unroll 2
+        for (int k = 0; k < kQuads; ++k) {
+            Halves z[kRegisters][4];
 #pragma GCC unroll 4
-        for (int s = 0; s < kLanes; ++s)
-            for (int h = 0; h < kRegisters; ++h) z[h][s] = _mm256_castpd_ps(__m256d(c[h].step(0x1p52).v));
+            for (int s = 0; s < 4; ++s)
+                for (int h = 0; h < kRegisters; ++h) z[h][s] = next_word_bits(c[h]);
+            for (int h = 0; h < kRegisters; ++h) {
+                // steps 0, 1 and 2, 3 of chains 2L, 2L + 1
+                const Halves a = shuffle_in_lanes<kLowHalves>(z[h][0], z[h][1]);
+                const Halves b = shuffle_in_lanes<kLowHalves>(z[h][2], z[h][3]);
+                even[h][k] = shuffle_in_lanes<kLowHalves>(a, b);
+                odd[h][k] = shuffle_in_lanes<kHighHalves>(a, b);
+            }
+        }
         for (int h = 0; h < kRegisters; ++h) {
-            // steps 0, 1 and 2, 3 of chains 0, 1 | 2, 3
-            const __m256 a = _mm256_shuffle_ps(z[h][0], z[h][1], kLowHalves);
-            const __m256 b = _mm256_shuffle_ps(z[h][2], z[h][3], kLowHalves);
-            const __m256 even = _mm256_shuffle_ps(a, b, kLowHalves);  // chains 0 | 2
-            const __m256 odd = _mm256_shuffle_ps(a, b, kHighHalves);  // chains 1 | 3
-            const __m128 quarters[4] = {_mm256_castps256_ps128(even), _mm256_castps256_ps128(odd),
-                                        _mm256_extractf128_ps(even, 1), _mm256_extractf128_ps(odd, 1)};
-            for (int l = 0; l < kLanes; ++l)
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(row[h * kLanes + l] + i), _mm_castps_si128(quarters[l]));
+            uint32_t* const* r = row + h * kLanes;
+#if XEB_ISA_AVX512
+            const __m512i rows_low = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
+            const __m512i rows_high = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
+            for (int parity = 0; parity < 2; ++parity) {
+                const __m512i lanes_0_1 = _mm512_castps_si512(parity ? odd[h][0] : even[h][0]);
+                const __m512i lanes_2_3 = _mm512_castps_si512(parity ? odd[h][1] : even[h][1]);
+                // chains 2L + parity for L = 0, 1 and L = 2, 3
+                const __m512i low = _mm512_permutex2var_epi64(lanes_0_1, rows_low, lanes_2_3);
+                const __m512i high = _mm512_permutex2var_epi64(lanes_0_1, rows_high, lanes_2_3);
+                store(r[parity] + i, __builtin_shufflevector(low, low, 0, 1, 2, 3));
+                store(r[2 + parity] + i, __builtin_shufflevector(low, low, 4, 5, 6, 7));
+                store(r[4 + parity] + i, __builtin_shufflevector(high, high, 0, 1, 2, 3));
+                store(r[6 + parity] + i, __builtin_shufflevector(high, high, 4, 5, 6, 7));
+            }
+#else
+            store(r[0] + i, _mm256_castps256_ps128(even[h][0]));
+            store(r[1] + i, _mm256_castps256_ps128(odd[h][0]));
+            store(r[2] + i, _mm256_extractf128_ps(even[h][0], 1));
+            store(r[3] + i, _mm256_extractf128_ps(odd[h][0], 1));
+#endif
         }
     }
 }
-#endif
 
 // A flagged lane's z is the nearest integer to h/c, within z 2^-53 < 2^-21
 // of it; the baseline's formula then gives the value.
