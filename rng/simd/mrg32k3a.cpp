@@ -42,7 +42,10 @@
 // add.
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
-// each holds N consecutive outputs of one chain: one whole store.
+// each holds N consecutive outputs of one chain: one whole store.  Words
+// skip the conversion: z + 2^52 (exact; AVX2 adds the 2^52 in the
+// combination's constants) holds z in the low 32 bits of its double, and
+// the transpose's first shuffle picks those halves.
 //
 // Doubles on (0, 1) and other intervals with a = 0: the baseline rounds
 // the exact product z c (z below 2^32, c a double) to the 64-bit
@@ -60,6 +63,7 @@
 // of doubles and runs this under its control words (x87 at 64 bits, MXCSR
 // rounding to nearest).  Floats from a = 0 likewise, at scaled_floats.
 #include <cmath>
+#include <cstring>
 
 #include "frame/simd.h"
 #include "rng/mrg32k3a_class.h"
@@ -76,7 +80,6 @@ constexpr int kRegisters = 2;
 constexpr int kChainCount = kLanes * kRegisters;
 
 using D = simd::Vec<double, kLanes>;
-using Words = simd::Vec<uint32_t, kLanes>;
 
 constexpr double kRoundingShift = 0x1.8p52;  // x + 1.5 2^52 - 1.5 2^52: x to the nearest integer
 constexpr double kNearMidpoint = 1 + 0x1p-10;  // the doubles' test, at the top
@@ -118,31 +121,50 @@ struct Chains {
     D x[3], y[3];  // oldest first
 #if XEB_ISA_AVX512
     // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.
-    [[gnu::always_inline]] inline D step() {
-        const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
+    // A step's p and q: d = p - q, from 1 - m2 to m1, is z, or z - m1
+    // where p <= q.
+    [[gnu::always_inline]] inline void step_components(D& p, D& q) {
+        p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
         const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
-        const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
+        q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
         push(x, p);
         push(y, q);
-        // d = p - q, from 1 - m2 to m1, is z or z - m1.
-        const D d = p - q;
-        return add_where(simd::compare<simd::Cmp::Le>(d, 0.0), d, double(kM1));
+    }
+    [[gnu::always_inline]] inline D step() {
+        D p, q;
+        step_components(p, q);
+        return add_where(simd::compare<simd::Cmp::Le>(p, q), p - q, double(kM1));
     }
 #else
-    [[gnu::always_inline]] inline D step() {
+    // z + shift, shift 0 or 2^52 (exact either way).
+    [[gnu::always_inline]] inline D step(double shift = 0) {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
-        const D q = reduce<kM2>(simd::fma(y[0], -double(kA23), y[2] * double(kA21)));
+        // y[n-1]'s product last: the step waits on one fused multiply-add.
+        const D q = reduce<kM2>(simd::fma(y[2], double(kA21), y[0] * -double(kA23)));
         push(x, p);
         push(y, q);
         // d = p - (q in 0 .. m2 - 1), from -m1/2 - m2 - 1 to m1/2 + 2, is
-        // z less 0, 1 or 2 times m1.
-        const D d = p - add_where(simd::compare<simd::Cmp::Lt>(q, 0.0), q, double(kM2));
-        const auto once = simd::compare<simd::Cmp::Le>(d, 0.0);
-        const auto twice = simd::compare<simd::Cmp::Le>(d, -double(kM1));
+        // z less 0, 1 or 2 times m1; here with the shift added.
+        const auto negative = simd::compare<simd::Cmp::Lt>(q, 0.0);
+        const D q_less_shift =
+            q + simd::select(negative, simd::broadcast<D>(kM2 - shift), simd::broadcast<D>(0.0 - shift));
+        const D d = p - q_less_shift;
+        const auto once = simd::compare<simd::Cmp::Le>(d, shift);
+        const auto twice = simd::compare<simd::Cmp::Le>(d, shift - double(kM1));
         return add_where(twice, add_where(once, d, double(kM1)), double(kM1));
     }
 #endif
 };
+
+// Chain j = h kLanes + l, lane l of register h, from start[j].
+inline void load_chains(const uint32_t (*start)[6], Chains (&c)[kRegisters]) {
+    for (int h = 0; h < kRegisters; ++h)
+        for (int k = 0; k < 3; ++k)
+            for (int l = 0; l < kLanes; ++l) {
+                c[h].x[k].v[l] = start[h * kLanes + l][k];
+                c[h].y[k].v[l] = start[h * kLanes + l][3 + k];
+            }
+}
 
 // Chains j = 0 .. kChainCount - 1 from start[j], `steps` (a multiple of
 // kLanes) each: out[j steps + i] = convert(step i of chain j, flags), a
@@ -154,12 +176,7 @@ template <class T, class Convert, class Repair>
 void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert convert, Repair repair) {
     using Out = decltype(convert(D{}, std::declval<unsigned&>()));
     Chains c[kRegisters];
-    for (int h = 0; h < kRegisters; ++h)
-        for (int k = 0; k < 3; ++k)
-            for (int l = 0; l < kLanes; ++l) {
-                c[h].x[k].v[l] = start[h * kLanes + l][k];
-                c[h].y[k].v[l] = start[h * kLanes + l][3 + k];
-            }
+    load_chains(start, c);
     T* row[kChainCount];
     for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
     for (int32_t i = 0; i < steps; i += kLanes) {
@@ -186,19 +203,92 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
     }
 }
 
+// The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
+// bits are z, so no conversion is needed.
+#if XEB_ISA_AVX512
+using Halves = __m512;  // the step's lanes as pairs of 32-bit halves
+
+[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
+    constexpr double kWordShift = 0x1p52;
+    D p, q;
+    c.step_components(p, q);
+    const D d = p - q;
+    const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
+    const __m512d shifted = _mm512_add_pd(d.v, _mm512_set1_pd(kWordShift));
+    return _mm512_castpd_ps(_mm512_mask_add_pd(shifted, wraps, d.v, _mm512_set1_pd(kWordShift + kM1)));
+}
+template <int Order>
+[[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
+    return _mm512_shuffle_ps(a, b, Order);
+}
+#else
+using Halves = __m256;
+
+[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
+    return _mm256_castpd_ps(__m256d(c.step(0x1p52).v));
+}
+template <int Order>
+[[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
+    return _mm256_shuffle_ps(a, b, Order);
+}
+#endif
+
+// Words from z + 2^52, the transpose picking the low halves as it goes.
+// In each 128-bit lane (chains 2L and 2L + 1), two rounds of in-lane
+// shuffles of 4 steps leave the 4 words of chain 2L (`even`) and of chain
+// 2L + 1 (`odd`): with AVX2 those lanes are stored as they are; AVX-512
+// joins the lanes of steps 0 .. 3 and 4 .. 7 by one two-source permute
+// per two chains, each 256-bit half then holding 8 words of one chain.
+// 8 in-lane shuffles and 4 permutes for 64 words (AVX2: 4 shuffles for
+// 16), no conversion.
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
-    run_chains(
-        start, steps, out,
-        [](D z, unsigned&) {
-            if constexpr (XEB_ISA_AVX512) {
-                return Words{__builtin_convertvector(z.v, Words::Raw)};  // one unsigned conversion
-            } else {
-                // z - 2^31 as a signed word, its top bit flipped back.
-                using I = simd::Vec<int32_t, kLanes>;
-                return simd::bitcast<uint32_t>(I{__builtin_convertvector((z - 0x1p31).v, I::Raw)}) ^ 0x80000000u;
+    constexpr int kLowHalves = _MM_SHUFFLE(2, 0, 2, 0), kHighHalves = _MM_SHUFFLE(3, 1, 3, 1);
+    constexpr int kQuads = kLanes / 4;  // runs of 4 steps per register of words
+    Chains c[kRegisters];
+    load_chains(start, c);
+    uint32_t* row[kChainCount];
+    for (int j = 0; j < kChainCount; ++j) row[j] = out + static_cast<int64_t>(j) * steps;
+    const auto store = [](uint32_t* to, auto words) { std::memcpy(to, &words, sizeof words); };
+    for (int32_t i = 0; i < steps; i += kLanes) {
+        Halves even[kRegisters][kQuads], odd[kRegisters][kQuads];  // steps 4k .. 4k + 3 in each lane
+#pragma GCC unroll 2
+        for (int k = 0; k < kQuads; ++k) {
+            Halves z[kRegisters][4];
+#pragma GCC unroll 4
+            for (int s = 0; s < 4; ++s)
+                for (int h = 0; h < kRegisters; ++h) z[h][s] = next_word_bits(c[h]);
+            for (int h = 0; h < kRegisters; ++h) {
+                // steps 0, 1 and 2, 3 of chains 2L, 2L + 1
+                const Halves a = shuffle_in_lanes<kLowHalves>(z[h][0], z[h][1]);
+                const Halves b = shuffle_in_lanes<kLowHalves>(z[h][2], z[h][3]);
+                even[h][k] = shuffle_in_lanes<kLowHalves>(a, b);
+                odd[h][k] = shuffle_in_lanes<kHighHalves>(a, b);
             }
-        },
-        [](uint32_t&, const uint32_t*, int32_t) {});
+        }
+        for (int h = 0; h < kRegisters; ++h) {
+            uint32_t* const* r = row + h * kLanes;
+#if XEB_ISA_AVX512
+            const __m512i rows_low = _mm512_setr_epi64(0, 1, 8, 9, 2, 3, 10, 11);
+            const __m512i rows_high = _mm512_setr_epi64(4, 5, 12, 13, 6, 7, 14, 15);
+            for (int parity = 0; parity < 2; ++parity) {
+                const __m512i lanes_0_1 = _mm512_castps_si512(parity ? odd[h][0] : even[h][0]);
+                const __m512i lanes_2_3 = _mm512_castps_si512(parity ? odd[h][1] : even[h][1]);
+                // chains 2L + parity for L = 0, 1 and L = 2, 3
+                const __m512i low = _mm512_permutex2var_epi64(lanes_0_1, rows_low, lanes_2_3);
+                const __m512i high = _mm512_permutex2var_epi64(lanes_0_1, rows_high, lanes_2_3);
+                store(r[parity] + i, __builtin_shufflevector(low, low, 0, 1, 2, 3));
+                store(r[2 + parity] + i, __builtin_shufflevector(low, low, 4, 5, 6, 7));
+                store(r[4 + parity] + i, __builtin_shufflevector(high, high, 0, 1, 2, 3));
+                store(r[6 + parity] + i, __builtin_shufflevector(high, high, 4, 5, 6, 7));
+            }
+#else
+            store(r[0] + i, _mm256_castps256_ps128(even[h][0]));
+            store(r[1] + i, _mm256_castps256_ps128(odd[h][0]));
+            store(r[2] + i, _mm256_extractf128_ps(even[h][0], 1));
+            store(r[3] + i, _mm256_extractf128_ps(odd[h][0], 1));
+#endif
+        }
+    }
 }
 
 // A flagged lane's z is the nearest integer to h/c, within z 2^-53 < 2^-21
