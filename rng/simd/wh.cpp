@@ -17,7 +17,7 @@
 // floor is the quotient k, and y - k m (one fused operation) the remainder
 // r, exact: a product, a product, a rounding down and a fused
 // multiply-add.  (1/m rounded up or down instead would serve as well: the
-// argument needs only |e| < 2^-48.)
+// argument needs only |e| < 2^-49.)
 //
 // The reference sum s = ((x4 c4 + x3 c3) + x2 c2) + x1 c1, each product
 // and each sum rounded to the 64-bit significand.  The c_i = 1/m_i are
