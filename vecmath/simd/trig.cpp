@@ -9,7 +9,9 @@
 //   x - q C1 is exact in one fused step (|x| < 2^30: q C1 and x are
 //   multiples of 2^-52 or 2^-53, the difference is below 1);
 //   q C2 is split exactly into p + e by a fused product, and
-//   r1 - p into rh + err by an exact two-sum;
+//   r1 - p into rh + err by Fast2Sum, exact although |r1| may be below
+//   |p|: r1 is a multiple of 2^-53 (x itself where q = 0, and then p = 0)
+//   and ulp(p) is below 2^-77 (in floats 2^-24 and 2^-32);
 //   rl = err - e - q C3.
 // rh + rl is r to 2^-100 relative at worst: the omitted q (pi/2 - C1 - C2
 // - C3) is below 2^-131, and |r| stays above 2^-61 for every double below
@@ -124,11 +126,13 @@ XEB_INLINE Vec<T, N> series(Vec<T, N> s, const T* c) {
     return p;
 }
 
-// a + b = s + err exactly, any magnitudes.
+// a + b = s + err exactly (Fast2Sum) when |a| >= |b| (Dekker), and also
+// when a is a multiple of ulp(b): then |a + b| < 2 |b| or the sum is exact,
+// so s - a is b within one ulp(b), a multiple of it, and representable.
 template <class T, int N>
-XEB_INLINE Vec<T, N> two_sum(Vec<T, N> a, Vec<T, N> b, Vec<T, N>& err) {
-    const Vec<T, N> s = a + b, bb = s - a;
-    err = (a - (s - bb)) + (b - bb);
+XEB_INLINE Vec<T, N> fast_two_sum(Vec<T, N> a, Vec<T, N> b, Vec<T, N>& err) {
+    const Vec<T, N> s = a + b;
+    err = b - (s - a);
     return s;
 }
 
@@ -150,7 +154,7 @@ XEB_INLINE Reduced<T, N> reduce(Vec<T, N> x) {
     Reduced<T, N> out;
     out.q = bitcast<typename Traits<UVec<T, N>>::Lane>(y);
     V err;
-    out.rh = two_sum(r1, -p, err);
+    out.rh = fast_two_sum(r1, -p, err);
     out.rl = fnma(q, broadcast<V>(C::pio2[2]), err - e);
     return out;
 }
