@@ -240,9 +240,13 @@ TEST(LinearGenerators, RealsFromZeroAreTheWideValueRoundedOnce) {
 // 2^-61 of a midpoint of the doubles where the x87's seven roundings land
 // on the other side (the distance in 2^-64 noted), and sums within 2^-47
 // of 2 (x1 m2 = j mod m1, x3 m4 = k mod m3), where the integer part and
-// the fraction's sign hang on the last roundings.
+// the fraction's sign hang on the last roundings.  And states whose next
+// step in a chain of L = 8 or 16 lanes (x <- x a^L mod m) has the
+// remainder 1 or m - 1, or the largest product (x = m - 1), where the
+// classes' quotient floor(x a^L (1/m)) is nearest to an integer.
 TEST(LinearGenerators, WhElementsNearRoundingBoundaries) {
-    const uint32_t states[][4] = {
+    using State = std::array<uint32_t, 4>;
+    std::vector<State> states = {
         {10852085, 9361387, 14058427, 5082497},    // 0.37 from a midpoint
         {14389055, 7902831, 5936567, 5487008},     // 0.36, u near 2^-6
         {2174409, 10401779, 10143727, 14217959},   // 2.3
@@ -255,6 +259,15 @@ TEST(LinearGenerators, WhElementsNearRoundingBoundaries) {
         {12629364, 4139395, 4188411, 12565094},   // S rounds below 2, s to 2: u = -2^-53
     };
     const xeb::rng::WhParameters& p = xeb::rng::kWhParameters[kWhSub];
+    for (const int lanes : {8, 16}) {
+        State one, below, largest;  // x a^L = 1, -1 mod m; x = m - 1
+        for (int i = 0; i < 4; ++i) {
+            const uint32_t m = p.modulus[i];
+            const uint32_t inverse = rukiPowMod(rukiPowMod(p.multiplier[i], lanes, m), static_cast<int32_t>(m - 2), m);
+            one[i] = inverse, below[i] = m - inverse, largest[i] = m - 1;
+        }
+        states.insert(states.end(), {one, below, largest});
+    }
     const int n = 40;
     for (const auto& x : states)
         for (const int place : {0, 5, 11, 21}) {

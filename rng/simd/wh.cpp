@@ -1,16 +1,23 @@
 // WH's real fills in the widest double registers of one kernel class: one
-// element per lane, the lanes of a register consecutive elements (two
-// registers of chains, 8 with AVX2, 16 with AVX-512), the
+// element per lane, the lanes of a register consecutive elements (8
+// chains: two registers with AVX2, one with AVX-512, whose constants then
+// all stay in registers), the
 // 64-bit-significand sum of rng/wh.cpp reproduced bit for bit: a cheap
 // exact sum that decides nearly every element, and the pairs of
 // rng/wide_pair.h, rounding as the x87 does, for the elements it cannot
 // decide, gathered a register at a time.
 //
-// Components.  x <- a x mod m with x, a below m < 2^24: y = x a is exact,
-// and y/m has its fractional part in [2^-24, 1 - 2^-24] (y is no multiple
-// of the prime m).  t = y (1/m) - 0.5, one fused operation with the double
-// 1/m, is within 2^-28 of y/m - 0.5, so its nearest integer (adding and
-// taking off 1.5 2^52) is the quotient q, and y - q m the remainder, exact.
+// Components.  x <- a x mod m with x, a from 1 to m - 1, m < 2^24 prime:
+// y = x a < m^2 < 2^48 is exact, y = k m + r with 1 <= r <= m - 1 (y is
+// no multiple of m).  With c the double nearest 1/m, c = (1 + e)/m with
+// |e| <= 2^-53, y c = k + r/m + e y/m, and |e y/m| < 2^-53 m < 2^-29 is
+// less than both r/m and 1 - r/m, which are at least 1/m > 2^-24: y c lies
+// strictly between k and k + 1, 2^-24 - 2^-29 away from each, and so does
+// its rounding to double (an error of at most 2^-30 below 2^24).  Its
+// floor is the quotient k, and y - k m (one fused operation) the remainder
+// r, exact: a product, a product, a rounding down and a fused
+// multiply-add.  (1/m rounded up or down instead would serve as well: the
+// argument needs only |e| < 2^-49.)
 //
 // The reference sum s = ((x4 c4 + x3 c3) + x2 c2) + x1 c1, each product
 // and each sum rounded to the 64-bit significand.  The c_i = 1/m_i are
@@ -22,32 +29,42 @@
 // 2^24) is a multiple of 2^-50 below 1, so T = sum x_i h_i, a multiple of
 // 2^-50 below 4, has 52 bits and every fused step is exact; each x l is a
 // multiple of 2^-76 below 2^-27, so L = sum x_i l_i, below 2^-25, has 51
-// bits and is exact too.  With d0 = T + L rounded and W = trunc(d0),
-// T - W is exact (52 bits) and TwoSum gives (d, r) with d + r = S - W
-// exactly, d = S - W rounded to double.
+// bits and is exact too.  With W = trunc(T), t = T - W is exact (a
+// multiple of 2^-50 in [0, 1)), and Fast2Sum gives (d, r) with d + r =
+// S - W exactly, d = S - W rounded to double: d = t + L rounded is a
+// multiple of 2^-76 (exact below 2^-24; a double above, whose spacing is
+// at least 2^-76), so d - t, a multiple of 2^-76 within 2 |L| < 2^-24, is
+// exact, and so is r = L - (d - t), the rounding error.  r is a multiple
+// of 2^-76 with |r| <= ulp(d)/2.
 //
 // How far s lies from S: each product is below 1 (x <= m - 1 and
 // c <= (1 + 2^-53)/m), so its rounding to 64 bits moves it by at most
 // 2^-65; the partial sums lie below 2, 3 and 4, so their roundings move by
 // at most 2^-64, 2^-63 and 2^-63.  |s - S| <= 4 2^-65 + 2^-64 + 2 2^-63 =
-// 7 2^-64 < B = 2^-61; the bound's spare 2^-64 covers the roundings of the
-// few additions in the tests below (each below 2^-77).
+// 7 2^-64 < B = 2^-61.
 //
 // A lane is decided when
-//  - d lies in [2^-36, 1 - 2^-36]: then s lies strictly between W + 2^-37
+//  - d lies in [2^-36, 1 - 2^-36] (where T lies within 2^-25 of an
+//    integer, W may not be the integer part of S, but then d is outside):
+//    then s lies strictly between W + 2^-37
 //    and W + 1 - 2^-37, so trunc(double(s)) = W, and the fraction
 //    u = s - W the x87 forms is within B of S - W = d + r;
-//  - double: |r| + B < ulp/2, the half-spacing of the doubles between d and
-//    its neighbour towards the midpoint (that of the double below d, a
-//    power of two's smaller one); the interval d + r +- B then holds no
-//    midpoint, and u rounds to d;
-//  - float (outputs in the normal floats, |w| >= 2^-88): with f = float(d),
-//    |d - f| + |r| + B < the half-spacing of the floats below f: u lies
-//    strictly nearer to f than to any midpoint, and rounds to f.
+//  - double: |r| + B (exact: multiples of 2^-76 below 2^-53) < the
+//    half-spacing of the doubles below d (a power of two's smaller one);
+//    the interval d + r +- B then holds no midpoint, and u rounds to d.
+//    One unsigned compare of d's bits less one tests 0 < d <= 1 - 2^-36;
+//    the spacing test fails below 2^-36 (a half-spacing under 2^-89);
+//  - float (outputs in the normal floats, |w| >= 2^-88): float(d - C) =
+//    float(d + C) with C = 2^-52.  The two sums, rounded to double, lie
+//    below and above every value u may take (|r| + B + 2^-54 < C with
+//    d < 1), and rounding to float is monotonic, so u rounds to that same
+//    float: two conversions and one compare, no r.
 // Then u w, w a power of two, rounds to d w, or f w.  The other elements
-// (about one in 30 for the double grid: the interval 2B against the
-// spacing of u's binade, summed over the binades above 2^-8; the float
-// grid, 2^29 times coarser, almost never) wait, their components kept,
+// (9/256, one in 28.4 for the double grid, as measured over 10^6: B
+// against the half-spacing in u's binade gives 2^-8 from each of the 8
+// binades from 2^-8 to 1 and from all below; the float grid, 2^29 times
+// coarser, almost never) wait, their
+// components kept,
 // until a register of them can go through the exact path together.
 //
 // Exact path: every product x c (x an integer from 1 to 2^24) lies in
@@ -80,10 +97,11 @@ inline namespace XEB_ISA {
 namespace {
 
 constexpr int kLanes = simd::kNative<double>;
-// Independent registers of chains side by side: one element's sum is a
-// chain of dependent operations, and the processor overlaps those of
-// different registers within one step.
-constexpr int kRegisters = 2;
+// 8 chains: with AVX-512 one register, whose 20 constants and the
+// working registers fit the 32 without spilling (two registers spilled and
+// ran 7% slower); with AVX2 two registers side by side, whose steps the
+// processor overlaps (one ran 15% slower).
+constexpr int kRegisters = 8 / kLanes;
 static_assert(kLanes * kRegisters <= rng::kWhMostLanes, "chains of a WhLanes");
 
 using D = simd::Vec<double, kLanes>;
@@ -94,37 +112,37 @@ using Components = D[4];
 
 constexpr double kSumBound = 0x1p-61;  // B above
 constexpr double kFractionMargin = 0x1p-36;
+constexpr double kFloatSlack = 0x1p-52;
 
 // Per lane constants: multipliers, moduli, reciprocals c and their parts.
 struct Constants {
     D a[4], m[4], c[4], c_head[4], c_tail[4];
 };
 
+// v rounded down (Mode: floor) or towards zero (truncation) to an
+// integer, one instruction.
+template <int Mode>
+[[gnu::always_inline]] inline D round_lanes(D v) {
+#if XEB_ISA_AVX512
+    return D{_mm512_maskz_roundscale_pd(0xFF, v.v, Mode | _MM_FROUND_NO_EXC)};
+#else
+    return D{_mm256_round_pd(v.v, Mode | _MM_FROUND_NO_EXC)};
+#endif
+}
+
 [[gnu::always_inline]] inline D next(D x, D a, D m, D inverse) {
-    constexpr double kRoundingShift = 0x1.8p52;
     const D y = x * a;
-    const D q = (simd::fma(y, inverse, simd::broadcast<D>(-0.5)) + kRoundingShift) - kRoundingShift;
-    return simd::fnma(q, m, y);
+    return simd::fnma(round_lanes<_MM_FROUND_TO_NEG_INF>(y * inverse), m, y);
 }
 
 D magnitude(D v) {
     return simd::bitcast<double>(simd::bitcast<uint64_t>(v) & 0x7FFFFFFFFFFFFFFFull);
 }
 
-// Half the spacing of a grid of `bits` significant bits between v > 0 and
-// the number below it (for a power of two, that of the binade below, the
-// smaller of v's two spacings).
-template <int Bits>
-D half_spacing_below(D v) {
-    const U below = simd::bitcast<uint64_t>(v) - uint64_t{1};
-    return simd::bitcast<double>((below & wide::kExponentBits) - (uint64_t{Bits} << 52));
-}
-
 // The cheap path: S - W = d + r exactly, and the lanes whose fraction
 // might not lie in [2^-36, 1 - 2^-36].
 struct Cheap {
     D d, r;
-    Flags undecided;
 };
 
 [[gnu::always_inline]] inline Cheap cheap_fraction(const Components& x, const Constants& k) {
@@ -133,10 +151,8 @@ struct Cheap {
         head = simd::fma(x[i], k.c_head[i], head);
         tail = simd::fma(x[i], k.c_tail[i], tail);
     }
-    const D whole = simd::convert<double>(simd::convert<int32_t>(head + tail));
-    const Pair u = wide::two_sum(head - whole, tail);
-    const Flags off = simd::compare<simd::Cmp::Gt>(magnitude(u.hi - 0.5), 0.5 - kFractionMargin);
-    return {u.hi, u.lo, off};
+    const Pair u = wide::fast_two_sum(head - round_lanes<_MM_FROUND_TO_ZERO>(head), tail);
+    return {u.hi, u.lo};
 }
 
 // The exact path: u (the sum less its integer part) times w, as an
@@ -151,17 +167,26 @@ struct Cheap {
 // An output writes the decided lanes' values (and, to be overwritten, the
 // others') and answers the undecided ones as bits; and forms a register's
 // values from the exact path.
+constexpr unsigned kAllLanes = (1u << kLanes) - 1;
+
+// The lanes whose d lies in (0, 1 - 2^-36], and the bits of d less one.
+[[gnu::always_inline]] inline U bits_below(D d) { return simd::bitcast<uint64_t>(d) - uint64_t{1}; }
+[[gnu::always_inline]] inline Flags below_top(U below) {
+    return simd::compare<simd::Cmp::Lt>(below, __builtin_bit_cast(uint64_t, 1 - kFractionMargin));
+}
+
 struct DoubleOutput {
     using Out = double;
-    static constexpr bool kGather = true;  // about one lane in 30 undecided
+    static constexpr bool kGather = true;  // one lane in 28 undecided
     double* out;
     D w;
     double a;
     unsigned store_cheap(int64_t i, const Cheap& c) const {
-        const D slack = magnitude(c.r) + kSumBound;
-        const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<53>(c.d));
+        const U below = bits_below(c.d);
+        const D half_spacing = simd::bitcast<double>((below & wide::kExponentBits) - (uint64_t{53} << 52));
+        const Flags clear = simd::compare<simd::Cmp::Lt>(magnitude(c.r) + kSumBound, half_spacing);
         simd::store(out + i, c.d * w);
-        return simd::bits(near | c.undecided);
+        return ~simd::bits(below_top(below) & clear) & kAllLanes;
     }
     D exact(Pair u) const { return (u.hi + u.lo) + a; }
 };
@@ -175,12 +200,13 @@ struct FloatOutput {
     bool cheap;  // f w a normal float for every f = float(u), u >= 2^-37
     simd::Vec<float, kLanes> w_float;
     unsigned store_cheap(int64_t i, const Cheap& c) const {
-        const simd::Vec<float, kLanes> f = simd::convert<float>(c.d);
-        const D back = simd::convert<double>(f);
-        const D slack = (magnitude(c.d - back) + magnitude(c.r)) + kSumBound;
-        const Flags near = simd::compare<simd::Cmp::Ge>(slack, half_spacing_below<24>(back));
-        simd::store(out + i, f * w_float);
-        return simd::bits(near | c.undecided);
+        const simd::Vec<float, kLanes> low = simd::convert<float>(c.d - kFloatSlack);
+        const simd::Vec<float, kLanes> high = simd::convert<float>(c.d + kFloatSlack);
+        const U from_bottom = simd::bitcast<uint64_t>(c.d) - __builtin_bit_cast(uint64_t, kFractionMargin);
+        const Flags in_range = simd::compare<simd::Cmp::Le>(
+            from_bottom, __builtin_bit_cast(uint64_t, 1 - kFractionMargin) - __builtin_bit_cast(uint64_t, kFractionMargin));
+        simd::store(out + i, low * w_float);
+        return ~(simd::bits(in_range) & simd::bits(simd::compare<simd::Cmp::Eq>(low, high))) & kAllLanes;
     }
     simd::Vec<float, kLanes> exact(Pair u) const { return wide::to_float(u) + a; }
 };
@@ -189,8 +215,12 @@ struct FloatOutput {
 // are taken up after the steps: one branch per block, taken nearly always
 // and so rarely mispredicted, where a branch per register is taken for
 // about one register in four and its mispredictions cost more than the
-// exact path itself.
-constexpr int kBlockSteps = 4;
+// exact path itself.  64 lanes a block; the gathering inlined in the loop
+// (a call made it reload every constant register after it: 4% slower).
+// Without the undecided lanes the AVX-512 double fill would take 0.7 of
+// its time; most of the rest is the 20 multiplications and fused
+// operations per register, the multiplier units' limit.
+constexpr int kBlockSteps = 64 / (kRegisters * kLanes);
 constexpr int kBlockRegisters = kBlockSteps * kRegisters;
 static_assert(kBlockRegisters * kLanes <= 64, "a block's lanes in one word");
 
@@ -207,7 +237,7 @@ struct Undecided {
 
     // Lane j of the block (set in `lanes`) is element base + j.
     template <class Output>
-    [[gnu::noinline]] void add(const Block& b, int64_t base, uint64_t lanes, const Output& output, const Constants& k) {
+    void add(const Block& b, int64_t base, uint64_t lanes, const Output& output, const Constants& k) {
         for (; lanes != 0; lanes &= lanes - 1) {
             const int j = __builtin_ctzll(lanes);
             for (int i = 0; i < 4; ++i) x[i][count] = b.x[j / kLanes][i][j % kLanes];
@@ -221,7 +251,7 @@ struct Undecided {
         Components xs;
         for (int i = 0; i < 4; ++i) {
             for (int j = count; j < kLanes; ++j) x[i][j] = x[i][0];  // a partial register's spare lanes
-            xs[i] = simd::load<D>(x[i]);
+            xs[i] = simd::from_lanes<D>(x[i]);
         }
         typename Output::Out values[kLanes];
         simd::store(values, output.exact(exact_fraction(xs, k, output.w)));
