@@ -92,15 +92,13 @@ template <uint32_t M>
     return simd::fnma(q, simd::broadcast<D>(double(M)), t);
 }
 
-// r + k in the lanes of m, r elsewhere: one masked add (AVX-512), or the
-// constant's bits kept where m holds and added (AVX2).
+#if !XEB_ISA_AVX512
+// r + k in the lanes of m, r elsewhere: the constant's bits kept where m
+// holds, and added (AVX2; AVX-512 masks the add itself).
 [[gnu::always_inline]] inline D add_where(simd::MaskOf<double, kLanes> m, D r, double k) {
-#if XEB_ISA_AVX512
-    return D{_mm512_mask_add_pd(r.v, m.m, r.v, _mm512_set1_pd(k))};
-#else
     return r + simd::select(m, simd::broadcast<D>(k), simd::broadcast<D>(0.0));
-#endif
 }
+#endif
 
 #if XEB_ISA_AVX512
 // 1/m1 and 1/m2 rounded up: (1 + delta)/m with delta below 0.68 2^-53 and
@@ -120,20 +118,20 @@ template <uint32_t M>
 struct Chains {
     D x[3], y[3];  // oldest first
 #if XEB_ISA_AVX512
-    // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.
-    // A step's p and q: d = p - q, from 1 - m2 to m1, is z, or z - m1
-    // where p <= q.
-    [[gnu::always_inline]] inline void step_components(D& p, D& q) {
-        p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
+    // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.  z + shift,
+    // shift 0 or 2^52 (exact either way).
+    [[gnu::always_inline]] inline D step(double shift = 0) {
+        const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
         const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
-        q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
+        const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
         push(x, p);
         push(y, q);
-    }
-    [[gnu::always_inline]] inline D step() {
-        D p, q;
-        step_components(p, q);
-        return add_where(simd::compare<simd::Cmp::Le>(p, q), p - q, double(kM1));
+        // d = p - q, from 1 - m2 to m1, is z, or z - m1 where p <= q (that
+        // mask beside the subtraction, not after it).
+        const D d = p - q;
+        const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
+        const D shifted = shift == 0 ? d : d + shift;
+        return D{_mm512_mask_add_pd(shifted.v, wraps, d.v, _mm512_set1_pd(shift + double(kM1)))};
     }
 #else
     // z + shift, shift 0 or 2^52 (exact either way).
@@ -203,35 +201,24 @@ void run_chains(const uint32_t (*start)[6], int32_t steps, T* out, Convert conve
     }
 }
 
-// The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
-// bits are z, so no conversion is needed.
 #if XEB_ISA_AVX512
 using Halves = __m512;  // the step's lanes as pairs of 32-bit halves
-
-[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
-    constexpr double kWordShift = 0x1p52;
-    D p, q;
-    c.step_components(p, q);
-    const D d = p - q;
-    const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
-    const __m512d shifted = _mm512_add_pd(d.v, _mm512_set1_pd(kWordShift));
-    return _mm512_castpd_ps(_mm512_mask_add_pd(shifted, wraps, d.v, _mm512_set1_pd(kWordShift + kM1)));
-}
 template <int Order>
 [[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
     return _mm512_shuffle_ps(a, b, Order);
 }
 #else
 using Halves = __m256;
-
-[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
-    return _mm256_castpd_ps(__m256d(c.step(0x1p52).v));
-}
 template <int Order>
 [[gnu::always_inline]] inline Halves shuffle_in_lanes(Halves a, Halves b) {
     return _mm256_shuffle_ps(a, b, Order);
 }
 #endif
+// The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
+// bits are z, so no conversion is needed.
+[[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
+    return __builtin_bit_cast(Halves, c.step(0x1p52).v);
+}
 
 // Words from z + 2^52, the transpose picking the low halves as it goes.
 // In each 128-bit lane (chains 2L and 2L + 1), two rounds of in-lane
