@@ -4,17 +4,19 @@
 // state jumped to its first element (rng/mrg32k3a.cpp).  The numbers are
 // the sequence itself, the same in every class and for every split.
 //
-// Arithmetic in doubles.  AVX-512 rounds the quotient down in the fused
-// multiply-add itself, so residues come out in 0 .. m - 1 and the
+// Arithmetic in doubles.  AVX-512 rounds the quotient down in the product
+// itself, so residues come out in 0 .. m - 1 and the
 // combination takes one conditional add; AVX2 rounds it to nearest and
 // takes three.
 //
 // AVX-512.  y is kept in 0 .. m2 - 1, and its step forms t = a21 y[n-1] +
 // a23 (m2 - y[n-3]) (two fused multiply-adds from the constant a23 m2 <
 // 2^53), an integer from 0 to below 1.9 2^52, exact.  With w the double
-// 1/m2 rounded up, w = (1 + e)/m2 with 0 <= e < 1.07 2^-53, the fused
-// multiply-add of t by w and 1.5 2^52 rounded down is 1.5 2^52 +
-// floor(t w) (t w is below 2^21, where the doubles' spacing is 1).  For t
+// 1/m2 rounded up, w = (1 + e)/m2 with 0 <= e < 1.07 2^-53, the product
+// t w rounded down, then rounded down to an integer, is floor(t w): the
+// first rounding never passes the integer floor(t w), a double, below t w.
+// (Neither step writes over t, which the residue needs, nor takes a
+// constant shift: fewer register copies and constants.)  For t
 // = k m2 + r with 0 <= r < m2, t w = k + r/m2 + e t/m2 lies in [k, k + 1)
 // because e t < 0.97 < 1 <= m2 - r: the quotient is k, and t - k m2 (one
 // fused multiply-add, exact) is r.  x's step forms t = a12 x[n-2] - a13
@@ -105,13 +107,16 @@ template <uint32_t M>
 // 1.07 2^-53.
 constexpr double kInverseUp1 = 0x1.000000d10000bp-32, kInverseUp2 = 0x1.000059451f212p-32;
 
-// t - floor(t (1/m rounded up)) m, the quotient rounded down in the fused
-// multiply-add itself, as argued at the top.
+// t - floor(t (1/m rounded up)) m, the quotient rounded down in the
+// product itself and then to an integer, as argued at the top.
 template <uint32_t M>
 [[gnu::always_inline]] inline D floor_reduce(D t, double inverse_up) {
-    const D shifted = D{_mm512_fmadd_round_pd(t.v, _mm512_set1_pd(inverse_up), _mm512_set1_pd(kRoundingShift),
-                                              _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)};
-    return simd::fnma(shifted - kRoundingShift, simd::broadcast<D>(double(M)), t);
+    // (the masked forms with every lane set are the plain instructions,
+    // without the unmasked intrinsics' undefined operand)
+    constexpr int kDown = _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC;
+    constexpr __mmask8 kAll = 0xFF;
+    const __m512d below = _mm512_mask_mul_round_pd(t.v, kAll, t.v, _mm512_set1_pd(inverse_up), kDown);
+    return simd::fnma(D{_mm512_mask_roundscale_pd(below, kAll, below, kDown)}, simd::broadcast<D>(double(M)), t);
 }
 #endif
 
@@ -127,11 +132,12 @@ struct Chains {
         push(x, p);
         push(y, q);
         // d = p - q, from 1 - m2 to m1, is z, or z - m1 where p <= q (that
-        // mask beside the subtraction, not after it).
+        // mask beside the subtraction, not after it); m1 is added to d +
+        // shift, exact, a constant the reduction already holds.
         const D d = p - q;
         const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
         const D shifted = shift == 0 ? d : d + shift;
-        return D{_mm512_mask_add_pd(shifted.v, wraps, d.v, _mm512_set1_pd(shift + double(kM1)))};
+        return D{_mm512_mask_add_pd(shifted.v, wraps, shifted.v, _mm512_set1_pd(double(kM1)))};
     }
 #else
     // z + shift, shift 0 or 2^52 (exact either way).
