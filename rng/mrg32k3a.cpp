@@ -274,27 +274,28 @@ bool class_doubles(RukStream* stream, int32_t n, double* r, double a, double b) 
 }
 
 // Floats from a = 0: z c, with c = b (1/m1) in the 64-bit significand,
-// rounded to 64 bits and then to float.  With c = hi + lo (hi = c rounded
-// to double, lo = c - hi exactly), v = z hi + z lo in double is within two
-// ulps of double of z c (one rounding of each product and of the sum; z lo
-// is below 2^-52 z c).  Rounded to float, v gives the baseline's number
-// unless a midpoint of the float grid lies within those two ulps, where
-// the low 29 bits of v's significand are within 2 of 2^28 (a midpoint is
-// never within them of a power of two, so v shares its binade): elements
-// within 4, about one in 2^26, take the baseline's formula.  c and m1 c
-// stay in the normal range of floats.  The kernel classes run the same in
-// their chains (rng/simd/mrg32k3a.cpp).
+// rounded to 64 bits and then to float.  With hi = c rounded to double,
+// v = z hi in double is within 1.5 ulps of double of z c: half an ulp for
+// the product's rounding, and z |c - hi| <= z ulp(hi)/2, at most one ulp
+// of z hi (with 2^j <= z < 2^(j+1), z hi is at least 2^j hi, whose ulp is
+// 2^j ulp(hi) > z ulp(hi)/2).  Rounded to float, v gives the baseline's
+// number unless a midpoint of the float grid lies within those 1.5 ulps,
+// where the low 29 bits of v's significand are within 2 of 2^28 (a
+// midpoint is never within them of a power of two, so v shares its
+// binade): elements within 4, about one in 2^26, take the baseline's
+// formula.  c and m1 c stay in the normal range of floats.  The kernel
+// classes run the same in their chains (rng/simd/mrg32k3a.cpp).
 bool floats_from_zero(RukStream* stream, int32_t n, float* r, float a, float b) {
     if (a != 0) return false;
     const frame::StreamControlWords control_words;
     const long double c = (static_cast<long double>(b) - a) * kInverseM1;
     if (exact_scale(a, c) || !(std::fabs(c) >= FLT_MIN && std::fabs(c) <= FLT_MAX * 0x1p-33L)) return false;
-    const double hi = static_cast<double>(c), lo = static_cast<double>(c - hi);
+    const double hi = static_cast<double>(c);
     const Mrg32k3aTable& t = table_in_use();
     if (t.scaled_floats != nullptr && t.chains <= kMostChains) {
         in_chains(state_of<Mrg32k3a::State>(stream), n, r, t.chains,
-                  [&t, hi, lo, c](const uint32_t(*start)[6], int32_t steps, float* out) {
-                      t.scaled_floats(start, steps, out, hi, lo, c);
+                  [&t, hi, c](const uint32_t(*start)[6], int32_t steps, float* out) {
+                      t.scaled_floats(start, steps, out, hi, c);
                   },
                   [c](float* o, uint64_t z) { *o = static_cast<float>(z * c); });
         return true;
@@ -306,7 +307,7 @@ bool floats_from_zero(RukStream* stream, int32_t n, float* r, float a, float b) 
         const int32_t k = n - done < kBlock ? n - done : kBlock;
         generate(s, k, w);
         for (int32_t i = 0; i < k; ++i) {
-            const double z = w[i], v = z * hi + z * lo;
+            const double v = w[i] * hi;
             uint64_t bits;
             std::memcpy(&bits, &v, sizeof bits);
             const uint32_t below = static_cast<uint32_t>(bits) & 0x1FFFFFFFu;

@@ -17,10 +17,10 @@ struct Mrg32k3aTable {
     // z c rounded to the 64-bit significand, then to double: c a double
     // with c and m1 c in the normal range, under the stream control words.
     void (*scaled_doubles)(const uint32_t (*start)[6], int32_t steps, double* out, double c);
-    // z c rounded to the 64-bit significand, then to float: c = hi + lo a
-    // long double with c and m1 c in the normal range of floats.
-    void (*scaled_floats)(const uint32_t (*start)[6], int32_t steps, float* out, double hi, double lo,
-                          long double c);
+    // z c rounded to the 64-bit significand, then to float: c a long
+    // double with c and m1 c in the normal range of floats, hi = c rounded
+    // to double.
+    void (*scaled_floats)(const uint32_t (*start)[6], int32_t steps, float* out, double hi, long double c);
 };
 
 }  // namespace rng

@@ -426,6 +426,9 @@ TEST(Mrg32k3a, PublishedOutputsSeedsAndSequence) {
         // The first step gives x = 0 and y = 0: exact multiples of the
         // moduli in the reductions.
         {RUK_BRNG_MRG32K3A, {184888585, 1, 5, 360363334, 7, 1}, {184888585, 1, 5}, {360363334, 7, 1}},
+        // The first step gives y = m2 - 1 from t = k m2 + m2 - 1 (found by
+        // search) where t (1/m2) rounded to nearest reaches k + 1.
+        {RUK_BRNG_MRG32K3A, {1, 2, 3, 1535397874, 9, 2436017239}, {1, 2, 3}, {1535397874, 9, 2436017239}},
     };
     std::mt19937 rng(3);
     for (const Case& c : cases) {

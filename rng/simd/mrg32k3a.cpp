@@ -4,17 +4,22 @@
 // state jumped to its first element (rng/mrg32k3a.cpp).  The numbers are
 // the sequence itself, the same in every class and for every split.
 //
-// Arithmetic in doubles.  AVX-512 rounds the quotient down in the fused
-// multiply-add itself, so residues come out in 0 .. m - 1 and the
-// combination takes one conditional add; AVX2 rounds it to nearest and
-// takes three.
+// Arithmetic in doubles.  The floor step rounds the quotient down, so
+// residues come out in 0 .. m - 1 and the combination takes one
+// conditional add: AVX-512 always (the product rounded down in the
+// instruction), AVX2 for words (under MXCSR rounding down, which changes
+// nothing else: every other operation of the step is exact).  AVX2's
+// doubles and floats, whose conversions round to nearest, take the
+// nearest step: the quotient rounded to nearest, three conditional adds.
 //
-// AVX-512.  y is kept in 0 .. m2 - 1, and its step forms t = a21 y[n-1] +
+// Floor step.  y is kept in 0 .. m2 - 1, and its step forms t = a21 y[n-1] +
 // a23 (m2 - y[n-3]) (two fused multiply-adds from the constant a23 m2 <
 // 2^53), an integer from 0 to below 1.9 2^52, exact.  With w the double
-// 1/m2 rounded up, w = (1 + e)/m2 with 0 <= e < 1.07 2^-53, the fused
-// multiply-add of t by w and 1.5 2^52 rounded down is 1.5 2^52 +
-// floor(t w) (t w is below 2^21, where the doubles' spacing is 1).  For t
+// 1/m2 rounded up, w = (1 + e)/m2 with 0 <= e < 1.07 2^-53, the product
+// t w rounded down, then rounded down to an integer, is floor(t w): the
+// first rounding never passes the integer floor(t w), a double, below t w.
+// (Neither step writes over t, which the residue needs, nor takes a
+// constant shift: fewer register copies and constants.)  For t
 // = k m2 + r with 0 <= r < m2, t w = k + r/m2 + e t/m2 lies in [k, k + 1)
 // because e t < 0.97 < 1 <= m2 - r: the quotient is k, and t - k m2 (one
 // fused multiply-add, exact) is r.  x's step forms t = a12 x[n-2] - a13
@@ -27,7 +32,7 @@
 // mod m1 in 1 .. m1 or that less m1 (d <= 0): one compare and one masked
 // add, as the integer code does.
 //
-// AVX2.  A component's value is kept as a residue r with |r| <= m/2 + 2.
+// Nearest step (AVX2's reals).  A component's value is kept as a residue r with |r| <= m/2 + 2.
 // A step forms t = a u + b v (the two coefficients of its recurrence,
 // below 2^21, against values below 2^32 in magnitude): one product, one
 // fused multiply-add, |t| < 2^53, exact.  The quotient q = round(t (1/m))
@@ -43,9 +48,9 @@
 //
 // Output.  N steps of N chains make N registers, one per step; transposed,
 // each holds N consecutive outputs of one chain: one whole store.  Words
-// skip the conversion: z + 2^52 (exact; AVX2 adds the 2^52 in the
-// combination's constants) holds z in the low 32 bits of its double, and
-// the transpose's first shuffle picks those halves.
+// skip the conversion: z + 2^52 (exact, the 2^52 added to the floor
+// step's difference) holds z in the low 32 bits of its double, and the
+// transpose's first shuffle picks those halves.
 //
 // Doubles on (0, 1) and other intervals with a = 0: the baseline rounds
 // the exact product z c (z below 2^32, c a double) to the 64-bit
@@ -92,49 +97,64 @@ template <uint32_t M>
     return simd::fnma(q, simd::broadcast<D>(double(M)), t);
 }
 
-#if !XEB_ISA_AVX512
-// r + k in the lanes of m, r elsewhere: the constant's bits kept where m
-// holds, and added (AVX2; AVX-512 masks the add itself).
+// r + k in the lanes of m, r elsewhere: AVX-512 masks the add itself;
+// AVX2 keeps the constant's bits where m holds, and adds.
 [[gnu::always_inline]] inline D add_where(simd::MaskOf<double, kLanes> m, D r, double k) {
-    return r + simd::select(m, simd::broadcast<D>(k), simd::broadcast<D>(0.0));
-}
-#endif
-
 #if XEB_ISA_AVX512
+    return D{_mm512_mask_add_pd(r.v, m.m, r.v, _mm512_set1_pd(k))};
+#else
+    return r + simd::select(m, simd::broadcast<D>(k), simd::broadcast<D>(0.0));
+#endif
+}
+
 // 1/m1 and 1/m2 rounded up: (1 + delta)/m with delta below 0.68 2^-53 and
 // 1.07 2^-53.
 constexpr double kInverseUp1 = 0x1.000000d10000bp-32, kInverseUp2 = 0x1.000059451f212p-32;
 
-// t - floor(t (1/m rounded up)) m, the quotient rounded down in the fused
-// multiply-add itself, as argued at the top.
+// t w rounded down, and that rounded down to an integer: AVX-512 rounds
+// the product down in the instruction; AVX2 under MXCSR rounding down,
+// which words() sets (every other operation of the floor step is exact,
+// so that mode changes nothing else).  The masked forms with every lane
+// set are the plain instructions, without the unmasked intrinsics'
+// undefined operand.
+[[gnu::always_inline]] inline D floor_of_product(D t, double w) {
+    constexpr int kDown = _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC;
+#if XEB_ISA_AVX512
+    constexpr __mmask8 kAll = 0xFF;
+    const __m512d below = _mm512_mask_mul_round_pd(t.v, kAll, t.v, _mm512_set1_pd(w), kDown);
+    return D{_mm512_mask_roundscale_pd(below, kAll, below, kDown)};
+#else
+    return D{_mm256_round_pd((t * w).v, kDown)};
+#endif
+}
+
+// t - floor(t (1/m rounded up)) m, as argued at the top.
 template <uint32_t M>
 [[gnu::always_inline]] inline D floor_reduce(D t, double inverse_up) {
-    const D shifted = D{_mm512_fmadd_round_pd(t.v, _mm512_set1_pd(inverse_up), _mm512_set1_pd(kRoundingShift),
-                                              _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)};
-    return simd::fnma(shifted - kRoundingShift, simd::broadcast<D>(double(M)), t);
+    return simd::fnma(floor_of_product(t, inverse_up), simd::broadcast<D>(double(M)), t);
 }
-#endif
 
 struct Chains {
     D x[3], y[3];  // oldest first
-#if XEB_ISA_AVX512
     // x in 0 .. m1 (m1 standing for 0), y in 0 .. m2 - 1.  z + shift,
     // shift 0 or 2^52 (exact either way).
-    [[gnu::always_inline]] inline D step(double shift = 0) {
+    [[gnu::always_inline]] inline D floor_step(double shift) {
         const D p = floor_reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)), kInverseUp1);
         const D y_part = simd::fma(y[0], -double(kA23), double(uint64_t{kA23} * kM2));
         const D q = floor_reduce<kM2>(simd::fma(y[2], double(kA21), y_part), kInverseUp2);
         push(x, p);
         push(y, q);
         // d = p - q, from 1 - m2 to m1, is z, or z - m1 where p <= q (that
-        // mask beside the subtraction, not after it).
+        // mask beside the subtraction, not after it); m1 is added to d +
+        // shift, exact, a constant the reduction already holds.
         const D d = p - q;
-        const __mmask8 wraps = _mm512_cmp_pd_mask(p.v, q.v, _CMP_LE_OQ);
-        const D shifted = shift == 0 ? d : d + shift;
-        return D{_mm512_mask_add_pd(shifted.v, wraps, d.v, _mm512_set1_pd(shift + double(kM1)))};
+        const auto wraps = simd::compare<simd::Cmp::Le>(p, q);
+        return add_where(wraps, shift == 0 ? d : d + shift, double(kM1));
     }
+#if XEB_ISA_AVX512
+    [[gnu::always_inline]] inline D step(double shift = 0) { return floor_step(shift); }
 #else
-    // z + shift, shift 0 or 2^52 (exact either way).
+    // z + shift, shift 0 or 2^52 (exact either way), rounding to nearest.
     [[gnu::always_inline]] inline D step(double shift = 0) {
         const D p = reduce<kM1>(simd::fma(x[0], -double(kA13), x[1] * double(kA12)));
         // y[n-1]'s product last: the step waits on one fused multiply-add.
@@ -217,8 +237,20 @@ template <int Order>
 // The next step's z + 2^52, from 2^52 + 1 to 2^52 + m1 (exact): its low 32
 // bits are z, so no conversion is needed.
 [[gnu::always_inline]] inline Halves next_word_bits(Chains& c) {
-    return __builtin_bit_cast(Halves, c.step(0x1p52).v);
+    return __builtin_bit_cast(Halves, c.floor_step(0x1p52).v);
 }
+
+// MXCSR rounding down while it lives (the floor step on AVX2), restored
+// after.
+struct RoundingDown {
+#if XEB_ISA_AVX512
+    RoundingDown() = default;
+#else
+    const unsigned saved = _mm_getcsr();
+    RoundingDown() { _mm_setcsr((saved & ~unsigned{_MM_ROUND_MASK}) | _MM_ROUND_DOWN); }
+    ~RoundingDown() { _mm_setcsr(saved); }
+#endif
+};
 
 // Words from z + 2^52, the transpose picking the low halves as it goes.
 // In each 128-bit lane (chains 2L and 2L + 1), two rounds of in-lane
@@ -231,6 +263,7 @@ template <int Order>
 void words(const uint32_t (*start)[6], int32_t steps, uint32_t* out) {
     constexpr int kLowHalves = _MM_SHUFFLE(2, 0, 2, 0), kHighHalves = _MM_SHUFFLE(3, 1, 3, 1);
     constexpr int kQuads = kLanes / 4;  // runs of 4 steps per register of words
+    [[maybe_unused]] const RoundingDown rounding_down;
     Chains c[kRegisters];
     load_chains(start, c);
     uint32_t* row[kChainCount];
@@ -295,17 +328,17 @@ void scaled_doubles(const uint32_t (*start)[6], int32_t steps, double* out, doub
         });
 }
 
-// Floats from a = 0 (the argument is in rng/mrg32k3a.cpp): v = z hi + z lo,
-// here in one fused multiply-add, within two ulps of double of z c; lanes
-// whose v lies from 4 ulps below a midpoint of the float grid to 3 above
-// (the low 29 bits of its significand, plus 2^28 + 4, below 8 modulo
-// 2^29: an add and a test), about one in 2^26, get z again by a jump of
-// their chain's start and the baseline's formula.
-void scaled_floats(const uint32_t (*start)[6], int32_t steps, float* out, double hi, double lo, long double c) {
+// Floats from a = 0 (the argument is in rng/mrg32k3a.cpp): v = z hi, one
+// product, within 1.5 ulps of double of z c; lanes whose v lies from 4
+// ulps below a midpoint of the float grid to 3 above (the low 29 bits of
+// its significand, plus 2^28 + 4, below 8 modulo 2^29: an add and a
+// test), about one in 2^26, get z again by a jump of their chain's start
+// and the baseline's formula.
+void scaled_floats(const uint32_t (*start)[6], int32_t steps, float* out, double hi, long double c) {
     run_chains(
         start, steps, out,
-        [hi, lo](D z, unsigned& flags) {
-            const D v = simd::fma(z, hi, z * lo);
+        [hi](D z, unsigned& flags) {
+            const D v = z * hi;
             const auto moved = simd::bitcast<uint64_t>(v) + uint64_t{0x10000004};
 #if XEB_ISA_AVX512
             flags = _mm512_testn_epi64_mask(__m512i(moved.v), _mm512_set1_epi64(0x1FFFFFF8));
