@@ -51,6 +51,12 @@ struct FftClassTable {
     // lines[b] goes to leaves[i] at point `at` + b.  A plain copy: the
     // baseline's bits.
     void (*move8x8)(const float* const* lines, float* const* leaves, int64_t at);
+    // The tiled reversal's exchange of two tiles (signal/fft_core.cpp):
+    // the 16 by 16 pairs at src + a (rows `row` floats apart), pair l of
+    // row h, go to pair rev4(h) of row rev4(l) at dst + b, and those at
+    // src + b to dst + a; a == b reverses one tile onto itself.  src may be
+    // dst.  A plain copy: the baseline's bits.
+    void (*reverse_tiles)(const float* src, float* dst, int64_t row, int64_t a, int64_t b);
     // The whole complex transform of 2^k points for the k of
     // small_transform_order, pairs in natural order in and out, src may be
     // dst (signal/simd/fft_small.cpp); [0] forward, [1] inverse.  Its own

@@ -500,6 +500,43 @@ void move8x8(const float* const* lines, float* const* leaves, int64_t at) {
     }
 }
 
+// Two 16 by 16 tiles of pairs reversed on both indices into each other's
+// place.  Four source rows whose reversed indices are 4c .. 4c + 3
+// (rev4(4c + j) = 4 rev2(j) + rev2(c)), four adjacent pairs l0 .. l0 + 3
+// of each, make a 4x4 transpose of 64-bit pairs that lands as pairs 4c ..
+// 4c + 3 of the rows rev4(l0 + i): exactly the place of the chunk (c' =
+// l0/4, l0' = 4c) of the other tile, which goes the other way.  The two
+// chunks are read before either is written, so the exchange runs in place
+// without a copy; within one tile, each pair of chunks is taken once.
+void reverse_tiles(const float* src, float* dst, int64_t row, int64_t a, int64_t b) {
+    static constexpr int rev2[4] = {0, 2, 1, 3};
+    const auto load = [row](const float* tile, int c, int l0, D4* x) {
+        for (int j = 0; j < 4; ++j) x[j] = as_pairs(load8(tile + (4 * rev2[j] + rev2[c]) * row + 2 * l0));
+        transpose_pairs(x);
+    };
+    const auto store = [row](float* tile, int c, int l0, const D4* x) {
+        for (int i = 0; i < 4; ++i) store8(tile + (4 * rev2[i] + rev2[l0 / 4]) * row + 8 * c, as_floats(x[i]));
+    };
+    // Chunks by squares of four, whose chunks of either tile share eight
+    // whole cache lines: the rows of a tile lie a power of two apart (of
+    // at least 4 KB from 2^13 points), in one set of the first-level
+    // cache, which holds eight.
+    for (int c2 = 0; c2 < 4; c2 += 2) {
+        for (int l8 = 0; l8 < 16; l8 += 8) {
+            for (int c = c2; c < c2 + 2; ++c) {
+                for (int l0 = l8; l0 < l8 + 8; l0 += 4) {
+                    if (a == b && l0 < 4 * c) continue;
+                    D4 x[4], y[4];
+                    load(src + a, c, l0, x);
+                    load(src + b, l0 / 4, 4 * c, y);
+                    store(dst + b, c, l0, x);
+                    store(dst + a, l0 / 4, 4 * c, y);
+                }
+            }
+        }
+    }
+}
+
 template <bool Inv, int W>
 int64_t first_pass(const float* data, const int32_t* table, const int32_t* stream, float* out, int64_t n,
                    const float* tab, bool radix16) {
@@ -526,6 +563,7 @@ void fill_fft_table(sig::FftClassTable& t) {
     t.column_gather[1] = column_gather<true>;
     t.column_scatter = column_scatter;
     t.move8x8 = move8x8;
+    t.reverse_tiles = reverse_tiles;
 }
 
 }  // namespace XEB_ISA
