@@ -431,7 +431,7 @@ TEST_P(EachKernel, BlockSizeIndependenceAndInPlace) {
 
 // The SIMD classes' fast path ends at 2^30: from there, and for zeros,
 // each lane gets the scalar form's bits, whatever its neighbours; lanes
-// just below stay accurate, and so do the single kernels' lanes on both
+// just below stay accurate, and so do the single sine-cosine's lanes on both
 // sides of 2^17 (float lanes below, doubles from there) in one register.
 TEST_P(EachKernel, ClassLanesBeyondTheFastPathTakeTheScalarForm) {
     if (!k().class_code()) GTEST_SKIP() << "no class code for this kernel here";

@@ -409,13 +409,14 @@ Big sin_ratio(const Big& s) {
     return sin_of(t) / t;
 }
 
-// f(s) ~ s^2 (c0 + c1 s + ...) on [0, s_hi], interpolated at Chebyshev
-// nodes (within a small factor of the minimax error) and each coefficient
+// f(s) ~ s^2 (c0 + c1 s + ...) on [0, s_hi], s_hi = (t_hi and a hair, q
+// at a tie)^2, interpolated at Chebyshev nodes (within a small factor of the minimax error) and each coefficient
 // rounded to float or double; the error written is that of the rounded
 // set, relative to `scale`(s) (sin t / t or cos t), on a grid of 4096.
 void class_series(std::FILE* out, const char* name, const char* what, const std::function<Big(const Big&)>& f,
-                  const std::function<Big(const Big&)>& scale, int count, bool single) {
-    const Big s_hi = pow_of(Big(0x1.921fb6p-1) * Big(1.0 + 0x1p-20), 2);  // pi/4 and a hair (q at a tie)
+                  const std::function<Big(const Big&)>& scale, int count, bool single,
+                  float t_hi = 0x1.921fb6p-1f) {
+    const Big s_hi = pow_of(Big(t_hi) * Big(1.0 + 0x1p-20), 2);
     std::vector<std::vector<Big>> m(count, std::vector<Big>(count));
     std::vector<Big> rhs(count);
     for (int i = 0; i < count; ++i) {
@@ -432,8 +433,8 @@ void class_series(std::FILE* out, const char* name, const char* what, const std:
         mpfr_abs(e.v, e.v, MPFR_RNDN);
         if (mpfr_cmp(e.v, worst.v) > 0) worst = e;
     }
-    std::fprintf(out, "// %s\n// Fit error relative to the function, |t| <= pi/4: 2^%.1f.\n", what,
-                 std::log2(worst.d()));
+    std::fprintf(out, "// %s\n// Fit error relative to the function, |t| <= pi/%d: 2^%.1f.\n", what,
+                 t_hi < 1 ? 4 : 2, std::log2(worst.d()));
     std::fprintf(out, "inline constexpr %s %s[%d] = {%s};\n\n", single ? "float" : "double", name, count,
                  list(c, single).c_str());
 }
@@ -454,6 +455,9 @@ void class_sets(std::FILE* out) {
                  3, false);
     class_series(out, "kClassCosS", "SIMD classes, single tangent in double lanes: the same Q.", cos_rest, cos_t, 3,
                  false);
+    class_series(out, "kClassSinPi",
+                 "SIMD classes, single sine and cosine in double lanes, reduced by pi: the same P on |t| <= pi/2.",
+                 sin_rest, sin_ratio, 4, false, 0x1.921fb6p+0f);
 }
 
 void generate(std::FILE* out) {
