@@ -711,7 +711,13 @@ inline Vec<T, N> lookup(const T* table, Vec<I, N> idx) {
     [[maybe_unused]] constexpr bool d = sizeof(T) == 8;
     if constexpr (N == 1) return {table[k.v & (Size - 1)]};
 #if XEB_ISA_AVX512
-    else if constexpr (Size == 16 && d && bytes == 64) {
+    else if constexpr (Size == 2 && d && bytes == 64) {
+        // The pair in each 128-bit block, an entry per lane by bit 1 of the control.
+        const __m128d p = _mm_loadu_pd(reinterpret_cast<const double*>(table));
+        const __m512d t = __builtin_shufflevector(p, p, 0, 1, 0, 1, 0, 1, 0, 1);
+        return Vec<T, N>{reinterpret_cast<typename Vec<T, N>::Raw>(
+            _mm512_maskz_permutevar_pd(0xFF, t, reinterpret_cast<__m512i>(k.v << 1)))};
+    } else if constexpr (Size == 16 && d && bytes == 64) {
         const __m512i t0 = _mm512_loadu_si512(table), t1 = _mm512_loadu_si512(table + 8);
         return bitcast<T>(Vec<U, N>{reinterpret_cast<typename Vec<U, N>::Raw>(
             _mm512_permutex2var_epi64(t0, reinterpret_cast<__m512i>(k.v), t1))});
@@ -727,7 +733,11 @@ inline Vec<T, N> lookup(const T* table, Vec<I, N> idx) {
     }
 #endif
 #if XEB_ISA_AVX2
-    else if constexpr (Size == 16 && !d && bytes == 32) {
+    else if constexpr (Size == 2 && d && bytes == 32) {
+        const __m256d t = _mm256_broadcast_pd(reinterpret_cast<const __m128d*>(table));
+        return Vec<T, N>{reinterpret_cast<typename Vec<T, N>::Raw>(
+            _mm256_permutevar_pd(t, reinterpret_cast<__m256i>(k.v << 1)))};
+    } else if constexpr (Size == 16 && !d && bytes == 32) {
         // Two eight-entry permutes, chosen by bit 3 of the index.
         const __m256i i = reinterpret_cast<__m256i>(k.v);
         const __m256i lo = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(table)), i);

@@ -85,6 +85,7 @@ ProbeOut reference(const ProbeIn& in, int group) {
         r.shift[1][i] = static_cast<uint64_t>(static_cast<int64_t>(u) >> 13);
         r.shift[2][i] = u << 13;
         r.lookup[i] = r.gather[i] = bits_of(in.table[u & 15]);
+        r.lookup2[i] = bits_of(in.table[u & 1]);
         r.lookup_f[i] = bits_of(in.table_f[in.w[i] & 15]);
         r.narrow[i] = bits_of(static_cast<float>(a));
         r.widen[i] = bits_of(fd);
@@ -111,7 +112,8 @@ void expect_same(const ProbeOut& got, const ProbeOut& want, const char* what) {
         {"below_u", got.below_u, want.below_u, kProbeLanes}, {"below_s", got.below_s, want.below_s, kProbeLanes},
         {"below_w", got.below_w, want.below_w, kProbeLanes}, {"select", got.select, want.select, kProbeLanes},
         {"select_f", got.select_f, want.select_f, kProbeLanes}, {"shift", got.shift[0], want.shift[0], 3 * kProbeLanes},
-        {"lookup", got.lookup, want.lookup, kProbeLanes}, {"lookup_f", got.lookup_f, want.lookup_f, kProbeLanes},
+        {"lookup", got.lookup, want.lookup, kProbeLanes}, {"lookup2", got.lookup2, want.lookup2, kProbeLanes},
+        {"lookup_f", got.lookup_f, want.lookup_f, kProbeLanes},
         {"gather", got.gather, want.gather, kProbeLanes}, {"narrow", got.narrow, want.narrow, kProbeLanes},
         {"widen", got.widen, want.widen, kProbeLanes}, {"nearest", got.nearest, want.nearest, kProbeLanes},
         {"mask_bits", got.mask_bits, want.mask_bits, kProbeLanes},

@@ -51,6 +51,7 @@ void lanes(const ProbeIn& in, ProbeOut& out) {
         store(reinterpret_cast<int64_t*>(out.shift[1] + i), bitcast<int64_t>(u) >> 13);
         store(out.shift[2] + i, u << 13);
         store(reinterpret_cast<double*>(out.lookup + i), lookup<16>(in.table, u));
+        store(reinterpret_cast<double*>(out.lookup2 + i), lookup<2>(in.table, u));
         store(reinterpret_cast<double*>(out.gather + i), gather(in.table, u & 15u));
         store(reinterpret_cast<double*>(out.broadcast + i), broadcast<D>(in.snan));
     }

@@ -28,7 +28,7 @@ struct ProbeOut {
     uint64_t select[kProbeLanes];     // a < b ? a : c
     uint64_t select_f[kProbeLanes];   // f < 1 ? f : -f, by a mask of the float lanes resized
     uint64_t shift[3][kProbeLanes];   // u >> 13, (int64) u >> 13, u << 13
-    uint64_t lookup[kProbeLanes], lookup_f[kProbeLanes], gather[kProbeLanes];
+    uint64_t lookup[kProbeLanes], lookup2[kProbeLanes], lookup_f[kProbeLanes], gather[kProbeLanes];
     uint64_t narrow[kProbeLanes], widen[kProbeLanes], nearest[kProbeLanes];
     uint64_t mask_bits[kProbeLanes];  // bits(~(a < b)) of the lane's group, at the group's first lane
     uint64_t broadcast[kProbeLanes];  // snan broadcast
